@@ -1,0 +1,51 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include <boost/filesystem/path.hpp>
+
+/// Questions to and changes of the file system that the library needs beyond Boost.Filesystem.
+namespace Base::FileManager {
+
+using boost::filesystem::path;
+
+/// Whether something exists at the path; false when that cannot be told.
+bool exists(const path& file);
+
+/// Whether this process may open the file for reading, or list the directory.
+bool isReadable(const path& file);
+
+/// For a directory: whether it can be entered. For a file: whether it may be executed; on Windows that is a
+/// regular file whose extension is in PATHEXT (or .exe .com .bat .cmd when PATHEXT is not set).
+bool isExecutable(const path& file);
+
+/// Sets permissions as an octal mode (0775). Windows keeps only the write permission of it.
+/// `boost::filesystem::filesystem_error` on failure.
+void setPermissions(const path& file, unsigned mode);
+
+/// The current working directory of this process.
+path workDirectory();
+void changeWorkDirectory(const path& directory);
+
+/// The whole content of a file; `boost::filesystem::filesystem_error` when it cannot be read.
+std::string readFile(const path& file);
+
+/// Replaces the whole content of a file, or makes the file, in one step: the content goes to a temporary file
+/// beside it, is flushed to the disk and renamed over the target. Whatever happens, the target is wholly the
+/// old file or wholly the new one. What an earlier, killed replacement left beside the target is removed.
+/// A file that was reported with `noteDamaged` is first copied to "NAME.damaged"; an existing file that cannot
+/// be read is not replaced. `boost::filesystem::filesystem_error` on failure.
+void replaceFile(const path& file, std::string_view content);
+
+/// Remembers, for the life of this process, that the file could not be understood when it was read.
+void noteDamaged(const path& file);
+
+/// A path in the form of the system that the product runs on: every "/" becomes "\". For texts that are only
+/// *about* Windows; the native form of a real path is `boost::filesystem::path::make_preferred`.
+std::string nativeText(std::string_view text);
+
+/// The path in the native form of this system, for logs and messages.
+std::string native(const path& file);
+
+}  // namespace Base::FileManager

@@ -1,0 +1,11 @@
+#pragma once
+
+#include "base/log/LoggerStream.h"
+
+namespace Kym {
+
+/// "kym.info": one line per major step. "kym.verbose": the detail. Made on first use, destroyed at exit.
+const Base::log::Logger& infoLogger();
+const Base::log::Logger& verboseLogger();
+
+}  // namespace Kym
