@@ -27,9 +27,9 @@ class KYM_EXPORT SettingsProtocol {
     EnvVariableListSource* winVariables();
 
     /// Merges this layer's variables into the list that is being assembled: the common ones, then those for
-    /// Windows, each in list order. A later value replaces an earlier one, and $NAME or ${NAME} in the value of
-    /// NAME stands for the earlier value (for nothing when there is none). The Unix variables are stored and
-    /// edited only.
+    /// Windows, each in list order. A later value replaces an earlier one, and $NAME or ${NAME} in the value
+    /// of NAME stands for the earlier value (for nothing when there is none). The Unix variables are stored
+    /// and edited only.
     void mergeUserEnvVariables(std::vector<EnvironmentVariable>& target) const;
 
   protected:
@@ -47,7 +47,7 @@ class KYM_EXPORT SettingsProtocol {
     std::vector<EnvironmentVariable> mWinVariables;
 
   private:
-    EnvVariableListSource mCommonSource;
+    EnvVariableListSource mCommonSource;  // bound to their lists by the accessors
     EnvVariableListSource mUnixSource;
     EnvVariableListSource mWinSource;
 };
