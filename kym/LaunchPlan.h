@@ -1,0 +1,29 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include <boost/filesystem/path.hpp>
+
+#include "base/platform/Export.h"
+
+namespace Kym {
+
+/// What a launch does, computed once: showing a launch and starting it use the same value, so that what is
+/// shown is what is started.
+struct LaunchPlan {
+    boost::filesystem::path executable;  ///< exists and may be executed
+    std::vector<std::string> arguments;  ///< each as the program receives it
+
+    /// The directory in which the program starts; empty when it starts in the launcher's own.
+    std::string workingDirectory;
+
+    /// The complete environment of the program, name to value.
+    std::map<std::string, std::string> environment;
+
+    /// The command line: the executable and the arguments, separated by single blanks.
+    KYM_EXPORT std::string commandString() const;
+};
+
+}  // namespace Kym

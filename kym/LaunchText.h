@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Kym {
+
+// The texts of a launch: paths, path lists and argument texts, as the CAD system's Windows programs expect
+// them. Pure functions; they compute what the regular expressions beside them say, without their cost.
+
+/// Collapses each doubled separator that follows a word character: every match of (\w(\\|/))(\\|/) becomes
+/// its first group. The "\\" that begins a network path follows none and stays.
+std::string collapseSeparators(std::string_view text);
+
+/// Puts every separator into the Windows form, except in a value that holds "http:".
+void normalizeSeparators(std::string& value);
+
+/// Cleans a list of paths: doubled separators are collapsed, ":" between paths becomes ";" while drive
+/// letters keep theirs, quotes go, empty and repeated paths are dropped (the first stays; comparison is
+/// exact).
+std::string cleanPathList(const std::string& value);
+
+/// Whether a variable of that name holds a list of paths: the name holds "PATH" and not "CLASSPATH".
+bool isPathVariable(std::string_view name);
+
+/// Whether a variable of that name is handed to a program: it begins with a letter and holds letters, digits
+/// and
+/// "_" only, or holds "X86", as COMMONPROGRAMFILES(X86) does. The empty name passes.
+bool isValidVariableName(std::string_view name);
+
+/// Splits an argument text into every match of (".*"|[^\s]+), from left to right: from a quote to the last
+/// quote of the text, quotes included, or a run of characters that are no blanks.
+std::vector<std::string> splitArguments(std::string_view text);
+
+}  // namespace Kym

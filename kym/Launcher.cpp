@@ -1,0 +1,350 @@
+#include "kym/Launcher.h"
+
+#include <algorithm>
+#include <exception>
+#include <stdexcept>
+#include <utility>
+
+#include <boost/algorithm/string/join.hpp>
+#include <boost/filesystem/operations.hpp>
+
+#include "base/Environment.h"
+#include "base/FileManager.h"
+#include "base/Task.h"
+#include "base/platform/ShortPath.h"
+#include "kym/BaseSettings.h"
+#include "kym/CharacterClass.h"
+#include "kym/ConfigApplication.h"
+#include "kym/Configuration.h"
+#include "kym/LaunchText.h"
+#include "kym/Loggers.h"
+#include "kym/PluginsManager.h"
+#include "kym/SiteSettings.h"
+#include "kym/SystemInfo.h"
+#include "kym/VariableList.h"
+#include "kym/WorkDirectory.h"
+
+namespace fs = boost::filesystem;
+using Base::FileManager::native;
+using Base::log::LoggerStream;
+
+namespace Kym {
+
+namespace {
+
+void logInfo(const char* text) {
+    if (LoggerStream line{infoLogger()}) {
+        line << text << std::endl;
+    }
+}
+
+}  // namespace
+
+/// Whose environment is being assembled.
+struct Launcher::Assembly {
+    const Launcher& launcher;
+    const Configuration& config;
+    const Configuration* commonConfig;
+    const ConfigApplication& app;
+};
+
+/// One layer of an environment. A layer of customization is left out for an application that disables it.
+struct Launcher::Layer {
+    const char* name;
+    bool customization;
+    void (*merge)(const Assembly& assembly, VariableList& vars);
+};
+
+// The order of the layers stands here and nowhere else.
+const std::vector<Launcher::Layer>& Launcher::layers() {
+    static const std::vector<Layer> order = {
+        {"process", false,
+         [](const Assembly& of, VariableList& vars) { of.launcher.addCurrentEnvVarsToMap(vars); }},
+        {"site", false,
+         [](const Assembly&, VariableList& vars) { SiteInformation().mergeEnvVariables(vars); }},
+        {"base", true,
+         [](const Assembly&, VariableList& vars) { BaseInformation().mergeEnvVariables(vars); }},
+        {"plugins", true,
+         [](const Assembly& of, VariableList& vars) {
+             PluginsManagement().mergeEnvVariables(of.config, vars);
+         }},
+        {"common configuration", true,
+         [](const Assembly& of, VariableList& vars) {
+             if (of.commonConfig) {
+                 logInfo("Merging common configuration variables");
+                 of.commonConfig->mergeEnvVariables(vars);
+             }
+         }},
+        {"configuration", true,
+         [](const Assembly& of, VariableList& vars) {
+             logInfo("Merging configuration variables");
+             of.config.mergeEnvVariables(vars);
+         }},
+        {"application", false,
+         [](const Assembly& of, VariableList& vars) {
+             logInfo("Merging application variables");
+             of.app.mergeEnvVariables(vars);
+         }},
+        {"launcher", false,
+         [](const Assembly& of, VariableList& vars) {
+             logInfo("Merging KYM system variables");
+             of.launcher.addKymSystemEnvVarsToMap(of.config, vars);
+         }},
+        {"symbol library", true,
+         [](const Assembly& of, VariableList& vars) { of.launcher.setSymbolDirVariable(of.config, vars); }},
+        {"customer defaults", true,
+         [](const Assembly& of, VariableList& vars) {
+             of.launcher.setCustomerDefaultVariables(of.config, vars);
+         }},
+    };
+    return order;
+}
+
+void Launcher::launchApplication(const Configuration& config, const Configuration* commonConfig,
+                                 const ConfigApplication& app, const WorkDirectory* workDir) const {
+    launch(plan(config, commonConfig, app, workDir));
+}
+
+void Launcher::launchApplication(const Configuration& config, const Configuration* commonConfig,
+                                 const std::string& executable, const std::vector<std::string>& arguments,
+                                 bool addLibraries) const {
+    ConfigApplication app;
+    app.program = executable;
+    app.arguments = boost::join(arguments, " ");
+    app.addUgLibsToPath = addLibraries;
+    launchApplication(config, commonConfig, app, nullptr);
+}
+
+std::string Launcher::commandString(const Configuration& config, const Configuration* commonConfig,
+                                    const ConfigApplication& app) const {
+    return plan(config, commonConfig, app, nullptr).commandString();
+}
+
+std::string LaunchPlan::commandString() const {
+    std::string text = native(executable);
+    for (const std::string& argument : arguments) {
+        text += ' ' + argument;
+    }
+    return text;
+}
+
+LaunchPlan Launcher::plan(const Configuration& config, const Configuration* commonConfig,
+                          const ConfigApplication& app, const WorkDirectory* workDir) const {
+    LaunchPlan plan;
+    logInfo("Building environment...");
+    buildEnvVarMap(config, commonConfig, app, plan.environment);
+    logInfo("Finished building environment.");
+
+    plan.executable = getAndCheckExecutable(app, plan.environment);
+    plan.arguments = buildArgList(app, plan.environment);
+    plan.workingDirectory = workDir ? workDir->path : "${USERPROFILE}";
+    Base::Environment::expandEnvVariables(plan.workingDirectory, plan.environment);
+    plan.environment["UGII_LOCAL_USER_DEFAULTS"] = plan.workingDirectory + "\\nx90_user.dpv";
+    return plan;
+}
+
+void Launcher::launch(const LaunchPlan& plan) const {
+    if (LoggerStream line{infoLogger()}) {
+        line << "Starting application " << native(plan.executable) << std::endl << "  with arguments: ";
+        for (const std::string& argument : plan.arguments) {
+            line << argument << ' ';
+        }
+        line << std::endl;
+    }
+    Base::Task task;
+    task.setArguments(plan.arguments);
+    task.setLaunchPath(plan.executable);
+    if (!plan.workingDirectory.empty()) {
+        task.setCurrentDirectoryPath(plan.workingDirectory);
+    }
+    task.setEnvironment(plan.environment);
+    task.launch();
+    if (LoggerStream line{infoLogger()}) {
+        line << "Application " << native(task.launchPath()) << " has started." << std::endl;
+    }
+}
+
+void Launcher::buildEnvVarMap(const Configuration& config, const Configuration* commonConfig,
+                              const ConfigApplication& app, EnvironmentMap& env) const {
+    std::vector<EnvironmentVariable> vars;
+    VariableList list(vars);
+    const Assembly assembly{*this, config, commonConfig, app};
+    for (const Layer& layer : layers()) {
+        if (!(layer.customization && app.disableCustomization)) {
+            layer.merge(assembly, list);
+        }
+    }
+    fillMap(vars, env);
+
+    logInfo("Evaluating the completed environment");
+    for (auto& [name, value] : env) {
+        if (LoggerStream line{verboseLogger()}) {
+            line << "  Expanding variable " << name << "=" << value << std::endl;
+        }
+        try {
+            Base::Environment::expandEnvVariables(value, env);
+        } catch (const std::exception& error) {
+            throw std::runtime_error("Error expanding variable '" + name + "'.\n" + error.what());
+        }
+        normalizeSeparators(value);
+    }
+
+    logInfo("Removing duplicate paths from PATH variables");
+    for (auto& [name, value] : env) {
+        if (isPathVariable(name)) {
+            value = cleanPathList(value);
+        }
+    }
+}
+
+void Launcher::addCurrentEnvVarsToMap(VariableList& vars) const {
+    logInfo("Adding the current environment variables");
+    const std::vector<std::string> strings = Base::Environment::environmentStrings();
+    vars.reserve(strings.size());
+    for (const std::string& text : strings) {
+        if (LoggerStream line{verboseLogger()}) {
+            line << "Processing variable: " << text << std::endl;
+        }
+        const std::size_t equals = text.find('=');
+        if (equals == std::string::npos) {
+            continue;
+        }
+        EnvironmentVariable variable;
+        variable.name.resize(equals);
+        std::transform(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(equals),
+                       variable.name.begin(), toUpper);
+        variable.value = text.substr(equals + 1);
+        if (LoggerStream line{verboseLogger()}) {
+            line << "Setting " << variable.name << "=" << variable.value << std::endl;
+        }
+        vars.append(std::move(variable));
+    }
+}
+
+void Launcher::addKymSystemEnvVarsToMap(const Configuration& config, VariableList& vars) const {
+    logInfo("Setting KYM system variables");
+    const SystemInfo& system = SystemInformation();
+    // A department without a common one has no common directory to tell its programs about.
+    const std::string commonPath =
+        config.commonDepartment.empty() ? std::string() : native(config.commonConfigPath());
+    vars.append({"KYM_DEPT_DIR", native(config.path())});
+    vars.append({"KYM_COMMONDEPT_DIR", commonPath});
+    vars.append({system.KymConfigPathEnvVarName, native(system.localDepartmentsPath())});
+    vars.append({"UG_VER", system.CadVersionDirectory});
+    vars.append({"OS", system.osDirectoryName()});
+    vars.append({"OSA", system.osaDirectoryName()});
+    vars.append({"SCRIPTx", system.scriptExtension()});
+}
+
+void Launcher::setSymbolDirVariable(const Configuration& config, VariableList& vars) const {
+    logInfo("Setting UGII_SYMBOL_LIBRARY_DIR");
+    for (const fs::path& place :
+         {config.versionPath(), config.commonConfigVersionPath(), SystemInformation().installPath()}) {
+        const fs::path candidate = place / "symbol" / "symbol_library.txt";
+        if (Base::FileManager::exists(candidate)) {
+            vars.append({"UGII_SYMBOL_LIBRARY_DIR", native(candidate.parent_path())});
+            return;
+        }
+    }
+}
+
+void Launcher::setCustomerDefaultVariables(const Configuration& config, VariableList& vars) const {
+    if (!config.commonDepartment.empty()) {
+        vars.append({"UGII_SITE_DIR", "${KYM_COMMONDEPT_DIR}/${UG_VER}"});
+        if (LoggerStream line{verboseLogger()}) {
+            line << "dpv found in CONFIG: setCustomerDefaultVariables setting UGII_SITE_DIR to COMMON"
+                 << std::endl;
+        }
+        logInfo("dpv found in CONFIG: setCustomerDefaultVariables setting UGII_SITE_DIR  to COMMON");
+    } else {
+        vars.append({"UGII_SITE_DIR", "$KYM_BASE_DIR"});
+        const char* text =
+            "dpv not found in CONFIG: setCustomerDefaultVariables setting UGII_SITE_DIR to BASE";
+        if (LoggerStream line{verboseLogger()}) {
+            line << text << std::endl;
+        }
+        logInfo(text);
+    }
+    vars.append({"UGII_GROUP_DIR", "${KYM_DEPT_DIR}/${UG_VER}"});
+}
+
+void Launcher::fillMap(const std::vector<EnvironmentVariable>& vars, EnvironmentMap& env) const {
+    for (const EnvironmentVariable& variable : vars) {
+        const bool valid = isValidVariableName(variable.name);
+        if (LoggerStream line{verboseLogger()}) {
+            line << "variable name = " << variable.name << std::endl
+                 << (valid ? "VALID" : "INVALID") << std::endl;
+        }
+        if (!valid) {
+            continue;
+        }
+        if (variable.value.empty()) {
+            env.erase(variable.name);
+        } else {
+            env[variable.name] = variable.value;
+        }
+    }
+}
+
+fs::path Launcher::getAndCheckExecutable(const ConfigApplication& app, const EnvironmentMap& env) const {
+    std::string text = app.program;
+    text = collapseSeparators(Base::Environment::expandEnvVariables(text, env));
+    if (LoggerStream line{verboseLogger()}) {
+        line << "expanded executable string = " << text << std::endl;
+    }
+    const fs::path program(text);
+    if (!Base::FileManager::exists(program)) {
+        throw std::runtime_error("Program " + native(program) + " is not found.\n" + "  Original string = " +
+                                 app.program + "\n  Maybe a environment variable is set wrong.");
+    }
+    // A directory that can be entered counts as executable for the file system, but cannot be started.
+    boost::system::error_code ignored;
+    if (fs::is_directory(program, ignored) || !Base::FileManager::isExecutable(program)) {
+        throw std::runtime_error("Program " + native(program) + " is not executable.\n");
+    }
+    return program;
+}
+
+void Launcher::checkCadEnvironment(EnvironmentMap& env) const {
+    const std::string& name = SystemInformation().CadInstallPathVariable;
+    if (name.empty()) {
+        throw std::runtime_error(
+            "The system has not defined the environment variable for "
+            "the install path of the CAD system. Cannot verify it is installed.");
+    }
+    const auto install = env.find(name);
+    if (install == env.end()) {
+        throw std::runtime_error(name + " is not set.");
+    }
+    if (!Base::FileManager::exists(install->second)) {
+        throw std::runtime_error(name + " is set to " + install->second + ". Invalid directory.");
+    }
+    install->second = Base::Platform::shortPath(install->second);
+
+    std::string& root = env["UGII_ROOT_DIR"];
+    root = Base::Platform::shortPath(root);
+
+    const auto library = env.find("UGII_LIB1");
+    if (library != env.end()) {
+        if (LoggerStream line{infoLogger()}) {
+            line << "UGII_LIB1 = " << library->second << std::endl;
+        }
+        if (!Base::FileManager::exists(library->second)) {
+            env.erase(library);
+        }
+    }
+}
+
+std::vector<std::string> Launcher::buildArgList(const ConfigApplication& app,
+                                                const EnvironmentMap& env) const {
+    logInfo("Building argument list...");
+    std::string text = app.arguments;
+    std::vector<std::string> arguments =
+        splitArguments(collapseSeparators(Base::Environment::expandEnvVariables(text, env)));
+    if (LoggerStream line{infoLogger()}) {
+        line << "Argument list size is " << arguments.size() << std::endl;
+    }
+    return arguments;
+}
+
+}  // namespace Kym

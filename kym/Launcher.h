@@ -1,0 +1,80 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include <boost/filesystem/path.hpp>
+
+#include "base/platform/Export.h"
+#include "kym/LaunchPlan.h"
+
+namespace Kym {
+
+class ConfigApplication;
+class Configuration;
+class EnvironmentVariable;
+class VariableList;
+class WorkDirectory;
+
+/// Starts the applications of a department with exactly the environment that the settings layers describe.
+///
+/// A launcher keeps no state: every call builds everything afresh from the stores and from the environment of
+/// this process. Failures are standard exceptions with complete messages for the user. `commonConfig` is the
+/// configuration's common configuration, and `workDir` the chosen working directory; both may be null.
+class KYM_EXPORT Launcher {
+  public:
+    using EnvironmentMap = std::map<std::string, std::string>;
+
+    /// Starts an application and returns without waiting for it. When anything fails before the start,
+    /// nothing was started.
+    void launchApplication(const Configuration& config, const Configuration* commonConfig,
+                           const ConfigApplication& app, const WorkDirectory* workDir) const;
+
+    /// Starts any program in the environment of a configuration. The arguments are joined with single blanks
+    /// and split again like the argument text of an application.
+    void launchApplication(const Configuration& config, const Configuration* commonConfig,
+                           const std::string& executable, const std::vector<std::string>& arguments,
+                           bool addLibraries) const;
+
+    /// The command line that a launch would run. Fails as a launch would; changes nothing.
+    std::string commandString(const Configuration& config, const Configuration* commonConfig,
+                              const ConfigApplication& app) const;
+
+    /// What a launch would do. Fails as a launch would; changes nothing.
+    LaunchPlan plan(const Configuration& config, const Configuration* commonConfig,
+                    const ConfigApplication& app, const WorkDirectory* workDir) const;
+
+    /// Starts what `plan` computed. `Base::TaskError` when the program cannot be started.
+    void launch(const LaunchPlan& plan) const;
+
+    /// Fills `env`, which is passed empty, with the environment of an application: the layers merged,
+    /// references expanded, separators in the Windows form, path lists free of duplicates. An expansion that
+    /// fails throws `std::runtime_error` naming the variable; `env` is then left as far as it was filled.
+    void buildEnvVarMap(const Configuration& config, const Configuration* commonConfig,
+                        const ConfigApplication& app, EnvironmentMap& env) const;
+
+    /// The application's executable, expanded against `env`. `std::runtime_error` when it does not exist or
+    /// may not be executed, as no directory may.
+    boost::filesystem::path getAndCheckExecutable(const ConfigApplication& app,
+                                                  const EnvironmentMap& env) const;
+
+    /// Checks that `env` names an existing CAD installation (`std::runtime_error` otherwise) and puts its
+    /// variables into short path form. "UGII_LIB1" is removed when it names nothing that exists. Entries
+    /// changed before a failure stay changed.
+    void checkCadEnvironment(EnvironmentMap& env) const;
+
+  private:
+    struct Layer;
+    struct Assembly;
+    static const std::vector<Layer>& layers();
+
+    void addCurrentEnvVarsToMap(VariableList& vars) const;
+    void addKymSystemEnvVarsToMap(const Configuration& config, VariableList& vars) const;
+    void setSymbolDirVariable(const Configuration& config, VariableList& vars) const;
+    void setCustomerDefaultVariables(const Configuration& config, VariableList& vars) const;
+    void fillMap(const std::vector<EnvironmentVariable>& vars, EnvironmentMap& env) const;
+    std::vector<std::string> buildArgList(const ConfigApplication& app, const EnvironmentMap& env) const;
+};
+
+}  // namespace Kym
