@@ -1,0 +1,96 @@
+#include "kym/BaseSettings.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "kym/ApplicationMarks.h"
+#include "kym/ArchiveMembers.h"
+#include "kym/Loggers.h"
+#include "kym/ProcessWide.h"
+#include "kym/SystemInfo.h"
+#include "kym/VariableList.h"
+
+namespace Kym {
+namespace {
+
+const std::string commonVariablesKey = "Common Variables";
+const std::string unixVariablesKey = "Unix Variables";
+const std::string winVariablesKey = "Windows Variables";
+const std::string applicationListKey = "Application List";
+
+}  // namespace
+
+BaseSettings::BaseSettings() : mDataFile(SystemInformation().installPath() / "config" / "baseSettings.dat") {
+    load();
+}
+
+void BaseSettings::load() {
+    if (!boost::filesystem::exists(mDataFile)) {
+        return;
+    }
+    std::vector<EnvironmentVariable> commonList, unixList, winList;
+    std::vector<ConfigApplication> applicationList;
+    Base::Unarchiver unarchiver(mDataFile);
+    decodeMember(unarchiver, commonVariablesKey, commonList);
+    decodeMember(unarchiver, unixVariablesKey, unixList);
+    decodeMember(unarchiver, winVariablesKey, winList);
+    decodeMember(unarchiver, applicationListKey, applicationList);
+    mCommonVariables = std::move(commonList);
+    mUnixVariables = std::move(unixList);
+    mWinVariables = std::move(winList);
+    mApplications = std::move(applicationList);
+}
+
+void BaseSettings::save() {
+    if (!needsSaving()) {
+        return;
+    }
+    ApplicationMarks marks(mApplications);
+    Base::Archiver archiver(mDataFile);
+    encodeMember(archiver, commonVariablesKey, mCommonVariables);
+    encodeMember(archiver, unixVariablesKey, mUnixVariables);
+    encodeMember(archiver, winVariablesKey, mWinVariables);
+    encodeMember(archiver, applicationListKey, mApplications);
+    archiver.finishEncoding();
+    marks.written();
+    setVariablesEdited(false);
+    mApplicationSource.setEdited(false);
+}
+
+bool BaseSettings::needsSaving() const {
+    return variablesEdited() || mApplicationSource.isEdited() ||
+           std::any_of(mApplications.begin(), mApplications.end(),
+                       [](const ConfigApplication& application) { return application.needsSaving(); });
+}
+
+void BaseSettings::mergeEnvVariables(std::vector<EnvironmentVariable>& list) const {
+    VariableList indexed(list);
+    mergeEnvVariables(indexed);
+}
+
+void BaseSettings::mergeEnvVariables(VariableList& list) const {
+    if (Base::log::LoggerStream line{infoLogger()}) {
+        line << "  merging core KYM envirnment variables" << std::endl;
+    }
+    mergeUserEnvVariables(list);
+}
+
+const std::vector<ConfigApplication>& BaseSettings::applicationList() {
+    for (ConfigApplication& application : mApplications) {
+        application.setConfigurationName("Base KYM");
+    }
+    return mApplications;
+}
+
+ApplicationListSource* BaseSettings::applications() {
+    mApplicationSource.setList(&mApplications);
+    return &mApplicationSource;
+}
+
+BaseSettings& BaseInformation() {
+    return processWide<BaseSettings>();
+}
+
+}  // namespace Kym

@@ -1,0 +1,223 @@
+#include "kym/SystemInfo.h"
+
+#include <array>
+#include <optional>
+#include <stdexcept>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "base/Archiver.h"
+#include "base/Environment.h"
+#include "base/FileManager.h"
+#include "base/Unarchiver.h"
+#include "base/platform/UserFolders.h"
+#include "kym/Loggers.h"
+#include "kym/ProcessWide.h"
+
+namespace Kym {
+namespace {
+
+using Base::FileManager::native;
+using Base::log::LoggerStream;
+using boost::filesystem::path;
+
+const std::string installPathVariable = "KYM_BASE_DIR";
+
+struct Constant {
+    const char* key;
+    std::string SystemInfo::*member;
+};
+constexpr std::array<Constant, 17> constants{{
+    {"KymVersionString", &SystemInfo::KymVersionString},
+    {"CadVersionDirectory", &SystemInfo::CadVersionDirectory},
+    {"PreviousCadVersionDirectory", &SystemInfo::PreviousCadVersionDirectory},
+    {"KymConfigPathEnvVarName", &SystemInfo::KymConfigPathEnvVarName},
+    {"KymConfigFallbackDirectoryName", &SystemInfo::KymConfigFallbackDirectoryName},
+    {"KymApplicationDataDirectoryName", &SystemInfo::KymApplicationDataDirectoryName},
+    {"BroadcastDirectoryName", &SystemInfo::BroadcastDirectoryName},
+    {"BroadcastStartMessage", &SystemInfo::BroadcastStartMessage},
+    {"SiteSettingsSuffix", &SystemInfo::SiteSettingsSuffix},
+    {"CadWindowsRegistryPath", &SystemInfo::CadWindowsRegistryPath},
+    {"CadProductName", &SystemInfo::CadProductName},
+    {"CadSupportedVersionString", &SystemInfo::CadSupportedVersionString},
+    {"CadInstallPathVariable", &SystemInfo::CadInstallPathVariable},
+    {"CadWebBrowserVariable", &SystemInfo::CadWebBrowserVariable},
+    {"tcEngInstallPathVariable", &SystemInfo::tcEngInstallPathVariable},
+    {"tcEngDatabaseVariable", &SystemInfo::tcEngDatabaseVariable},
+    {"CadVersionDataFilename", &SystemInfo::CadVersionDataFilename},
+}};
+
+bool isDirectory(const path& candidate) {
+    boost::system::error_code ignored;
+    return boost::filesystem::is_directory(candidate, ignored);
+}
+
+// The directory beside "C:\kym\" is the one beside "C:\kym"; its parent would else be "C:\kym" itself.
+path expandedDirectory(std::string text) {
+    path directory = Base::Environment::expandEnvVariables(text);
+    while (directory.has_relative_path() && (directory.native().back() == path::separator ||
+                                             directory.native().back() == path::preferred_separator)) {
+        directory.remove_trailing_separator();
+    }
+    return directory;
+}
+
+std::optional<path> departmentsOfVariable(const std::string& variable) {
+    const std::string value = Base::Environment::getEnvVariable(variable);
+    if (value.empty()) {
+        return std::nullopt;
+    }
+    if (LoggerStream line{infoLogger()}) {
+        line << "Checking if variable" << value << " can is a valid ugsite" << std::endl;
+    }
+    path candidate = expandedDirectory(value);
+    if (!isDirectory(candidate)) {
+        return std::nullopt;
+    }
+    if (LoggerStream line{verboseLogger()}) {
+        line << "Using " << native(candidate) << " as ugsite" << std::endl;
+    }
+    return candidate;
+}
+
+std::optional<path> departmentsBeside(const path& installation) {
+    if (LoggerStream line{infoLogger()}) {
+        line << "Checking for ugsite as sibling of " << native(installation) << std::endl;
+    }
+    path candidate = installation.parent_path() / "ugsite";
+    if (LoggerStream line{verboseLogger()}) {
+        line << "  does this exist? " << native(candidate) << std::endl;
+    }
+    if (!isDirectory(candidate)) {
+        return std::nullopt;
+    }
+    if (LoggerStream line{verboseLogger()}) {
+        line << "Using " << native(candidate) << " as ugsite" << std::endl;
+    }
+    return candidate;
+}
+
+std::optional<path> fallbackDepartments(const path& candidate) {
+    if (LoggerStream line{infoLogger()}) {
+        line << "Using fallback ugsite: " << native(candidate) << std::endl;
+    }
+    return isDirectory(candidate) ? std::optional(candidate) : std::nullopt;
+}
+
+}  // namespace
+
+SystemInfo::SystemInfo() : mDataFile(installPath() / "config" / "sysinfo.dat") {
+    load();
+}
+
+void SystemInfo::load() {
+    if (LoggerStream line{infoLogger()}) {
+        line << "Loading system information: " << native(mDataFile) << std::endl;
+    }
+    if (!Base::FileManager::exists(mDataFile) || !Base::FileManager::isReadable(mDataFile)) {
+        if (LoggerStream line{infoLogger()}) {
+            line << "  Data file was not found or not readable. Using default settings." << std::endl;
+        }
+        return;
+    }
+    try {
+        Base::Unarchiver unarchiver(mDataFile);
+        for (const Constant& constant : constants) {
+            unarchiver.decode(constant.key, this->*constant.member);
+        }
+    } catch (const std::exception&) {
+        if (LoggerStream line{infoLogger()}) {
+            line << "  Could not read data file for some reason. Using default settings." << std::endl;
+        }
+    }
+}
+
+void SystemInfo::save() {
+    if (!needsSaving()) {
+        return;
+    }
+    if (LoggerStream line{infoLogger()}) {
+        line << "saving system information: " << native(mDataFile) << std::endl;
+    }
+    Base::Archiver archiver(mDataFile);
+    for (const Constant& constant : constants) {
+        archiver.encode(constant.key, this->*constant.member);
+    }
+    archiver.finishEncoding();
+    mSettingsChanged = false;
+}
+
+const path& SystemInfo::installPath() const {
+    static const path installation =
+        expandedDirectory(Base::Environment::getEnvVariable(installPathVariable));
+    if (installation.empty()) {
+        throw std::runtime_error(installPathVariable + " is not set.");
+    }
+    if (!isDirectory(installation)) {
+        throw std::runtime_error(installPathVariable + " is set to a invalid directory:\n  " +
+                                 native(installation));
+    }
+    return installation;
+}
+
+const path& SystemInfo::applicationDataPath() const {
+    static bool computed = false;
+    static path data;
+    if (computed) {
+        return data;
+    }
+    computed = true;
+    const std::optional<path> folder = Base::Platform::applicationDataFolder();
+    if (!folder) {
+        throw std::runtime_error("ERROR: Problem getting user's application data folder.");
+    }
+    data = *folder / KymApplicationDataDirectoryName;
+    if (!boost::filesystem::exists(data)) {
+        boost::filesystem::create_directory(data);
+    } else if (!boost::filesystem::is_directory(data)) {
+        computed = false;
+        throw std::runtime_error("The path " + native(data) + " is not a directory.\n");
+    }
+    return data;
+}
+
+const path& SystemInfo::localDepartmentsPath() const {
+    static bool discovered = false;
+    static std::optional<path> departments;
+    if (!discovered) {
+        discovered = true;
+        departments = departmentsOfVariable(KymConfigPathEnvVarName);
+        if (!departments) {
+            departments = departmentsBeside(installPath());
+        }
+        if (!departments) {
+            departments = fallbackDepartments(installPath() / KymConfigFallbackDirectoryName);
+        }
+    }
+    if (!departments) {
+        throw std::runtime_error(
+            "Problem determining where local department directory is located.\nUsually defined by " +
+            KymConfigPathEnvVarName + " environment variable.");
+    }
+    return *departments;
+}
+
+const std::string& SystemInfo::osDirectoryName() const {
+    static const std::string name = "win64";
+    return name;
+}
+
+const std::string& SystemInfo::osaDirectoryName() const {
+    return osDirectoryName();
+}
+
+const std::string& SystemInfo::scriptExtension() const {
+    static const std::string extension = "bat";
+    return extension;
+}
+
+SystemInfo& SystemInformation() {
+    return processWide<SystemInfo>();
+}
+
+}  // namespace Kym

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <boost/filesystem/path.hpp>
+
+#include "gtest/gtest.h"
+
+namespace Support {
+
+/// An installation and a directory of departments in a fresh temporary folder, whose name has a blank and a
+/// letter beyond ASCII:
+///
+///     ROOT/kym/config   ROOT/kym/plugins   ROOT/kym/data/install   ROOT/departments
+///
+/// KYM_BASE_DIR and KYM_UGSITE_DIR of this process name them; KYM_DEPT_DIR is removed. The folder goes away
+/// with the object. The library's stores live as long as the process, so that a process can have one site
+/// only: a second one throws. ctest runs every test in a process of its own.
+class Site {
+  public:
+    Site();
+    ~Site();
+    Site(const Site&) = delete;
+    Site& operator=(const Site&) = delete;
+
+    const boost::filesystem::path& root() const { return mRoot; }
+    boost::filesystem::path installation() const { return mRoot / "kym"; }
+    boost::filesystem::path departments() const { return mRoot / "departments"; }
+
+    /// Make a directory or a file below the root, with the directories above it, and return its whole path.
+    boost::filesystem::path makeDirectory(const boost::filesystem::path& relative) const;
+    boost::filesystem::path makeFile(const boost::filesystem::path& relative,
+                                     std::string_view content = "") const;
+
+    /// Stands a directory in the place of the file, so that the file can neither be read nor be replaced.
+    void block(const boost::filesystem::path& file) const;
+
+    /// Switches loggers on (names separated by commas); the lines that were written since then, in order.
+    void startLog(const std::string& loggers = "all") const;
+    std::vector<std::string> logLines() const;
+
+  private:
+    boost::filesystem::path logFile() const { return mRoot / "lines.log"; }
+
+    boost::filesystem::path mRoot;
+};
+
+/// A test that has a site.
+class SiteTest : public testing::Test {
+  protected:
+    Site site;
+};
+
+/// The content of a file; an exception when it cannot be read.
+std::string contentOf(const boost::filesystem::path& file);
+
+}  // namespace Support
