@@ -33,14 +33,17 @@ trap 'exit 143' TERM
 wineserver() { WINEPREFIX="$KYM_WINE_PREFIX" "${KYM_WINESERVER:-/usr/lib/wine/wineserver}" "$@"; }
 stop_wine() { wineserver -k > /dev/null 2>&1; }
 
-# start_wine: makes the project's own Wine prefix when it is not whole yet, and keeps its server alive for this run.
+# start_wine: makes the project's own Wine prefix, or mends one whose making was interrupted, and keeps its server
+# alive for this run.
 start_wine() {
   finally stop_wine
   mkdir -p "$KYM_WINE_PREFIX"
   if [ ! -e "$KYM_WINE_PREFIX/complete" ]; then
-    stop_wine || true
-    find "$KYM_WINE_PREFIX" -mindepth 1 -delete
-    "$project/scripts/wine" wineboot --init
+    # It may say that a 32-bit program is missing; there is nothing 32-bit here, and nothing needs it.
+    "$project/scripts/wine" wineboot --update > "$KYM_WINE_PREFIX/making.log" 2>&1 || {
+      tail -n 20 "$KYM_WINE_PREFIX/making.log" >&2
+      return 1
+    }
     wineserver -w
     touch "$KYM_WINE_PREFIX/complete"
   fi
@@ -65,6 +68,7 @@ configure() {
   (cd "$project" && cmake "${fresh[@]}" --preset "$preset" "$@")
 }
 
+# build PRESET [OPTION...]
 build() {
-  (cd "$project" && cmake --build --preset "$1")
+  (cd "$project" && cmake --build --preset "$@")
 }
