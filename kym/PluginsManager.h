@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -58,7 +59,8 @@ class KYM_EXPORT PluginsManager : public Base::DataSourceInterface {
     /// disable.
     std::vector<ConfigApplication> applicationList(const Configuration& configuration);
 
-    /// Merges the variables of the plugins that apply to a department, in list order.
+    /// Merges the variables of the plugins that apply to a department, in list order; for no department
+    /// (null), none.
     void mergeEnvVariables(const Configuration& configuration,
                            std::vector<EnvironmentVariable>& variables) const;
     void mergeEnvVariables(const Configuration* configuration,
@@ -69,6 +71,7 @@ class KYM_EXPORT PluginsManager : public Base::DataSourceInterface {
     void mergeEnvVariables(const Configuration& configuration, VariableList& variables) const;
 
     void initialize();
+    std::size_t position(int index, bool external) const;
     bool applies(const Configuration& configuration, const PluginSettings& plugin) const;
 
     std::vector<PluginSettings> mPlugins;

@@ -1,0 +1,216 @@
+#include "kym/Configuration.h"
+
+#include <stdexcept>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "base/FileManager.h"
+#include "base/PropertyList.h"
+#include "kym/LeafName.h"
+#include "kym/Loggers.h"
+#include "kym/SystemInfo.h"
+#include "kym/VariableList.h"
+#include "kym/VersionFiles.h"
+
+namespace Kym {
+
+namespace {
+
+using boost::filesystem::path;
+
+constexpr const char* kPropertyFile = ".dirinfo.plist";
+constexpr const char* kDescription = "Description";
+constexpr const char* kType = "Type";
+constexpr const char* kCommonDepartment = "Common Department";
+constexpr const char* kDoFileCleanup = "Do File Cleanup Key";
+constexpr const char* kCleanupDays = "Cleanup Days Key";
+[[maybe_unused]] constexpr const char* kEnvironmentSettings = "Environment Settings Key";  // reserved
+
+constexpr unsigned kDirectoryPermissions = 0775;
+
+path settingsFile(const path& versionDirectory) {
+    return versionDirectory / "config" / "configSettings.dat";
+}
+
+bool namesADepartment(const std::string& commonDepartment) {
+    return !commonDepartment.empty() && commonDepartment.find(' ') == std::string::npos;
+}
+
+template <typename Value>
+Value optionalProperty(const Base::PropertyList& list, const char* key, const Value& present) {
+    return list.hasProperty(key) ? boost::any_cast<Value>(list.getProperty(key)) : present;
+}
+
+}  // namespace
+
+InvalidConfiguration::InvalidConfiguration(const std::string& message) : BaseException(message) {}
+InvalidConfiguration::InvalidConfiguration(const InvalidConfiguration&) = default;
+InvalidConfiguration& InvalidConfiguration::operator=(const InvalidConfiguration&) = default;
+InvalidConfiguration::~InvalidConfiguration() = default;
+
+bool operator<(const Configuration& left, const Configuration& right) {
+    return left.description.compare(right.description) < 0;
+}
+
+Configuration::Configuration(const boost::filesystem::path& directory, bool loadNow) {
+    if (Base::log::LoggerStream line{verboseLogger()}) {
+        line << "instancing configuration: " << Base::FileManager::native(directory) << std::endl;
+    }
+    setPath(directory);
+    if (loadNow) {
+        load();
+        mNeedsSaving = false;
+    }
+    if (Base::log::LoggerStream line{verboseLogger()}) {
+        line << "config: " << name() << " mNeedsSaving = " << mNeedsSaving << std::endl;
+    }
+}
+
+std::string Configuration::name() const {
+    return leafName(mPath);
+}
+
+void Configuration::setPath(const boost::filesystem::path& directory) {
+    mPath = directory;
+    mSettings.setDataFile(settingsFile(versionPath()));
+}
+
+boost::filesystem::path Configuration::versionPath() const {
+    return mPath / SystemInformation().CadVersionDirectory;
+}
+
+bool Configuration::isUpdated() const {
+    return Base::FileManager::exists(versionPath());
+}
+
+bool Configuration::isWin64Updated() const {
+    return Base::FileManager::exists(versionPath() / "win64" / "udo");
+}
+
+boost::filesystem::path Configuration::commonConfigPath() const {
+    return namesADepartment(commonDepartment) ? SystemInformation().localDepartmentsPath() / commonDepartment
+                                              : mPath;
+}
+
+boost::filesystem::path Configuration::commonConfigVersionPath() const {
+    return commonConfigPath() / SystemInformation().CadVersionDirectory;
+}
+
+void Configuration::load() {
+    loadProperties();
+    if (isUpdated()) {
+        mSettings.load();
+    }
+}
+
+void Configuration::save() {
+    if (Base::log::LoggerStream line{infoLogger()}) {
+        line << "saving configuration settings: " << Base::FileManager::native(mPath) << std::endl;
+    }
+    if (!needsSaving()) {
+        return;
+    }
+    saveProperties();
+    if (isUpdated()) {
+        mSettings.save();
+    }
+    mNeedsSaving = false;
+}
+
+void Configuration::loadProperties() {
+    const boost::filesystem::path file = mPath / kPropertyFile;
+    boost::system::error_code ignored;
+    if (!boost::filesystem::is_regular_file(file, ignored) || !Base::FileManager::isReadable(file)) {
+        throw InvalidConfiguration("Directory " + Base::FileManager::native(mPath) +
+                                   " is not valid department.");
+    }
+    const Base::PropertyList list(file);
+    if (Base::log::LoggerStream line{verboseLogger()}) {
+        line << "  Loading configuration's properties" << std::endl;
+    }
+    const auto newDescription = boost::any_cast<std::string>(list.getProperty(kDescription));
+    const auto newType = optionalProperty(list, kType, type);
+    const auto newCommonDepartment = optionalProperty(list, kCommonDepartment, commonDepartment);
+    const auto newDoFileCleanup = optionalProperty(list, kDoFileCleanup, doFileCleanup);
+    const auto newCleanupDays = optionalProperty(list, kCleanupDays, cleanupDays);
+    description = newDescription;
+    type = newType;
+    commonDepartment = newCommonDepartment;
+    doFileCleanup = newDoFileCleanup;
+    cleanupDays = newCleanupDays;
+    if (Base::log::LoggerStream line{verboseLogger()}) {
+        line << "  Loaded the configuration's properties" << std::endl;
+    }
+}
+
+void Configuration::saveProperties() {
+    if (Base::log::LoggerStream line{verboseLogger()}) {
+        line << "  Saving configuration's properties" << std::endl;
+    }
+    Base::PropertyList list;
+    list.setFile(mPath / kPropertyFile);
+    list.setProperty(kDescription, description);
+    list.setProperty(kType, type);
+    list.setProperty(kCommonDepartment,
+                     namesADepartment(commonDepartment) ? commonDepartment : std::string());
+    list.setProperty(kDoFileCleanup, doFileCleanup);
+    list.setProperty(kCleanupDays, cleanupDays);
+    list.saveList();
+}
+
+void Configuration::createNXVersionDirectory() {
+    SystemInfo& info = SystemInformation();
+    const auto archive = info.installPath() / "data" / "install" / info.CadVersionDataFilename;
+    if (!Base::FileManager::exists(archive)) {
+        throw std::runtime_error("Data file " + Base::FileManager::native(archive) + " was not found.");
+    }
+    const boost::filesystem::path directory = versionPath();
+    if (!boost::filesystem::create_directory(directory)) {
+        throw std::runtime_error("Directory " + Base::FileManager::native(directory) + " already exists.");
+    }
+    try {
+        Base::FileManager::setPermissions(directory, kDirectoryPermissions);
+        unpackVersionFiles(archive, directory);
+        takeOverPreviousSettings();
+    } catch (...) {
+        boost::system::error_code ignored;
+        boost::filesystem::remove_all(directory, ignored);
+        throw;
+    }
+}
+
+void Configuration::takeOverPreviousSettings() {
+    const auto previous = settingsFile(mPath / SystemInformation().PreviousCadVersionDirectory);
+    if (!Base::FileManager::exists(previous)) {
+        return;
+    }
+    const auto present = settingsFile(versionPath());
+    if (previous != present) {
+        boost::filesystem::create_directory(present.parent_path());
+        boost::filesystem::copy_file(previous, present, boost::filesystem::copy_options::overwrite_existing);
+    }
+    mSettings.load();
+}
+
+void Configuration::createWin64VersionDirectory() {
+    const boost::filesystem::path version = versionPath();
+    const boost::filesystem::path win64 = version / "win64";
+    const boost::filesystem::path directories[] = {version / "lib" / "win64", win64, win64 / "application",
+                                                   win64 / "startup", win64 / "udo"};
+    for (const auto& directory : directories) {
+        boost::filesystem::create_directory(directory);
+    }
+    for (const auto& directory : directories) {
+        Base::FileManager::setPermissions(directory, kDirectoryPermissions);
+    }
+}
+
+void Configuration::mergeEnvVariables(std::vector<EnvironmentVariable>& variables) const {
+    mSettings.mergeEnvVariables(variables);
+}
+
+void Configuration::mergeEnvVariables(VariableList& variables) const {
+    mSettings.mergeEnvVariables(variables);
+}
+
+}  // namespace Kym

@@ -1,0 +1,160 @@
+#include "kym/ConfigurationManager.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "base/Environment.h"
+#include "base/FileManager.h"
+#include "base/SmartAssert.h"
+#include "kym/DirectoryScan.h"
+#include "kym/Loggers.h"
+#include "kym/SystemInfo.h"
+
+namespace Kym {
+
+namespace {
+
+constexpr const char* kFile = "ConfigurationManager";
+
+template <typename Configurations>
+auto findByName(Configurations& configurations, const std::string& name) -> decltype(configurations.data()) {
+    if (name.empty()) {
+        Base::smart_assert("!name.empty()", 300, kFile, __LINE__, "configurationByName")
+            .value("name", name)
+            .message("Configuration name is empty");
+    }
+    for (auto& configuration : configurations) {
+        if (configuration.name() == name) {
+            return &configuration;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+ConfigurationManager::ConfigurationManager() {
+    initialize();
+}
+
+void ConfigurationManager::initialize() {
+    const boost::filesystem::path& departments = SystemInformation().localDepartmentsPath();
+    if (departments.empty()) {
+        throw std::runtime_error("KYM_UGSITE_DIR is undefined.");
+    }
+    if (!Base::FileManager::exists(departments)) {
+        throw std::runtime_error("KYM_UGSITE_DIR is invalid.");
+    }
+    mConfigurations.clear();
+    for (const boost::filesystem::path& entry : entriesInNameOrder(departments)) {
+        addValidConfiguration(entry);
+    }
+    if (Base::log::LoggerStream line{infoLogger()}) {
+        line << "Found " << mConfigurations.size() << " configurations." << std::endl;
+    }
+}
+
+void ConfigurationManager::addValidConfiguration(const boost::filesystem::path& entry) {
+    if (!Base::FileManager::isReadable(entry) || !Base::FileManager::isExecutable(entry)) {
+        return;
+    }
+    try {
+        mConfigurations.emplace_back(entry, true);
+    } catch (const InvalidConfiguration&) {
+        return;
+    }
+    if (Base::log::LoggerStream line{infoLogger()}) {
+        line << "Adding configuration: " << Base::FileManager::native(entry) << std::endl;
+    }
+}
+
+Configuration* ConfigurationManager::configuration(int index) {
+    if (!(index >= 0 && index < numberOfRowsInList())) {
+        Base::smart_assert("index >= 0 && index < mConfigurations.size()", 300, kFile, __LINE__, __func__)
+            .value("index", index)
+            .message("configuration index is out of range");
+    }
+    return &mConfigurations.at(static_cast<std::size_t>(index));
+}
+
+Configuration* ConfigurationManager::configurationByName(const std::string& name) {
+    return findByName(mConfigurations, name);
+}
+
+const Configuration* ConfigurationManager::configurationByName(const std::string& name) const {
+    return findByName(mConfigurations, name);
+}
+
+const Configuration* ConfigurationManager::configurationByPath(const boost::filesystem::path& path) const {
+    if (path.empty()) {
+        Base::smart_assert("!path.empty()", 300, kFile, __LINE__, __func__)
+            .value("path", path.string())
+            .message("Configuration path is empty");
+    }
+    for (const Configuration& configuration : mConfigurations) {
+        if (configuration.path() == path) {
+            return &configuration;
+        }
+    }
+    return nullptr;
+}
+
+const Configuration* ConfigurationManager::currentConfiguration() const {
+    const std::string directory = Base::Environment::getEnvVariable("KYM_DEPT_DIR");
+    return directory.empty() ? nullptr : configurationByPath(directory);
+}
+
+std::vector<Configuration> ConfigurationManager::configurationList(const std::string& typePattern) const {
+    const Base::NamePattern pattern(typePattern);
+    std::vector<const Configuration*> chosen;
+    for (const Configuration& configuration : mConfigurations) {
+        if (configuration.isUpdated() && pattern.matches(configuration.type)) {
+            chosen.push_back(&configuration);
+        }
+    }
+    std::stable_sort(chosen.begin(), chosen.end(),
+                     [](const Configuration* left, const Configuration* right) { return *left < *right; });
+    std::vector<Configuration> result;
+    result.reserve(chosen.size());
+    for (const Configuration* configuration : chosen) {
+        result.push_back(*configuration);
+    }
+    return result;
+}
+
+ConfigurationManager::CommonConfigurations ConfigurationManager::commonConfigurations() const {
+    const auto type = [](const Configuration& configuration) { return configuration.type; };
+    return CommonConfigurations(mConfigurations, Base::NameFilter<Configuration>(type, "Common"));
+}
+
+const std::vector<std::string>& ConfigurationManager::availableTypes() const {
+    static const std::vector<std::string> types = {"Common", "Development", "Production", "Test"};
+    return types;
+}
+
+bool ConfigurationManager::anyNeedsSaving() const {
+    return std::any_of(mConfigurations.begin(), mConfigurations.end(),
+                       [](const Configuration& configuration) { return configuration.needsSaving(); });
+}
+
+void ConfigurationManager::saveDirty() {
+    for (Configuration& configuration : mConfigurations) {
+        configuration.save();
+    }
+}
+
+bool ConfigurationManager::usingFallbackConfigurations() const {
+    const SystemInfo& info = SystemInformation();
+    return info.localDepartmentsPath().string().find(info.KymConfigFallbackDirectoryName) !=
+           std::string::npos;
+}
+
+int ConfigurationManager::numberOfRowsInList() const {
+    return static_cast<int>(mConfigurations.size());
+}
+
+boost::any ConfigurationManager::valueForListColumnRow(const std::string&, int row) const {
+    return mConfigurations.at(static_cast<std::size_t>(row)).name();
+}
+
+}  // namespace Kym

@@ -1,0 +1,173 @@
+#include "kym/ConfigurationSettings.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+#include "base/Archiver.h"
+#include "base/FileManager.h"
+#include "base/Unarchiver.h"
+#include "kym/ApplicationMarks.h"
+#include "kym/ArchiveMembers.h"
+#include "kym/Loggers.h"
+#include "kym/VariableList.h"
+
+namespace Kym {
+
+namespace {
+
+constexpr const char* kWorkDirectoryList = "Work Directory List";
+constexpr const char* kCommonVariables = "Common Variables";
+constexpr const char* kUnixVariables = "Unix Variables";
+constexpr const char* kWindowsVariables = "Windows Variables";
+constexpr const char* kDisabledPlugins = "Disabled Plugins";
+constexpr const char* kApplicationList = "Application List";
+constexpr const char* kApplicationOverlayList = "Application Overlay List";
+
+template <typename List>
+void replaceFrom(Base::Unarchiver& unarchiver, const char* key, List& member) {
+    List read;
+    decodeMember(unarchiver, key, read);
+    member = std::move(read);
+}
+
+template <typename Overlays>
+auto findOverlay(Overlays& overlays, const std::string& configurationName, const std::string& applicationId) {
+    return std::find_if(overlays.begin(), overlays.end(),
+                        EqualOverlayOrApp(configurationName, applicationId));
+}
+
+}  // namespace
+
+ConfigurationSettings::ConfigurationSettings()
+    : mWorkDirectorySource(nullptr), mDisablePluginSource(nullptr), mApplicationSource(nullptr) {
+    if (Base::log::LoggerStream line{verboseLogger()}) {
+        line << "  instancing configuration settings" << std::endl;
+    }
+}
+
+void ConfigurationSettings::load() {
+    if (!Base::FileManager::exists(mDataFile) || !Base::FileManager::isReadable(mDataFile)) {
+        return;
+    }
+    try {
+        Base::Unarchiver unarchiver(mDataFile);
+        replaceFrom(unarchiver, kWorkDirectoryList, mWorkDirectories);
+        replaceFrom(unarchiver, kCommonVariables, mCommonVariables);
+        replaceFrom(unarchiver, kUnixVariables, mUnixVariables);
+        replaceFrom(unarchiver, kWindowsVariables, mWinVariables);
+        replaceFrom(unarchiver, kDisabledPlugins, mDisabledPlugins);
+        replaceFrom(unarchiver, kApplicationList, mApplications);
+        replaceFrom(unarchiver, kApplicationOverlayList, mOverlays);
+    } catch (const std::exception&) {
+        // A department whose settings cannot be understood is still offered, with what could be read.
+    }
+}
+
+void ConfigurationSettings::save() {
+    if (!needsSaving()) {
+        return;
+    }
+    ApplicationMarks marks(mApplications);
+    Base::Archiver archiver(mDataFile);
+    encodeMember(archiver, kWorkDirectoryList, mWorkDirectories);
+    encodeMember(archiver, kCommonVariables, mCommonVariables);
+    encodeMember(archiver, kUnixVariables, mUnixVariables);
+    encodeMember(archiver, kWindowsVariables, mWinVariables);
+    encodeMember(archiver, kDisabledPlugins, mDisabledPlugins);
+    encodeMember(archiver, kApplicationList, mApplications);
+    encodeMember(archiver, kApplicationOverlayList, mOverlays);
+    archiver.finishEncoding();
+    marks.written();
+    mWorkDirectorySource.setEdited(false);
+    setVariablesEdited(false);
+    mDisablePluginSource.setEdited(false);
+    mApplicationSource.setEdited(false);
+    mNeedsSaving = false;
+}
+
+bool ConfigurationSettings::needsSaving() const {
+    return mNeedsSaving || variablesEdited() || mWorkDirectorySource.isEdited() ||
+           mDisablePluginSource.isEdited() || mApplicationSource.isEdited() ||
+           std::any_of(mApplications.begin(), mApplications.end(),
+                       [](const ConfigApplication& application) { return application.needsSaving(); });
+}
+
+const std::vector<ConfigApplication>& ConfigurationSettings::applicationList(
+    const std::string& configurationName) {
+    for (ConfigApplication& application : mApplications) {
+        application.setConfigurationName(configurationName);
+    }
+    return mApplications;
+}
+
+ApplicationListSource* ConfigurationSettings::applications() {
+    mApplicationSource.setList(&mApplications);
+    return &mApplicationSource;
+}
+
+WorkDirectoryListSource* ConfigurationSettings::workDirectories() {
+    mWorkDirectorySource.setList(&mWorkDirectories);
+    return &mWorkDirectorySource;
+}
+
+DisablePluginSource* ConfigurationSettings::disablePlugins() {
+    mDisablePluginSource.setList(&mDisabledPlugins);
+    return &mDisablePluginSource;
+}
+
+bool ConfigurationSettings::isPluginDisabled(const std::string& plugin) const {
+    return std::find(mDisabledPlugins.begin(), mDisabledPlugins.end(), plugin) != mDisabledPlugins.end();
+}
+
+bool ConfigurationSettings::hasOverlay(const std::string& configurationName,
+                                       const std::string& applicationId) {
+    return findOverlay(mOverlays, configurationName, applicationId) != mOverlays.end();
+}
+
+ApplicationOverlay ConfigurationSettings::getOverlay(const std::string& configurationName,
+                                                     const std::string& applicationId) {
+    const auto found = findOverlay(mOverlays, configurationName, applicationId);
+    if (found != mOverlays.end()) {
+        return *found;
+    }
+    ApplicationOverlay overlay;
+    overlay.configurationName = configurationName;
+    overlay.applicationId = applicationId;
+    return overlay;
+}
+
+void ConfigurationSettings::setOverlay(const ApplicationOverlay& overlay) {
+    mNeedsSaving = true;
+    const auto found = findOverlay(mOverlays, overlay.configurationName, overlay.applicationId);
+    const bool isNew = found == mOverlays.end();
+    if (Base::log::LoggerStream line{infoLogger()}) {
+        line << (isNew ? "adding overlay for app " : "editing overlay for app ") << overlay.applicationId
+             << std::endl;
+    }
+    if (isNew) {
+        mOverlays.push_back(overlay);
+    } else {
+        *found = overlay;
+    }
+}
+
+void ConfigurationSettings::removeOverlay(const std::string& configurationName,
+                                          const std::string& applicationId) {
+    const auto found = findOverlay(mOverlays, configurationName, applicationId);
+    if (found != mOverlays.end()) {
+        mOverlays.erase(found);
+        mNeedsSaving = true;
+    }
+}
+
+void ConfigurationSettings::mergeEnvVariables(std::vector<EnvironmentVariable>& variables) const {
+    VariableList list(variables);
+    mergeEnvVariables(list);
+}
+
+void ConfigurationSettings::mergeEnvVariables(VariableList& variables) const {
+    mergeUserEnvVariables(variables);
+}
+
+}  // namespace Kym

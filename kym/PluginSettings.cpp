@@ -1,0 +1,111 @@
+#include "kym/PluginSettings.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/Archiver.h"
+#include "base/FileManager.h"
+#include "base/Unarchiver.h"
+#include "kym/ApplicationMarks.h"
+#include "kym/ArchiveMembers.h"
+#include "kym/LeafName.h"
+#include "kym/Loggers.h"
+#include "kym/VariableList.h"
+
+namespace Kym {
+
+namespace {
+
+constexpr const char* kPluginType = "Plugin Type";
+constexpr const char* kCommonVariables = "Common Variables";
+constexpr const char* kUnixVariables = "Unix Variables";
+constexpr const char* kWindowsVariables = "Windows Variables";
+constexpr const char* kApplicationList = "Application List";
+[[maybe_unused]] constexpr const char* kDisabledPlugins =
+    "Disabled Plugins";  // reserved, not in a plugin's file
+
+}  // namespace
+
+PluginSettings::PluginSettings(const boost::filesystem::path& directory)
+    : mDataFile(directory / "settings.dat"), mDirectory(directory), mApplicationSource(nullptr) {
+    load();
+}
+
+std::string PluginSettings::name() const {
+    return leafName(mDirectory);
+}
+
+void PluginSettings::load() {
+    if (!Base::FileManager::exists(mDataFile)) {
+        return;
+    }
+    Base::Unarchiver unarchiver(mDataFile);
+    std::string type = pluginType;
+    std::vector<EnvironmentVariable> common;
+    std::vector<EnvironmentVariable> unixOnes;
+    std::vector<EnvironmentVariable> windows;
+    std::vector<ConfigApplication> applicationsRead;
+    unarchiver.decode(kPluginType, type);
+    decodeMember(unarchiver, kCommonVariables, common);
+    decodeMember(unarchiver, kUnixVariables, unixOnes);
+    decodeMember(unarchiver, kWindowsVariables, windows);
+    decodeMember(unarchiver, kApplicationList, applicationsRead);
+
+    pluginType = std::move(type);
+    mCommonVariables = std::move(common);
+    mUnixVariables = std::move(unixOnes);
+    mWinVariables = std::move(windows);
+    mApplications = std::move(applicationsRead);
+}
+
+void PluginSettings::save() {
+    if (!needsSaving()) {
+        return;
+    }
+    ApplicationMarks marks(mApplications);
+    Base::Archiver archiver(mDataFile);
+    archiver.encode(kPluginType, pluginType);
+    encodeMember(archiver, kCommonVariables, mCommonVariables);
+    encodeMember(archiver, kUnixVariables, mUnixVariables);
+    encodeMember(archiver, kWindowsVariables, mWinVariables);
+    encodeMember(archiver, kApplicationList, mApplications);
+    archiver.finishEncoding();
+    marks.written();
+    setVariablesEdited(false);
+    mApplicationSource.setEdited(false);
+}
+
+bool PluginSettings::needsSaving() const {
+    const bool result =
+        mNeedsSaving || variablesEdited() || mApplicationSource.isEdited() ||
+        std::any_of(mApplications.begin(), mApplications.end(),
+                    [](const ConfigApplication& application) { return application.needsSaving(); });
+    if (Base::log::LoggerStream line{verboseLogger()}) {
+        line << "Plugin: " << name() << " needsSaving = " << result << std::endl;
+    }
+    return result;
+}
+
+const std::vector<ConfigApplication>& PluginSettings::applicationList() {
+    const std::string configurationName = name() + " Plugin";
+    for (ConfigApplication& application : mApplications) {
+        application.setConfigurationName(configurationName);
+    }
+    return mApplications;
+}
+
+ApplicationListSource* PluginSettings::applications() {
+    mApplicationSource.setList(&mApplications);
+    return &mApplicationSource;
+}
+
+void PluginSettings::mergeEnvVariables(std::vector<EnvironmentVariable>& variables) const {
+    VariableList list(variables);
+    mergeEnvVariables(list);
+}
+
+void PluginSettings::mergeEnvVariables(VariableList& variables) const {
+    mergeUserEnvVariables(variables);
+}
+
+}  // namespace Kym

@@ -1,0 +1,81 @@
+#include "kym/VersionFiles.h"
+
+#include <cstddef>
+#include <exception>
+#include <memory>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+#include <archive.h>
+#include <boost/filesystem/operations.hpp>
+
+#include "base/FileManager.h"
+
+namespace Kym {
+
+namespace {
+
+constexpr std::size_t kBlockSize = 10240;
+constexpr int kExtractFlags = ARCHIVE_EXTRACT_PERM | ARCHIVE_EXTRACT_TIME;
+
+struct FreeArchive {
+    void operator()(archive* handle) const { archive_read_free(handle); }
+};
+using ReadHandle = std::unique_ptr<archive, FreeArchive>;
+
+// The native name of a path is narrow on one system and wide on the other; each has a function of its own.
+[[maybe_unused]] int openArchive(archive* handle, const char* name) {
+    return archive_read_open_filename(handle, name, kBlockSize);
+}
+[[maybe_unused]] int openArchive(archive* handle, const wchar_t* name) {
+    return archive_read_open_filename_w(handle, name, kBlockSize);
+}
+
+/// Whether there is more; everything that is neither success nor the end of the archive throws.
+bool succeeded(const ReadHandle& handle, int result) {
+    if (result != ARCHIVE_OK && result != ARCHIVE_EOF) {
+        const char* reason = archive_error_string(handle.get());
+        throw std::runtime_error(reason ? reason : "The archive cannot be read.");
+    }
+    return result == ARCHIVE_OK;
+}
+
+void extractHere(const boost::filesystem::path& file) {
+    ReadHandle handle(archive_read_new());
+    if (!handle) {
+        throw std::bad_alloc();
+    }
+    archive_read_support_filter_all(handle.get());
+    archive_read_support_format_all(handle.get());
+    succeeded(handle, openArchive(handle.get(), file.c_str()));
+    archive_entry* entry = nullptr;
+    while (succeeded(handle, archive_read_next_header(handle.get(), &entry))) {
+        succeeded(handle, archive_read_extract(handle.get(), entry, kExtractFlags));
+    }
+    if (archive_format(handle.get()) == ARCHIVE_FORMAT_EMPTY) {
+        throw std::runtime_error("Data file " + Base::FileManager::native(file) + " is empty.");
+    }
+    archive_read_close(handle.get());
+}
+
+}  // namespace
+
+void unpackVersionFiles(const boost::filesystem::path& archive, const boost::filesystem::path& directory) {
+    const boost::filesystem::path file = boost::filesystem::absolute(archive);
+    const boost::filesystem::path workDirectory = Base::FileManager::workDirectory();
+    Base::FileManager::changeWorkDirectory(directory);
+    try {
+        extractHere(file);
+    } catch (...) {
+        try {
+            Base::FileManager::changeWorkDirectory(workDirectory);
+        } catch (const std::exception&) {
+            // The reason why unpacking failed is the one to be told.
+        }
+        throw;
+    }
+    Base::FileManager::changeWorkDirectory(workDirectory);
+}
+
+}  // namespace Kym
