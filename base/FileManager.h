@@ -20,6 +20,11 @@ bool isReadable(const path& file);
 /// regular file whose extension is in PATHEXT (or .exe .com .bat .cmd when PATHEXT is not set).
 bool isExecutable(const path& file);
 
+/// Whether Windows runs a file of this name, going by its extension (letter case, and dots and blanks at the
+/// end of the name, do not matter there). `extensions` is a list like ".COM;.EXE", as PATHEXT has it; when
+/// empty, .exe .com .bat .cmd. A text function that is the same on every system.
+bool hasExecutableExtension(std::string_view name, std::string_view extensions);
+
 /// Sets permissions as an octal mode (0775). Windows keeps only the write permission of it.
 /// `boost::filesystem::filesystem_error` on failure.
 void setPermissions(const path& file, unsigned mode);
@@ -34,8 +39,11 @@ std::string readFile(const path& file);
 /// Replaces the whole content of a file, or makes the file, in one step: the content goes to a temporary file
 /// beside it, is flushed to the disk and renamed over the target. Whatever happens, the target is wholly the
 /// old file or wholly the new one. What an earlier, killed replacement left beside the target is removed.
-/// A file that was reported with `noteDamaged` is first copied to "NAME.damaged"; an existing file that cannot
-/// be read is not replaced. `boost::filesystem::filesystem_error` on failure.
+/// A symbolic link stays, and the file that it leads to is replaced. The target's permissions are kept (the
+/// mode, on a system that has one). A file that was reported with `noteDamaged` is first copied to
+/// "NAME.damaged", or to "NAME.damaged.1" and so on when something else stands there. An existing file that
+/// cannot be read or is write-protected is not replaced. `boost::filesystem::filesystem_error`, naming the
+/// file and the reason, on failure.
 void replaceFile(const path& file, std::string_view content);
 
 /// Remembers, for the life of this process, that the file could not be understood when it was read.

@@ -5,11 +5,13 @@
 
 #include <boost/function.hpp>
 
+#include "base/platform/Export.h"
+
 namespace Base {
 
 /// A compiled regular expression (Perl syntax, case-sensitive) that whole names are matched against. Cheap to
 /// copy. A bad pattern throws `boost::regex_error`.
-class NamePattern {
+class BASE_EXPORT NamePattern {
   public:
     explicit NamePattern(const std::string& pattern);
     bool matches(const std::string& name) const;

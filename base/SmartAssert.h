@@ -23,7 +23,7 @@ class smart_assert {
     template <typename Value>
     smart_assert& value(const char* name, const Value& value) {
         std::ostringstream text;
-        text << ' ' << name << " = " << value;
+        text << (mValues.empty() ? " " : ", ") << name << " = " << value;
         mValues += text.str();
         return *this;
     }

@@ -16,10 +16,15 @@ class Logger {
     bool isOn() const { return mOn; }
 
   private:
-    friend void reconfigureLoggers();
+    friend void configureLoggers(const std::string& enabled, const std::string& file);
 
     std::string mName;
     bool mOn;
 };
+
+/// Settles which loggers, living and to come, are on (names separated by commas, or "all") and the file that
+/// lines are appended to; an empty name means standard error. When the file cannot be opened, standard error
+/// is used and told so.
+void configureLoggers(const std::string& enabled, const std::string& file);
 
 }  // namespace Base::log

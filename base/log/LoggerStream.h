@@ -9,8 +9,8 @@
 namespace Base::log {
 
 /// A stream on a logger, null when the logger is off. What was written goes out, whole, when the stream is
-/// destroyed. With the logger off nothing is formatted; write it as a condition, so that not even the operands
-/// are computed:
+/// destroyed. With the logger off nothing is formatted; write it as a condition, so that not even the
+/// operands are computed:
 ///
 ///     if (LoggerStream line{logger}) line << "saving " << FileManager::native(file) << std::endl;
 class LoggerStream {

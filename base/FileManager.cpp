@@ -1,0 +1,237 @@
+#include "base/FileManager.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <set>
+
+#include <boost/algorithm/string/case_conv.hpp>
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/split.hpp>
+#include <boost/filesystem/exception.hpp>
+#include <boost/filesystem/operations.hpp>
+
+#include "base/platform/FileSystem.h"
+
+namespace Base::FileManager {
+namespace {
+
+namespace fs = boost::filesystem;
+namespace errc = boost::system::errc;
+using boost::system::error_code;
+
+constexpr std::string_view temporarySuffix = ".kymtmp";
+
+[[noreturn]] void fail(const std::string& what, const path& file, const error_code& error) {
+    throw fs::filesystem_error(what, file, error);
+}
+
+// A path is not copied where a text is made of it, so that the narrow form is converted once.
+std::set<path>& damagedFiles() {
+    static std::set<path> files;
+    return files;
+}
+
+path damagedKey(const path& file) {
+    return fs::absolute(file).lexically_normal();
+}
+
+path linkTarget(const path& file) {
+    path target = file;
+    error_code error;
+    for (int links = 0; fs::is_symlink(fs::symlink_status(target, error)); ++links) {
+        if (links == 40) {
+            fail("Cannot replace the file", file, make_error_code(errc::too_many_symbolic_link_levels));
+        }
+        target = fs::absolute(fs::read_symlink(target), fs::absolute(target).parent_path());
+    }
+    return target;
+}
+
+// What the names of a target's temporary files begin with. A name that leaves no room for more is replaced by
+// a checksum of it.
+std::string temporaryPrefix(const path& target) {
+    const std::string name = target.filename().string();
+    if (name.size() <= 200) {
+        return '.' + name + '.';
+    }
+    std::uint64_t sum = 14695981039346656037U;
+    for (const char byte : name) {
+        sum = (sum ^ static_cast<unsigned char>(byte)) * 1099511628211U;
+    }
+    return '.' + std::to_string(sum) + '.';
+}
+
+bool isTemporaryName(std::string_view name, std::string_view prefix) {
+    if (!name.starts_with(prefix) || !name.substr(prefix.size()).ends_with(temporarySuffix)) {
+        return false;
+    }
+    name.remove_prefix(prefix.size());
+    name.remove_suffix(temporarySuffix.size());
+    const std::size_t dash = name.find('-');
+    const auto isNumber = [](std::string_view text) {
+        return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
+    };
+    return dash != name.npos && isNumber(name.substr(0, dash)) && isNumber(name.substr(dash + 1));
+}
+
+void removeLeftovers(const path& directory, const std::string& prefix) {
+    error_code error;
+    fs::directory_iterator entry(directory.empty() ? path(".") : directory, error);
+    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+        if (isTemporaryName(entry->path().filename().string(), prefix)) {
+            Platform::removeAbandoned(entry->path());
+        }
+    }
+}
+
+// One way to replace a file; `replaceFile` adds what has to be seen to before.
+void writeOver(const path& target, std::string_view content, error_code& error) {
+    static unsigned counter = 0;
+    const std::string prefix = temporaryPrefix(target);
+    removeLeftovers(target.parent_path(), prefix);
+    for (int attempt = 0; attempt < 8; ++attempt) {
+        const path name = target.parent_path() / (prefix + std::to_string(Platform::processNumber()) + '-' +
+                                                  std::to_string(++counter) + std::string(temporarySuffix));
+        Platform::ReplacementFile replacement(name, error);
+        if (!error) {
+            replacement.write(content, error);
+            if (!error) {
+                replacement.replace(target, error);
+            }
+            error_code unknown;
+            const bool vanished = error == errc::no_such_file_or_directory && !fs::exists(name, unknown);
+            if (!vanished) {
+                return;
+            }
+        } else if (error != errc::file_exists) {
+            return;
+        }
+    }
+}
+
+void copyDamaged(const path& target) {
+    error_code error;
+    const std::string content = Platform::readFile(target, error);
+    for (int number = 0; !error; ++number) {
+        path copy = target;
+        copy += number == 0 ? ".damaged" : ".damaged." + std::to_string(number);
+        if (!fs::exists(fs::symlink_status(copy, error))) {
+            error.clear();
+            writeOver(copy, content, error);
+            if (!error) {
+                return;
+            }
+        } else {
+            error_code unreadable;
+            if (Platform::readFile(copy, unreadable) == content && !unreadable) {
+                return;
+            }
+        }
+    }
+    fail("Cannot keep a copy of the damaged file", target, error);
+}
+
+}  // namespace
+
+bool exists(const path& file) {
+    error_code error;
+    return fs::exists(Platform::reachablePath(file), error);
+}
+
+bool isReadable(const path& file) {
+    return Platform::isReadable(Platform::reachablePath(file));
+}
+
+bool isExecutable(const path& file) {
+    const path reachable = Platform::reachablePath(file);
+    error_code error;
+    const fs::file_status status = fs::status(reachable, error);
+    return fs::is_directory(status) ? Platform::isEnterable(reachable)
+                                    : fs::is_regular_file(status) && Platform::isExecutableFile(reachable);
+}
+
+bool hasExecutableExtension(std::string_view name, std::string_view extensions) {
+    const std::size_t last = name.find_last_not_of(". ");
+    name = name.substr(0, last == name.npos ? 0 : last + 1);
+    const std::size_t dot = name.find_last_of("./\\:");
+    if (dot == name.npos || name[dot] != '.') {
+        return false;
+    }
+    const std::string wanted =
+        boost::algorithm::to_lower_copy(std::string(name.substr(dot)), std::locale::classic());
+    const std::string known(extensions.empty() ? std::string_view(".exe;.com;.bat;.cmd") : extensions);
+    std::vector<std::string> list;
+    boost::algorithm::split(list, known, boost::algorithm::is_any_of(";"));
+    return std::any_of(list.begin(), list.end(), [&](const std::string& extension) {
+        return boost::algorithm::to_lower_copy(extension, std::locale::classic()) == wanted;
+    });
+}
+
+void setPermissions(const path& file, unsigned mode) {
+    fs::permissions(Platform::reachablePath(file), static_cast<fs::perms>(mode & 07777U));
+}
+
+path workDirectory() {
+    return fs::current_path();
+}
+
+void changeWorkDirectory(const path& directory) {
+    fs::current_path(directory);
+}
+
+std::string readFile(const path& file) {
+    error_code error;
+    std::string content = Platform::readFile(Platform::reachablePath(file), error);
+    if (error) {
+        fail("Cannot read the file", file, error);
+    }
+    return content;
+}
+
+void replaceFile(const path& file, std::string_view content) {
+    const path target = linkTarget(Platform::reachablePath(file));
+    error_code error;
+    const fs::file_status status = fs::status(target, error);
+    const path key = damagedKey(file);
+    if (fs::exists(status)) {
+        if (fs::is_directory(status)) {
+            fail("Cannot replace the file", file, make_error_code(errc::is_a_directory));
+        }
+        if (!fs::is_regular_file(status)) {
+            fail("Cannot replace what is not a regular file", file,
+                 make_error_code(errc::operation_not_permitted));
+        }
+        if (!Platform::isReadable(target)) {
+            fail("Cannot replace a file that cannot be read", file, make_error_code(errc::permission_denied));
+        }
+        if (!Platform::isWritable(target)) {
+            fail("Cannot replace a write-protected file", file, make_error_code(errc::permission_denied));
+        }
+        if (damagedFiles().count(key) != 0) {
+            copyDamaged(target);
+        }
+    }
+    damagedFiles().erase(key);
+    writeOver(target, content, error);
+    if (error) {
+        fail("Cannot replace the file", file, error);
+    }
+}
+
+void noteDamaged(const path& file) {
+    damagedFiles().insert(damagedKey(file));
+}
+
+std::string nativeText(std::string_view text) {
+    std::string result(text);
+    std::replace(result.begin(), result.end(), '/', '\\');
+    return result;
+}
+
+std::string native(const path& file) {
+    return path(file).make_preferred().string();
+}
+
+}  // namespace Base::FileManager

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include <boost/filesystem/path.hpp>
+#include <boost/system/error_code.hpp>
+
+/// What `FileManager` and the loggers need of the file system itself. Failures are told by `error`, which is
+/// cleared on success.
+namespace Base::Platform {
+
+using boost::filesystem::path;
+using boost::system::error_code;
+
+/// A path by which the system's functions reach the file even when it is very long; usually the path itself.
+path reachablePath(const path& file);
+
+/// Whether this process may open the file for reading, list the directory.
+bool isReadable(const path& file);
+
+/// Whether this process may change the content of the existing file.
+bool isWritable(const path& file);
+
+/// Whether the directory can be entered.
+bool isEnterable(const path& directory);
+
+/// Whether the regular file can be executed.
+bool isExecutableFile(const path& file);
+
+/// The whole content, which others may read, replace or remove at the same time.
+std::string readFile(const path& file, error_code& error);
+
+/// A new file that is going to replace another one in the same directory. While it is being written, no other
+/// process takes it for abandoned; it is removed on destruction unless it has replaced its target.
+class ReplacementFile {
+  public:
+    /// Makes the file; `file_exists` when the name is taken. With an error, nothing was made.
+    ReplacementFile(const path& name, error_code& error);
+    ~ReplacementFile();
+    ReplacementFile(const ReplacementFile&) = delete;
+    ReplacementFile& operator=(const ReplacementFile&) = delete;
+
+    /// Writes the content and waits until it is on the disk.
+    void write(std::string_view content, error_code& error);
+
+    /// Renames the file over the target, whose permissions it takes over where the system keeps them with the
+    /// file. Waits a while for others to close the target where the system asks for that.
+    void replace(const path& target, error_code& error);
+
+  private:
+    void close();
+
+    path mName;  // empty when there is nothing to remove
+    std::intptr_t mHandle;
+};
+
+/// Removes a replacement file that no living process is writing; leaves it alone otherwise.
+void removeAbandoned(const path& replacementFile);
+
+/// Tells this process from the others of this machine.
+unsigned long processNumber();
+
+/// A file to append texts to. Several processes may append to it at once.
+class AppendFile {
+  public:
+    /// Opens or makes the file.
+    AppendFile(const path& file, error_code& error);
+    ~AppendFile();
+    AppendFile(const AppendFile&) = delete;
+    AppendFile& operator=(const AppendFile&) = delete;
+
+    /// Appends the text in one piece; a failure is not told.
+    void append(std::string_view text) noexcept;
+
+  private:
+    std::intptr_t mHandle;
+};
+
+}  // namespace Base::Platform

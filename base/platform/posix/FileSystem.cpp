@@ -1,0 +1,175 @@
+#include "base/platform/FileSystem.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Base::Platform {
+namespace {
+
+error_code lastError() {
+    return {errno, boost::system::system_category()};
+}
+
+bool mayAccess(const path& file, int mode) {
+    return ::faccessat(AT_FDCWD, file.c_str(), mode, AT_EACCESS) == 0;
+}
+
+int descriptor(std::intptr_t handle) {
+    return static_cast<int>(handle);
+}
+
+bool writeAll(int file, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = ::write(file, text.data(), text.size());
+        if (written >= 0) {
+            text.remove_prefix(static_cast<std::size_t>(written));
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Some file systems cannot flush a directory; the file has replaced its target all the same.
+void flushDirectory(const path& directory) {
+    const int opened =
+        ::open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (opened >= 0) {
+        static_cast<void>(::fsync(opened));
+        ::close(opened);
+    }
+}
+
+}  // namespace
+
+path reachablePath(const path& file) {
+    return file;
+}
+
+bool isReadable(const path& file) {
+    return mayAccess(file, R_OK);
+}
+bool isWritable(const path& file) {
+    return mayAccess(file, W_OK);
+}
+bool isEnterable(const path& directory) {
+    return mayAccess(directory, X_OK);
+}
+bool isExecutableFile(const path& file) {
+    return mayAccess(file, X_OK);
+}
+
+std::string readFile(const path& file, error_code& error) {
+    error.clear();
+    std::string content;
+    const int opened = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    struct stat status {};
+    if (opened < 0 || ::fstat(opened, &status) != 0) {
+        error = lastError();
+    } else {
+        content.resize(static_cast<std::size_t>(status.st_size) + 1);  // one more, to see the end at once
+        std::size_t size = 0;
+        for (;;) {
+            const ssize_t count = ::read(opened, content.data() + size, content.size() - size);
+            if (count < 0 && errno != EINTR) {
+                error = lastError();
+                break;
+            }
+            if (count == 0) {
+                break;
+            }
+            size += count > 0 ? static_cast<std::size_t>(count) : 0;
+            if (size == content.size()) {
+                content.resize(2 * size);
+            }
+        }
+        content.resize(error ? 0 : size);
+    }
+    if (opened >= 0) {
+        ::close(opened);
+    }
+    return content;
+}
+
+ReplacementFile::ReplacementFile(const path& name, error_code& error)
+    : mName(name), mHandle(::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666)) {
+    error.clear();
+    if (mHandle < 0) {
+        error = lastError();
+        mName.clear();
+    } else if (::flock(descriptor(mHandle), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        close();  // somebody has just taken it for abandoned and is removing it
+        mName.clear();
+        error = make_error_code(boost::system::errc::file_exists);
+    }
+}
+
+ReplacementFile::~ReplacementFile() {
+    if (!mName.empty()) {
+        ::unlink(mName.c_str());
+    }
+    close();
+}
+
+void ReplacementFile::close() {
+    if (mHandle >= 0) {
+        ::close(descriptor(mHandle));
+    }
+    mHandle = -1;
+}
+
+void ReplacementFile::write(std::string_view content, error_code& error) {
+    error.clear();
+    if (!writeAll(descriptor(mHandle), content) || ::fsync(descriptor(mHandle)) != 0) {
+        error = lastError();
+    }
+}
+
+void ReplacementFile::replace(const path& target, error_code& error) {
+    error.clear();
+    struct stat old {};
+    if (::stat(target.c_str(), &old) == 0 && ::fchmod(descriptor(mHandle), old.st_mode & 07777) != 0) {
+        error = lastError();
+    } else if (::rename(mName.c_str(), target.c_str()) != 0) {
+        error = lastError();
+    } else {
+        mName.clear();
+        close();
+        flushDirectory(target.parent_path());
+    }
+}
+
+void removeAbandoned(const path& replacementFile) {
+    const int opened = ::open(replacementFile.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (opened >= 0) {
+        if (::flock(opened, LOCK_EX | LOCK_NB) == 0) {
+            ::unlink(replacementFile.c_str());
+        }
+        ::close(opened);
+    }
+}
+
+unsigned long processNumber() {
+    return static_cast<unsigned long>(::getpid());
+}
+
+AppendFile::AppendFile(const path& file, error_code& error)
+    : mHandle(::open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666)) {
+    error = mHandle < 0 ? lastError() : error_code();
+}
+
+AppendFile::~AppendFile() {
+    if (mHandle >= 0) {
+        ::close(descriptor(mHandle));
+    }
+}
+
+void AppendFile::append(std::string_view text) noexcept {
+    writeAll(descriptor(mHandle), text);
+}
+
+}  // namespace Base::Platform

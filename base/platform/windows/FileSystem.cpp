@@ -1,0 +1,195 @@
+#include "base/platform/FileSystem.h"
+
+#include <algorithm>
+#include <utility>
+#include <windows.h>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "base/Environment.h"
+#include "base/FileManager.h"
+
+namespace Base::Platform {
+namespace {
+
+constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+error_code lastError() {
+    return {static_cast<int>(::GetLastError()), boost::system::system_category()};
+}
+
+HANDLE open(const path& file, DWORD access, DWORD share, DWORD disposition, DWORD flags) {
+    return ::CreateFileW(file.c_str(), access, share, nullptr, disposition, flags, nullptr);
+}
+
+HANDLE systemHandle(std::intptr_t handle) {
+    return reinterpret_cast<HANDLE>(handle);
+}
+bool isOpen(std::intptr_t handle) {
+    return systemHandle(handle) != INVALID_HANDLE_VALUE;
+}
+
+bool opens(const path& file, DWORD access, DWORD flags) {
+    const HANDLE opened = open(file, access, shareAll, OPEN_EXISTING, flags);
+    return opened != INVALID_HANDLE_VALUE && ::CloseHandle(opened);
+}
+
+DWORD portion(std::size_t size) {
+    return static_cast<DWORD>(std::min<std::size_t>(size, 1U << 30U));
+}
+
+bool writeAll(HANDLE file, std::string_view text) {
+    while (!text.empty()) {
+        DWORD written = 0;
+        if (!::WriteFile(file, text.data(), portion(text.size()), &written, nullptr)) {
+            return false;
+        }
+        text.remove_prefix(written);
+    }
+    return true;
+}
+
+bool isBusy(const error_code& error) {
+    return error.value() == ERROR_ACCESS_DENIED || error.value() == ERROR_SHARING_VIOLATION ||
+           error.value() == ERROR_LOCK_VIOLATION;
+}
+
+}  // namespace
+
+path reachablePath(const path& file) {
+    constexpr std::size_t longest =
+        200;  // leaves room, below 260, for the names of temporary files and copies
+    error_code error;
+    const path whole = file.is_absolute() ? file : boost::filesystem::absolute(file, error);
+    if (error || whole.size() < longest || whole.native().starts_with(L"\\\\?\\")) {
+        return file;
+    }
+    std::wstring text = path(whole.lexically_normal()).make_preferred().native();
+    const bool onServer = text.starts_with(L"\\\\");
+    return path((onServer ? L"\\\\?\\UNC" : L"\\\\?\\") + text.substr(onServer ? 1 : 0));
+}
+
+bool isReadable(const path& file) {
+    return opens(file, GENERIC_READ, FILE_FLAG_BACKUP_SEMANTICS);
+}
+
+// Opening is left to the replacing, which waits for others to close the file.
+bool isWritable(const path& file) {
+    const DWORD attributes = ::GetFileAttributesW(file.c_str());
+    return attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_READONLY) == 0;
+}
+
+bool isEnterable(const path& directory) {
+    return opens(directory, FILE_TRAVERSE, FILE_FLAG_BACKUP_SEMANTICS);
+}
+
+bool isExecutableFile(const path& file) {
+    return FileManager::hasExecutableExtension(file.filename().string(),
+                                               Environment::getEnvVariable("PATHEXT"));
+}
+
+std::string readFile(const path& file, error_code& error) {
+    error.clear();
+    const HANDLE opened = open(file, GENERIC_READ, shareAll, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN);
+    if (opened == INVALID_HANDLE_VALUE) {
+        error = lastError();
+        return {};
+    }
+    std::string content;
+    LARGE_INTEGER known{};
+    if (!::GetFileSizeEx(opened, &known)) {
+        error = lastError();
+    }
+    content.resize(static_cast<std::size_t>(known.QuadPart) + 1);  // one more, to see the end at once
+    std::size_t size = 0;
+    for (DWORD count = 1; !error && count != 0; size += count) {
+        if (size == content.size()) {
+            content.resize(2 * size);
+        }
+        if (!::ReadFile(opened, content.data() + size, portion(content.size() - size), &count, nullptr)) {
+            error = lastError();
+            count = 0;
+        }
+    }
+    content.resize(error ? 0 : size);
+    ::CloseHandle(opened);
+    return content;
+}
+
+// Without FILE_SHARE_DELETE, nobody can remove the file while it is open.
+ReplacementFile::ReplacementFile(const path& name, error_code& error)
+    : mName(name),
+      mHandle(reinterpret_cast<std::intptr_t>(
+          open(name, GENERIC_WRITE, FILE_SHARE_READ, CREATE_NEW, FILE_ATTRIBUTE_NORMAL))) {
+    error.clear();
+    if (!isOpen(mHandle)) {
+        error = lastError();
+        mName.clear();
+    }
+}
+
+ReplacementFile::~ReplacementFile() {
+    close();
+    if (!mName.empty()) {
+        ::DeleteFileW(mName.c_str());
+    }
+}
+
+void ReplacementFile::close() {
+    if (isOpen(mHandle)) {
+        ::CloseHandle(systemHandle(mHandle));
+    }
+    mHandle = reinterpret_cast<std::intptr_t>(INVALID_HANDLE_VALUE);
+}
+
+void ReplacementFile::write(std::string_view content, error_code& error) {
+    error.clear();
+    if (!writeAll(systemHandle(mHandle), content) || !::FlushFileBuffers(systemHandle(mHandle))) {
+        error = lastError();
+    }
+}
+
+void ReplacementFile::replace(const path& target, error_code& error) {
+    close();
+    constexpr int attempts = 40;
+    constexpr DWORD pause = 50;  // milliseconds
+    for (int attempt = 1;; ++attempt) {
+        if (::MoveFileExW(mName.c_str(), target.c_str(),
+                          MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+            error.clear();
+            mName.clear();
+            return;
+        }
+        error = lastError();
+        if (!isBusy(error) || attempt == attempts) {
+            return;
+        }
+        ::Sleep(pause);
+    }
+}
+
+void removeAbandoned(const path& replacementFile) {
+    ::DeleteFileW(replacementFile.c_str());
+}
+
+unsigned long processNumber() {
+    return ::GetCurrentProcessId();
+}
+
+AppendFile::AppendFile(const path& file, error_code& error)
+    : mHandle(reinterpret_cast<std::intptr_t>(
+          open(file, FILE_APPEND_DATA, shareAll, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL))) {
+    error = isOpen(mHandle) ? error_code() : lastError();
+}
+
+AppendFile::~AppendFile() {
+    if (isOpen(mHandle)) {
+        ::CloseHandle(systemHandle(mHandle));
+    }
+}
+
+void AppendFile::append(std::string_view text) noexcept {
+    writeAll(systemHandle(mHandle), text);
+}
+
+}  // namespace Base::Platform
