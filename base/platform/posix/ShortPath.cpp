@@ -1,0 +1,12 @@
+#include "base/platform/ShortPath.h"
+
+#include <boost/filesystem/operations.hpp>
+
+namespace Base::Platform {
+
+std::string shortPath(const std::string& longPath) {
+    boost::system::error_code error;
+    return boost::filesystem::exists(longPath, error) ? longPath : std::string();
+}
+
+}  // namespace Base::Platform
