@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include <boost/filesystem/operations.hpp>
+#include <pugixml.hpp>
 
 #include "base/BaseKit.h"
 #include "base/Environment.h"
@@ -91,6 +92,18 @@ std::vector<std::string> Site::logLines() const {
 
 std::string contentOf(const fs::path& file) {
     return Base::FileManager::readFile(file);
+}
+
+std::vector<std::string> keysOf(const fs::path& archive) {
+    pugi::xml_document document;
+    if (!document.load_string(contentOf(archive).c_str())) {
+        throw std::runtime_error(archive.string() + " is no XML file");
+    }
+    std::vector<std::string> keys;
+    for (const pugi::xml_node& member : document.child("archive").children()) {
+        keys.push_back(member.attribute("key").value());
+    }
+    return keys;
 }
 
 }  // namespace Support

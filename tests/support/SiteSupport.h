@@ -56,4 +56,7 @@ class SiteTest : public testing::Test {
 /// The content of a file; an exception when it cannot be read.
 std::string contentOf(const boost::filesystem::path& file);
 
+/// The keys of a keyed archive's root object, in the order of the file.
+std::vector<std::string> keysOf(const boost::filesystem::path& archive);
+
 }  // namespace Support

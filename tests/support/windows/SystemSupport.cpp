@@ -1,0 +1,29 @@
+#include "tests/support/SystemSupport.h"
+
+#include <stdexcept>
+#include <windows.h>
+
+namespace Support {
+namespace {
+
+void check(LSTATUS status, const std::string& key) {
+    if (status != ERROR_SUCCESS) {
+        throw std::runtime_error("HKEY_LOCAL_MACHINE\\" + key + ": error " + std::to_string(status));
+    }
+}
+
+}  // namespace
+
+const bool isWindows = true;
+
+void writeLocalMachineText(const std::string& key, const std::string& valueName, const std::string& text) {
+    check(::RegSetKeyValueA(HKEY_LOCAL_MACHINE, key.c_str(), valueName.c_str(), REG_SZ, text.c_str(),
+                            static_cast<DWORD>(text.size() + 1)),
+          key);
+}
+
+void deleteLocalMachineKey(const std::string& key) {
+    check(::RegDeleteTreeA(HKEY_LOCAL_MACHINE, key.c_str()), key);
+}
+
+}  // namespace Support
