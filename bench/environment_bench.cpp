@@ -1,0 +1,171 @@
+// How long it takes to assemble the environment of an application, beside a plain transcription of the rules,
+// and how much that adds to starting a program. scripts/bench sets the place up and prints the ratios.
+
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <boost/filesystem/operations.hpp>
+
+#include "kym/BaseSettings.h"
+#include "kym/ConfigApplication.h"
+#include "kym/Configuration.h"
+#include "kym/Launcher.h"
+#include "kym/PluginsManager.h"
+#include "kym/SiteSettings.h"
+#include "kym/SystemInfo.h"
+#include "kym/WorkDirectory.h"
+
+#include "BenchSite.h"
+#include "Transcription.h"
+
+namespace fs = boost::filesystem;
+using BenchSite::Variables;
+
+namespace {
+
+std::vector<std::string> processStrings;
+
+std::string native(fs::path path) {
+    return path.make_preferred().string();
+}
+
+/// Seven layers of variables: the site, the base, two plugins, a common department, a department, an
+/// application.
+class Place {
+  public:
+    Place() : mCommon(department("common")), mConfig(department("department")) {
+        mConfig.commonDepartment = "common";
+        for (const char* plugin : {"plugin_a", "plugin_b"}) {
+            const fs::path directory = Kym::SystemInformation().installPath() / "plugins" / plugin;
+            fs::create_directories(directory);
+            Kym::PluginsManagement().addPlugin(directory);
+        }
+        Kym::SiteSettings& site = Kym::SiteInformation();
+        site.useWindowsRegistry = false;
+        site.winNxInstallPath.value = "C:\\nx";
+    }
+
+    /// Gives each layer that many variables.
+    void setLayerSize(std::size_t count) {
+        Kym::PluginsManager& plugins = Kym::PluginsManagement();
+        Kym::EnvVariableListSource* lists[] = {Kym::SiteInformation().commonVariables(),
+                                               Kym::BaseInformation().commonVariables(),
+                                               plugins.plugin(0, false)->commonVariables(),
+                                               plugins.plugin(1, false)->commonVariables(),
+                                               mCommon.settings()->commonVariables(),
+                                               mConfig.settings()->commonVariables(),
+                                               mApplication.commonVariables()};
+        mInput = Transcription::Input();
+        for (std::size_t layer = 0; layer < std::size(lists); ++layer) {
+            mInput.layers.push_back(BenchSite::layerVariables(layer, count));
+            BenchSite::fill(lists[layer], mInput.layers.back());
+        }
+        const Kym::SystemInfo& system = Kym::SystemInformation();
+        mInput.process = processStrings;
+        mInput.siteDerived = {{"UGII_BASE_DIR", "C:\\nx"}, {"UGII_ROOT_DIR", "C:\\nx\\ugii\\"}};
+        mInput.siteAppended = {{system.CadWebBrowserVariable, Kym::SiteInformation().getWebBrowser()},
+                               {"UGII_UGDOC_BASE_DIR", "${UGII_BASE_DIR}/ugdoc"}};
+        mInput.addCadLibrariesToPath = true;
+        mInput.launcher = {{"KYM_DEPT_DIR", native(mConfig.path())},
+                           {"KYM_COMMONDEPT_DIR", native(mConfig.commonConfigPath())},
+                           {system.KymConfigPathEnvVarName, native(system.localDepartmentsPath())},
+                           {"UG_VER", system.CadVersionDirectory},
+                           {"OS", system.osDirectoryName()},
+                           {"OSA", system.osaDirectoryName()},
+                           {"SCRIPTx", system.scriptExtension()},
+                           {"UGII_SITE_DIR", "${KYM_COMMONDEPT_DIR}/${UG_VER}"},
+                           {"UGII_GROUP_DIR", "${KYM_DEPT_DIR}/${UG_VER}"}};
+        if (byLibrary() != byTranscription()) {
+            throw std::runtime_error("the library and the transcription disagree");
+        }
+    }
+
+    std::map<std::string, std::string> byLibrary() const {
+        std::map<std::string, std::string> env;
+        mLauncher.buildEnvVarMap(mConfig, &mCommon, mApplication, env);
+        return env;
+    }
+
+    std::map<std::string, std::string> byTranscription() const {
+        return Transcription::buildEnvironment(mInput);
+    }
+
+    void setProgram(const std::string& program) { mApplication.program = program; }
+    Kym::LaunchPlan plan() const { return mLauncher.plan(mConfig, &mCommon, mApplication, &mDirectory); }
+    void start(const Kym::LaunchPlan& plan) const { mLauncher.launch(plan); }
+    void buildAndStart() const { mLauncher.launchApplication(mConfig, &mCommon, mApplication, &mDirectory); }
+
+  private:
+    static Kym::Configuration department(const std::string& name) {
+        const fs::path directory = Kym::SystemInformation().localDepartmentsPath() / name;
+        fs::create_directories(directory);
+        return Kym::Configuration(directory, false);
+    }
+
+    Kym::Launcher mLauncher;
+    Kym::Configuration mCommon;
+    Kym::Configuration mConfig;
+    Kym::ConfigApplication mApplication;
+    Kym::WorkDirectory mDirectory;
+    Transcription::Input mInput;
+};
+
+}  // namespace
+
+int main(int argc, char** argv, char** envp) {
+    for (; *envp; ++envp) {
+        processStrings.emplace_back(*envp);
+    }
+    try {
+        Place place;
+        for (const std::size_t perLayer : {50U, 1429U}) {
+            const std::string size = std::to_string(perLayer * 7);
+            benchmark::RegisterBenchmark(("build/library/" + size).c_str(), [&, perLayer](
+                                                                                benchmark::State& state) {
+                place.setLayerSize(perLayer);
+                for ([[maybe_unused]] auto _ : state) {
+                    benchmark::DoNotOptimize(place.byLibrary());
+                }
+            })->Unit(benchmark::kMicrosecond);
+            benchmark::RegisterBenchmark(("build/transcription/" + size).c_str(),
+                                         [&, perLayer](benchmark::State& state) {
+                                             place.setLayerSize(perLayer);
+                                             for ([[maybe_unused]] auto _ : state) {
+                                                 benchmark::DoNotOptimize(place.byTranscription());
+                                             }
+                                         })
+                ->Unit(benchmark::kMicrosecond);
+        }
+        // A program can be started on Windows only; scripts/bench names one there.
+        const char* program = std::getenv("KYM_BENCH_PROGRAM");
+        if (program && *program) {
+            place.setProgram(program);
+            benchmark::RegisterBenchmark("start/alone", [&](benchmark::State& state) {
+                place.setLayerSize(50);
+                const Kym::LaunchPlan plan = place.plan();
+                for ([[maybe_unused]] auto _ : state) {
+                    place.start(plan);
+                }
+            })->Unit(benchmark::kMicrosecond);
+            benchmark::RegisterBenchmark("start/build_and_start", [&](benchmark::State& state) {
+                place.setLayerSize(50);
+                for ([[maybe_unused]] auto _ : state) {
+                    place.buildAndStart();
+                }
+            })->Unit(benchmark::kMicrosecond);
+        }
+        benchmark::AddCustomContext("process_variables", std::to_string(processStrings.size()));
+        benchmark::Initialize(&argc, argv);
+        benchmark::RunSpecifiedBenchmarks();
+        return 0;
+    } catch (const std::exception& error) {
+        std::cerr << argv[0] << ": " << error.what() << '\n';
+        return 1;
+    }
+}

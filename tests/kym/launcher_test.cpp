@@ -1,0 +1,346 @@
+#include "kym/Launcher.h"
+
+#include <algorithm>
+#include <random>
+
+#include <boost/filesystem/operations.hpp>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/Environment.h"
+#include "base/FileManager.h"
+#include "kym/BaseSettings.h"
+#include "kym/ConfigApplication.h"
+#include "kym/Configuration.h"
+#include "kym/PluginsManager.h"
+#include "kym/SiteSettings.h"
+#include "kym/SystemInfo.h"
+#include "kym/WorkDirectory.h"
+
+#include "bench/Transcription.h"
+#include "tests/support/SiteSupport.h"
+
+using Base::FileManager::native;
+using Kym::Configuration;
+using Kym::EnvironmentVariable;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+using testing::Throws;
+using testing::ThrowsMessage;
+
+namespace {
+
+using Variables = std::vector<EnvironmentVariable>;
+
+void fill(Kym::EnvVariableListSource* list, const Variables& variables) {
+    for (const auto& variable : variables) {
+        const int row = list->numberOfRowsInList();
+        list->insertRow(-1);
+        list->setValueForListColumnRow("Name", row, variable.name);
+        list->setValueForListColumnRow("Value", row, variable.value);
+    }
+}
+
+std::string slashed(std::string text) {
+    std::replace(text.begin(), text.end(), '/', '\\');
+    return text;
+}
+
+/// A site whose layers a test fills, with a department "design", its common department "shared" and one
+/// plugin.
+class LauncherTest : public Support::SiteTest {
+  protected:
+    LauncherTest() {
+        Base::Environment::setEnvVariable("LAUNCHER_TEST_FROM_PROCESS", "process");
+        Kym::PluginsManagement().addPlugin(site.makeDirectory("plugins/cam"));
+        Kym::SiteInformation().useWindowsRegistry = false;
+        Kym::SiteInformation().winNxInstallPath.value = "C:\\nx";
+    }
+
+    Configuration department(const std::string& name) {
+        return Configuration(site.makeDirectory("departments/" + name), false);
+    }
+
+    Kym::Launcher::EnvironmentMap build(const Configuration* commonConfig = nullptr) {
+        Kym::Launcher::EnvironmentMap env;
+        launcher.buildEnvVarMap(config, commonConfig, app, env);
+        return env;
+    }
+
+    std::string variable(const std::string& name, const Configuration* commonConfig = nullptr) {
+        const auto env = build(commonConfig);
+        const auto found = env.find(name);
+        return found == env.end() ? "(unset)" : found->second;
+    }
+
+    /// A file that may be executed on both systems.
+    boost::filesystem::path makeProgram(const std::string& relative) {
+        const auto program = site.makeFile(relative, "exit");
+        Base::FileManager::setPermissions(program, 0775);
+        return program;
+    }
+
+    Kym::Launcher launcher;
+    Configuration config = department("design");
+    Kym::ConfigApplication app;
+};
+
+}  // namespace
+
+TEST_F(LauncherTest, LaterLayersExtendAndReplaceEarlierOnes) {
+    Configuration shared = department("shared");
+    config.commonDepartment = "shared";
+    const auto trace = [](const char* layer) {
+        return Variables{{"TRACE", std::string("${TRACE}>") + layer}};
+    };
+    fill(Kym::SiteInformation().commonVariables(), trace("site"));
+    fill(Kym::SiteInformation().winVariables(), trace("site-win"));
+    fill(Kym::SiteInformation().unixVariables(), trace("site-unix"));
+    fill(Kym::BaseInformation().commonVariables(), trace("base"));
+    fill(Kym::PluginsManagement().plugin(0, false)->commonVariables(), trace("plugin"));
+    fill(shared.settings()->commonVariables(), trace("shared"));
+    fill(config.settings()->commonVariables(), trace("design"));
+    fill(config.settings()->commonVariables(), {{"LAUNCHER_TEST_FROM_PROCESS", ""}, {"UG_VER", "mine"}});
+    fill(app.winVariables(), trace("app"));
+
+    EXPECT_EQ(variable("TRACE", &shared), ">site>site-win>base>plugin>shared>design>app");
+    EXPECT_EQ(variable("TRACE"), ">site>site-win>base>plugin>design>app");
+    EXPECT_EQ(variable("LAUNCHER_TEST_FROM_PROCESS"), "(unset)");
+    EXPECT_EQ(variable("UG_VER"), Kym::SystemInformation().CadVersionDirectory);
+
+    app.disableCustomization = true;
+    auto env = build(&shared);
+    EXPECT_EQ(env["TRACE"], ">site>site-win>app");
+    EXPECT_EQ(env["LAUNCHER_TEST_FROM_PROCESS"], "process");
+    for (const char* name : {"UGII_SITE_DIR", "UGII_GROUP_DIR", "UGII_SYMBOL_LIBRARY_DIR"}) {
+        EXPECT_EQ(env.count(name), 0U) << name;
+    }
+}
+
+TEST_F(LauncherTest, AddsItsOwnVariables) {
+    Base::Environment::setEnvVariable("KYM_COMMONDEPT_DIR", "of an outer launch");
+    const std::string directory = slashed(native(config.path()));
+    const std::string version = Kym::SystemInformation().CadVersionDirectory;
+    auto env = build();
+    EXPECT_EQ(env["KYM_DEPT_DIR"], directory);
+    EXPECT_EQ(env.count("KYM_COMMONDEPT_DIR"), 0U);
+    EXPECT_EQ(env["KYM_UGSITE_DIR"], slashed(native(site.departments())));
+    EXPECT_EQ(env["OS"], "win64");
+    EXPECT_EQ(env["OSA"], "win64");
+    EXPECT_EQ(env["SCRIPTx"], "bat");
+    EXPECT_EQ(env["UGII_SITE_DIR"], slashed(native(site.installation())));
+    EXPECT_EQ(env["UGII_GROUP_DIR"], directory + "\\" + version);
+    EXPECT_EQ(env["UGII_ROOT_DIR"], "C:\\nx\\ugii\\");
+    EXPECT_EQ(env["UGII_UGDOC_BASE_DIR"], "C:\\nx\\ugdoc");
+    EXPECT_THAT(env["PATH"], StartsWith("C:\\nx\\ugii;"));
+    EXPECT_EQ(env.count("UGII_SYMBOL_LIBRARY_DIR"), 0U);
+
+    config.commonDepartment = "shared";
+    const std::string shared = slashed(native(site.departments() / "shared"));
+    env = build();
+    EXPECT_EQ(env["KYM_COMMONDEPT_DIR"], shared);
+    EXPECT_EQ(env["UGII_SITE_DIR"], shared + "\\" + version);
+
+    // The nearest symbol library counts.
+    for (const auto& place : {site.installation(), config.commonConfigVersionPath(), config.versionPath()}) {
+        site.makeFile(boost::filesystem::relative(place, site.root()) / "symbol" / "symbol_library.txt");
+        EXPECT_EQ(variable("UGII_SYMBOL_LIBRARY_DIR"), slashed(native(place / "symbol")));
+    }
+}
+
+TEST_F(LauncherTest, EvaluatesValuesForWindowsPrograms) {
+    Base::Environment::setEnvVariable("Launcher_Test_Mixed_Path", "C:\\a;C:\\a;c:\\b");
+    const struct {
+        const char* name;
+        const char* value;
+        const char* expected;
+    } cases[] = {
+        {"PLAIN", "C:/x//y", "C:\\x\\\\y"},
+        {"PAGE", "http://host/a/b", "http://host/a/b"},
+        {"MIXED", "${PAGE}/c;D:/d", "http://host/a/b/c;D:/d"},
+        {"NAMED", "$PLAIN;${UNKNOWN_NAME};$UNKNOWN", "C:\\x\\\\y;${UNKNOWN_NAME};$UNKNOWN"},
+        {"XLIBPATH", "/usr/lib:/opt/lib:/usr/lib", "\\usr\\lib;\\opt\\lib"},
+        {"MY_CLASSPATH_X", "a;a", "a;a"},
+        {"A-B", "x", "(unset)"},
+        {"1ABC", "x", "(unset)"},
+        {"TOOLS(X86)", "x", "x"},
+    };
+    for (const auto& c : cases) {
+        fill(config.settings()->commonVariables(), {{c.name, std::string(c.value)}});
+    }
+    for (const auto& c : cases) {
+        EXPECT_EQ(variable(c.name), c.expected) << c.name;
+    }
+    EXPECT_EQ(variable("LAUNCHER_TEST_MIXED_PATH"), "C:\\a;c:\\b");
+    EXPECT_EQ(variable("LONG"), "(unset)");
+    fill(config.settings()->commonVariables(), {{"LONG", std::string(32000, 'x')}});
+    EXPECT_EQ(variable("LONG"), std::string(32000, 'x'));
+
+    fill(config.settings()->commonVariables(), {{"LOOP", "$POOL"}, {"POOL", "x${LOOP}"}});
+    EXPECT_THAT([&] { build(); },
+                ThrowsMessage<std::exception>(AllOf(StartsWith("Error expanding variable 'LOOP'.\n"),
+                                                    HasSubstr("LOOP"), HasSubstr("POOL"))));
+}
+
+// Whatever names and values the layers hold, the result is the one that the plainly written rules give.
+TEST_F(LauncherTest, EqualsThePlainRulesOnHostileInput) {
+    Configuration shared = department("shared");
+    config.commonDepartment = "shared";
+    std::mt19937 random(42);
+    const auto pick = [&](const std::vector<std::string>& pieces, int longest) {
+        std::string text;
+        for (int n = std::uniform_int_distribution<int>(0, longest)(random); n > 0; --n) {
+            text += pieces[std::uniform_int_distribution<std::size_t>(0, pieces.size() - 1)(random)];
+        }
+        return text;
+    };
+    const std::vector<std::string> names = {"A", "B", "C",     "PATH", "_", "X86", "(",
+                                            ".", "1", "CLASS", "é",    "D", "E"};
+    const std::vector<std::string> values = {
+        "$A",    "${B}", "$C", "${PATH}", "$PATH", "${", "}", "$",  "/",  "\\",   ":",  ";",
+        "C:\\a", "/b",   "\"", "http:",   "x",     " ",  "é", "$1", "$$", "${D}", "$E", "//"};
+    std::vector<Kym::EnvVariableListSource*> lists = {
+        Kym::SiteInformation().commonVariables(),
+        Kym::BaseInformation().commonVariables(),
+        Kym::PluginsManagement().plugin(0, false)->commonVariables(),
+        shared.settings()->commonVariables(),
+        config.settings()->commonVariables(),
+        app.commonVariables()};
+
+    Transcription::Input input;
+    for (const std::string& text : Base::Environment::environmentStrings()) {
+        input.process.push_back(text);
+    }
+    const Kym::SystemInfo& system = Kym::SystemInformation();
+    input.siteDerived = {{"UGII_BASE_DIR", "C:\\nx"}, {"UGII_ROOT_DIR", "C:\\nx\\ugii\\"}};
+    input.siteAppended = {{system.CadWebBrowserVariable, Kym::SiteInformation().getWebBrowser()},
+                          {"UGII_UGDOC_BASE_DIR", "${UGII_BASE_DIR}/ugdoc"}};
+    input.addCadLibrariesToPath = true;
+    input.launcher = {{"KYM_DEPT_DIR", native(config.path())},
+                      {"KYM_COMMONDEPT_DIR", native(config.commonConfigPath())},
+                      {system.KymConfigPathEnvVarName, native(system.localDepartmentsPath())},
+                      {"UG_VER", system.CadVersionDirectory},
+                      {"OS", "win64"},
+                      {"OSA", "win64"},
+                      {"SCRIPTx", "bat"},
+                      {"UGII_SITE_DIR", "${KYM_COMMONDEPT_DIR}/${UG_VER}"},
+                      {"UGII_GROUP_DIR", "${KYM_DEPT_DIR}/${UG_VER}"}};
+
+    int built = 0;
+    int refused = 0;
+    for (int round = 0; round < 400; ++round) {
+        input.layers.clear();
+        for (auto* list : lists) {
+            Variables layer;
+            for (int n = 0; n < 3; ++n) {
+                layer.emplace_back(pick(names, 2), pick(values, 4));
+            }
+            list->deleteRows(list->numberOfRowsInList() ? std::vector<int>{0, 1, 2} : std::vector<int>());
+            fill(list, layer);
+            input.layers.push_back(layer);
+        }
+        Kym::Launcher::EnvironmentMap expected;
+        bool fails = false;
+        try {
+            expected = Transcription::buildEnvironment(input);
+        } catch (const std::exception&) {
+            fails = true;
+        }
+        if (fails) {
+            EXPECT_ANY_THROW(build(&shared));
+            ++refused;
+        } else {
+            EXPECT_EQ(build(&shared), expected);
+            ++built;
+        }
+        ASSERT_FALSE(HasFailure()) << "in round " << round;
+    }
+    EXPECT_GT(built, 50);
+    EXPECT_GT(refused, 50);
+}
+
+TEST_F(LauncherTest, ResolvesTheExecutableOrSaysWhy) {
+    const auto program = makeProgram("bin dir/cad.exe");
+    const auto text = site.makeFile("bin dir/readme.txt");
+    Base::FileManager::setPermissions(text, 0664);
+    const Kym::Launcher::EnvironmentMap env = {{"BIN", native(program.parent_path()) + "/"}};
+    const auto resolve = [&](const std::string& executable) {
+        app.program = executable;
+        return launcher.getAndCheckExecutable(app, env);
+    };
+    EXPECT_EQ(resolve("${BIN}/cad.exe"), program);
+    EXPECT_THAT([&] { resolve("${NOWHERE}cad.exe"); },
+                ThrowsMessage<std::runtime_error>("Program ${NOWHERE}cad.exe is not found.\n"
+                                                  "  Original string = ${NOWHERE}cad.exe\n"
+                                                  "  Maybe a environment variable is set wrong."));
+    EXPECT_THAT([&] { resolve(""); },
+                ThrowsMessage<std::runtime_error>(StartsWith("Program  is not found.\n")));
+    EXPECT_THAT([&] { resolve("$BIN"); },
+                ThrowsMessage<std::runtime_error>(HasSubstr(" is not executable.\n")));
+    EXPECT_THAT([&] { resolve("${BIN}readme.txt"); },
+                ThrowsMessage<std::runtime_error>("Program " + native(text) + " is not executable.\n"));
+    EXPECT_THROW(resolve("${BIN"), std::exception);
+}
+
+TEST_F(LauncherTest, PlansWhatItWouldStart) {
+    const auto program = makeProgram("bin/cad.exe");
+    app.program = native(program);
+    app.arguments = "-dir ${UG_VER_TEST}\\\\x \"two words\" $UNKNOWN";
+    fill(app.commonVariables(),
+         {{"UG_VER_TEST", "v1"}, {"UGII_LOCAL_USER_DEFAULTS", "replaced"}, {"USERPROFILE", "C:/me"}});
+
+    const Kym::LaunchPlan plan = launcher.plan(config, nullptr, app, nullptr);
+    EXPECT_EQ(plan.executable, program);
+    EXPECT_EQ(plan.arguments, (std::vector<std::string>{"-dir", "v1\\x", "\"two words\"", "$UNKNOWN"}));
+    EXPECT_EQ(plan.workingDirectory, "C:\\me");
+    EXPECT_EQ(plan.environment.at("UGII_LOCAL_USER_DEFAULTS"), "C:\\me\\nx90_user.dpv");
+    EXPECT_EQ(launcher.commandString(config, nullptr, app),
+              native(program) + " -dir v1\\x \"two words\" $UNKNOWN");
+
+    Kym::WorkDirectory work;
+    EXPECT_EQ(launcher.plan(config, nullptr, app, &work).workingDirectory, "");
+    EXPECT_EQ(launcher.plan(config, nullptr, app, &work).environment.at("UGII_LOCAL_USER_DEFAULTS"),
+              "\\nx90_user.dpv");
+    work.path = "${UG_VER_TEST}/w";
+    EXPECT_EQ(launcher.plan(config, nullptr, app, &work).workingDirectory, "v1/w");
+
+    app.program = native(program) + ".gone";
+    EXPECT_THAT([&] { launcher.commandString(config, nullptr, app); },
+                ThrowsMessage<std::runtime_error>(HasSubstr(" is not found.\n")));
+    EXPECT_THAT(
+        [&] {
+            launcher.launchApplication(config, nullptr, app.program, {"a", "b"}, false);
+        },
+        ThrowsMessage<std::runtime_error>(HasSubstr(" is not found.\n")));
+}
+
+TEST_F(LauncherTest, ChecksTheCadInstallation) {
+    const auto installation = site.makeDirectory("Siteware of the NX family");
+    const auto root = site.makeDirectory("Siteware of the NX family/ugii");
+    Kym::Launcher::EnvironmentMap env = {{"UGII_BASE_DIR", native(installation)},
+                                         {"UGII_ROOT_DIR", native(root)},
+                                         {"UGII_LIB1", native(installation / "gone")}};
+    launcher.checkCadEnvironment(env);
+    EXPECT_TRUE(boost::filesystem::equivalent(env["UGII_BASE_DIR"], installation));
+    EXPECT_TRUE(boost::filesystem::equivalent(env["UGII_ROOT_DIR"], root));
+    EXPECT_EQ(env.count("UGII_LIB1"), 0U);
+
+    env = {{"UGII_BASE_DIR", native(installation)}, {"UGII_LIB1", native(root)}};
+    launcher.checkCadEnvironment(env);
+    EXPECT_EQ(env.at("UGII_ROOT_DIR"), "");
+    EXPECT_EQ(env.at("UGII_LIB1"), native(root));
+
+    env = {{"UGII_BASE_DIR", "C:\\no such"}};
+    EXPECT_THAT([&] { launcher.checkCadEnvironment(env); },
+                ThrowsMessage<std::runtime_error>("UGII_BASE_DIR is set to C:\\no such. Invalid directory."));
+    env.clear();
+    EXPECT_THAT([&] { launcher.checkCadEnvironment(env); },
+                ThrowsMessage<std::runtime_error>("UGII_BASE_DIR is not set."));
+    Kym::SystemInformation().CadInstallPathVariable = "";
+    EXPECT_THAT(
+        [&] { launcher.checkCadEnvironment(env); },
+        ThrowsMessage<std::runtime_error>(
+            "The system has not defined the environment variable for the install path of the CAD system. "
+            "Cannot verify it is installed."));
+}
