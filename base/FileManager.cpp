@@ -1,10 +1,10 @@
 #include "base/FileManager.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
-#include <cstdio>
+#include <locale>
 #include <set>
+#include <vector>
 
 #include <boost/algorithm/string/case_conv.hpp>
 #include <boost/algorithm/string/classification.hpp>
@@ -27,7 +27,6 @@ constexpr std::string_view temporarySuffix = ".kymtmp";
     throw fs::filesystem_error(what, file, error);
 }
 
-// A path is not copied where a text is made of it, so that the narrow form is converted once.
 std::set<path>& damagedFiles() {
     static std::set<path> files;
     return files;
@@ -86,7 +85,6 @@ void removeLeftovers(const path& directory, const std::string& prefix) {
     }
 }
 
-// One way to replace a file; `replaceFile` adds what has to be seen to before.
 void writeOver(const path& target, std::string_view content, error_code& error) {
     static unsigned counter = 0;
     const std::string prefix = temporaryPrefix(target);

@@ -1,0 +1,379 @@
+#include "base/FileManager.h"
+
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <boost/filesystem/exception.hpp>
+#include <boost/filesystem/operations.hpp>
+
+#include "base/platform/FileSystem.h"
+#include "base/platform/Utf16.h"
+
+#include "gtest/gtest.h"
+
+#if defined(_WIN32)
+#include <windows.h>
+
+#include "base/BaseException.h"
+#include "base/platform/windows/Wide.h"
+#else
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
+
+namespace {
+
+namespace fs = boost::filesystem;
+namespace FileManager = Base::FileManager;
+using FileManager::readFile;
+using FileManager::replaceFile;
+
+class FileManagerTest : public testing::Test {
+  protected:
+    FileManagerTest() : folder(fs::temp_directory_path() / fs::unique_path("kym file ü %%%%-%%%%-%%%%")) {
+        fs::create_directory(folder);
+    }
+    ~FileManagerTest() override {
+        fs::remove_all(Base::Platform::reachablePath(deepFolder()));
+        fs::remove_all(folder);
+    }
+
+    fs::path deepFolder() const { return folder / std::string(200, 'd'); }
+
+    std::set<std::string> names() const {
+        std::set<std::string> result;
+        for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+            result.insert(entry.path().filename().string());
+        }
+        return result;
+    }
+
+    fs::path make(const fs::path& name, std::string_view content) const {
+        replaceFile(folder / name, content);
+        return folder / name;
+    }
+
+    // The replacement fails with an error that names the target, and nothing has changed in the folder.
+    void expectRefusal(const fs::path& target, const std::string& content = "new") const {
+        const std::set<std::string> before = names();
+        try {
+            replaceFile(target, content);
+            ADD_FAILURE() << target << " was replaced";
+        } catch (const fs::filesystem_error& failure) {
+            EXPECT_EQ(failure.path1(), target);
+            EXPECT_TRUE(failure.code()) << failure.what();
+        }
+        EXPECT_EQ(names(), before);
+    }
+
+    const fs::path folder;
+};
+
+TEST_F(FileManagerTest, ReplacesTheWholeContentUnderAnyName) {
+    const std::string large = std::string("\0\r\n\x1a\xff", 5) + std::string(3'000'000, 'x');
+    fs::create_directory(Base::Platform::reachablePath(deepFolder()));
+    for (const fs::path& file :
+         {folder / "plain.dat", folder / "mit Blank, Übermaß und 日本.dat",
+          folder / (std::string(240, 'n') + ".dat"), deepFolder() / std::string(220, 'l')}) {
+        for (const std::string& content : {std::string(), large, std::string("short")}) {
+            replaceFile(file, content);
+            EXPECT_TRUE(readFile(file) == content) << file;
+        }
+        EXPECT_TRUE(FileManager::exists(file) && FileManager::isReadable(file)) << file;
+    }
+    EXPECT_EQ(names().size(), 4U);
+    const fs::path before = FileManager::workDirectory();
+    FileManager::changeWorkDirectory(folder);
+    replaceFile("relative.dat", "here");
+    FileManager::changeWorkDirectory(before);
+    EXPECT_EQ(readFile(folder / "relative.dat"), "here");
+}
+
+TEST_F(FileManagerTest, RefusesWhatItCannotReplace) {
+    fs::create_directory(folder / "directory");
+    expectRefusal(folder / "directory");
+    expectRefusal(folder / "missing" / "file");
+    EXPECT_THROW(readFile(folder / "directory"), fs::filesystem_error);
+    EXPECT_THROW(readFile(folder / "missing"), fs::filesystem_error);
+    EXPECT_FALSE(FileManager::isReadable(folder / "missing"));
+    EXPECT_FALSE(FileManager::isExecutable(folder / "missing"));
+    EXPECT_TRUE(FileManager::isReadable(folder / "directory"));
+    EXPECT_TRUE(FileManager::isExecutable(folder / "directory"));
+}
+
+TEST_F(FileManagerTest, RemovesWhatKilledReplacementsLeftAndNothingElse) {
+    const std::set<std::string> spared = {".a.dat.4711-2.kymtmp", ".a.dat.x-1.kymtmp",   ".a.dat.1-.kymtmp",
+                                          ".a.dat.1-1.kymtm",     ".a.dat.b.1-1.kymtmp", ".b.dat.1-1.kymtmp"};
+    for (const std::string& name : spared) {
+        std::ofstream((folder / name).c_str()) << "x";
+    }
+    fs::remove(folder / ".a.dat.4711-2.kymtmp");
+    std::ofstream((folder / ".a.dat.4711-1.kymtmp").c_str()) << "left behind";
+    boost::system::error_code error;
+    auto alive = std::make_unique<Base::Platform::ReplacementFile>(folder / ".a.dat.4711-2.kymtmp", error);
+    ASSERT_FALSE(error) << error.message();
+    replaceFile(folder / "a.dat", "one");
+    std::set<std::string> expected = spared;
+    expected.insert("a.dat");
+    EXPECT_EQ(names(), expected);
+    alive->write("two", error);
+    alive->replace(folder / "a.dat", error);
+    EXPECT_FALSE(error) << error.message();
+    EXPECT_EQ(readFile(folder / "a.dat"), "two");
+}
+
+TEST_F(FileManagerTest, KeepsOneCopyOfEveryDamagedContent) {
+    using Names = std::set<std::string>;
+    const fs::path file = make("a.dat", "damaged once");
+    FileManager::noteDamaged(folder / "." / "x" / ".." / "a.dat");
+    replaceFile(file, "damaged again");
+    EXPECT_EQ(readFile(folder / "a.dat.damaged"), "damaged once");
+    FileManager::noteDamaged(file);
+    replaceFile(file, "damaged once");
+    EXPECT_EQ(readFile(folder / "a.dat.damaged.1"), "damaged again");
+    FileManager::noteDamaged(file);
+    replaceFile(file, "good");
+    replaceFile(file, "better");
+    EXPECT_EQ(names(), (Names{"a.dat", "a.dat.damaged", "a.dat.damaged.1"}));
+    EXPECT_EQ(readFile(folder / "a.dat.damaged"), "damaged once");
+    EXPECT_EQ(readFile(file), "better");
+
+    const fs::path tooLong = make(std::string(250, 'n'), "no name is left for the copy");
+    FileManager::noteDamaged(tooLong);
+    for (int time = 0; time < 2; ++time) {
+        expectRefusal(tooLong);
+        EXPECT_EQ(readFile(tooLong), "no name is left for the copy");
+    }
+}
+
+TEST(FileNames, AreExecutableByTheirExtension) {
+    const struct {
+        const char *name, *extensions;
+        bool executable;
+    } cases[] = {{"ug.exe", "", true},     {"UG.Cmd", "", true},
+                 {"ug.py", "", false},     {"ug.py", ".EXE;.PY", true},
+                 {"ug.exe", ".PY", false}, {"ug.exe. .", "", true},
+                 {"ug.txt.", "", false},   {"ug.txt. ", ".;.EXE", false},
+                 {"ug", ";.EXE", false},   {"exe", "", false},
+                 {".exe", "", true},       {"a.exe/b", "", false},
+                 {"a.exe\\b", "", false},  {"...", ".EXE", false},
+                 {"ug.bat.txt", "", false}};
+    for (const auto& [name, extensions, executable] : cases) {
+        EXPECT_EQ(FileManager::hasExecutableExtension(name, extensions), executable)
+            << name << ' ' << extensions;
+    }
+    EXPECT_EQ(FileManager::nativeText("a/b\\c//d"), "a\\b\\c\\\\d");
+}
+
+std::string toUtf8(const std::u16string& units) {
+    std::string result;
+    for (const char16_t* next = units.data(); next != units.data() + units.size();) {
+        char bytes[4];
+        const char32_t character = Base::Platform::takeUtf16(next, units.data() + units.size());
+        result.append(bytes, Base::Platform::putUtf8(character, bytes));
+    }
+    return result;
+}
+
+bool toUtf16(const std::string& text, std::u16string& units) {
+    for (const char* next = text.data(); next != text.data() + text.size();) {
+        const char32_t character = Base::Platform::takeUtf8(next, text.data() + text.size());
+        if (character == Base::Platform::badCharacter) {
+            return false;
+        }
+        char16_t pair[2];
+        units.append(pair, Base::Platform::putUtf16(character, pair));
+    }
+    return true;
+}
+
+TEST(Utf16, EverySequenceOfUnitsComesBack) {
+    EXPECT_EQ(toUtf8(u"aü€😀"), "aü€😀");
+    EXPECT_EQ(toUtf8({u'x', 0xD83D}), "x\xED\xA0\xBD");
+    const std::u16string units = {0,      0x7F,   0x80,   0x7FF,  0x800,  0xD7FF,
+                                  0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0xE000, 0xFFFF};
+    for (const char16_t first : units) {
+        for (const char16_t second : units) {
+            for (const char16_t third : units) {
+                const std::u16string text = {first, second, third};
+                std::u16string back;
+                EXPECT_TRUE(toUtf16(toUtf8(text), back));
+                EXPECT_EQ(back, text);
+            }
+        }
+    }
+    for (const char* bad :
+         {"\x80", "\xC3", "\xC3x", "\xC0\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xE2\x82", "\xF0\x8F\xBF\xBF",
+          "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80", "\xFF", "\xED\xA0\xBD\xED\xB8\x80"}) {
+        std::u16string ignored;
+        EXPECT_FALSE(toUtf16(bad, ignored)) << testing::PrintToString(bad);
+    }
+}
+
+#if defined(_WIN32)
+
+HANDLE hold(const fs::path& file) {
+    return ::CreateFileW(file.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+}
+
+TEST_F(FileManagerTest, AFileThatSomebodyHoldsStaysWhole) {
+    const fs::path file = make("a.dat", "old");
+    const HANDLE held = hold(file);
+    ASSERT_NE(held, INVALID_HANDLE_VALUE);
+    EXPECT_FALSE(FileManager::isReadable(file));
+    expectRefusal(file);
+    ::CloseHandle(held);
+    EXPECT_EQ(readFile(file), "old");
+    FileManager::setPermissions(file, 0444);
+    expectRefusal(file);
+    FileManager::setPermissions(file, 0664);
+}
+
+TEST_F(FileManagerTest, WaitsForTheHolderAndSurvivesTheLossOfItsTemporaryFile) {
+    const fs::path file = make("a.dat", "old");
+    const HANDLE held =
+        ::CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(held, INVALID_HANDLE_VALUE);
+    std::thread saver([&] { replaceFile(file, "new"); });
+    for (bool removed = false; !removed;) {
+        for (const std::string& name : names()) {
+            removed = removed || (name != "a.dat" && ::DeleteFileW((folder / name).c_str()));
+        }
+    }
+    ::CloseHandle(held);
+    saver.join();
+    EXPECT_EQ(readFile(file), "new");
+    EXPECT_EQ(names(), std::set<std::string>{"a.dat"});
+}
+
+TEST_F(FileManagerTest, ProgramsAreFilesWithTheRightExtension) {
+    EXPECT_TRUE(FileManager::isExecutable(make("ug.EXE", "")));
+    EXPECT_FALSE(FileManager::isExecutable(make("ug.dat", "")));
+}
+
+TEST(PathEncoding, NarrowPathsAreUtf8) {
+    EXPECT_EQ(fs::path("a ü€😀").native(), L"a ü€😀");
+    EXPECT_EQ(fs::path(L"x\xD83D").string(), "x\xED\xA0\xBD");
+    EXPECT_EQ(fs::path(L"a ü€😀\\b").filename().string(), "b");
+    EXPECT_THROW(fs::path("\xFF"), boost::system::system_error);
+    EXPECT_THROW(fs::path("ab\xC3"), boost::system::system_error);
+    EXPECT_EQ(Base::Platform::narrow(Base::Platform::wide("a ü€😀")), "a ü€😀");
+    try {
+        Base::Platform::wide("a\xFF");
+        ADD_FAILURE();
+    } catch (const Base::BaseException& failure) {
+        EXPECT_NE(std::string(failure.what()).find("a\\xFF"), std::string::npos) << failure.what();
+    }
+}
+
+#else
+
+// Root may do everything, so that the rights of files count only for somebody else.
+struct Unprivileged {
+    Unprivileged() : user(::geteuid()) { changed = user != 0 || ::seteuid(65534) == 0; }
+    ~Unprivileged() { changed = ::seteuid(user) == 0; }
+    uid_t user;
+    bool changed;
+};
+
+TEST_F(FileManagerTest, RespectsAndKeepsTheRightsOfFiles) {
+    const auto mode = [](const fs::path& file) {
+        return static_cast<unsigned>(fs::status(file).permissions());
+    };
+    const fs::path file = make("a.dat", "old");
+    FileManager::setPermissions(file, 0640);
+    replaceFile(file, "newer");
+    EXPECT_EQ(mode(file), 0640U);
+    EXPECT_FALSE(FileManager::isExecutable(file));
+    FileManager::setPermissions(file, 0755);
+    EXPECT_TRUE(FileManager::isExecutable(file));
+    const struct {
+        unsigned folderMode, fileMode;
+        bool readable, enterable;
+    } cases[] = {{0555, 0666, true, true},
+                 {0777, 0444, true, true},
+                 {0777, 0222, false, true},
+                 {0666, 0666, false, false}};
+    for (const auto& [folderMode, fileMode, readable, enterable] : cases) {
+        FileManager::setPermissions(file, fileMode);
+        FileManager::setPermissions(folder, folderMode);
+        {
+            const Unprivileged somebody;
+            ASSERT_TRUE(somebody.changed);
+            EXPECT_EQ(FileManager::isReadable(file), readable);
+            EXPECT_EQ(FileManager::isExecutable(folder), enterable);
+            EXPECT_THROW(replaceFile(file, "new"), fs::filesystem_error);
+        }
+        FileManager::setPermissions(folder, 0777);
+        FileManager::setPermissions(file, 0666);
+        EXPECT_EQ(readFile(file), "newer");
+        EXPECT_EQ(names(), std::set<std::string>{"a.dat"});
+    }
+}
+
+TEST_F(FileManagerTest, AFullDiskLeavesTheOldFile) {
+    const fs::path file = make("a.dat", "old");
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit small{1000, before.rlim_max};
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    expectRefusal(file, std::string(100'000, 'x'));
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(readFile(file), "old");
+}
+
+TEST_F(FileManagerTest, SymbolicLinksStay) {
+    const fs::path file = make("a.dat", "old");
+    fs::create_symlink("a.dat", folder / "first");
+    fs::create_symlink(folder / "first", folder / "second");
+    fs::create_symlink("nothing yet", folder / "dangling");
+    fs::create_symlink("loop", folder / "loop");
+    replaceFile(folder / "second", "new");
+    replaceFile(folder / "dangling", "made");
+    EXPECT_THROW(replaceFile(folder / "loop", "new"), fs::filesystem_error);
+    EXPECT_EQ(readFile(file), "new");
+    EXPECT_EQ(readFile(folder / "nothing yet"), "made");
+    for (const char* link : {"first", "second", "dangling", "loop"}) {
+        EXPECT_TRUE(fs::is_symlink(folder / link)) << link;
+    }
+}
+
+TEST_F(FileManagerTest, ProcessesThatSaveAtTheSameTimeNeverFailOrMixTheirContents) {
+    const fs::path file = make("a.dat", std::string(50'000, '0'));
+    std::vector<pid_t> savers;
+    for (char letter = 'a'; letter < 'e'; ++letter) {
+        savers.push_back(::fork());
+        if (savers.back() == 0) {
+            int failures = 0;
+            for (int time = 0; time < 25; ++time) {
+                try {
+                    replaceFile(file, std::string(50'000, letter));
+                    const std::string content = readFile(file);
+                    failures += content == std::string(50'000, content.at(0)) ? 0 : 1;
+                } catch (const std::exception&) {
+                    ++failures;
+                }
+            }
+            ::_exit(failures);
+        }
+    }
+    for (const pid_t saver : savers) {
+        int status = -1;
+        EXPECT_EQ(::waitpid(saver, &status, 0), saver);
+        EXPECT_EQ(status, 0);
+    }
+    EXPECT_EQ(names(), std::set<std::string>{"a.dat"});
+}
+
+#endif
+
+}  // namespace

@@ -1,0 +1,130 @@
+#include <cstdlib>
+#include <string>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "base/BaseKit.h"
+#include "base/Environment.h"
+#include "base/FileManager.h"
+#include "base/SmartAssert.h"
+#include "base/log/LoggerStream.h"
+
+#include "gtest/gtest.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+using Base::log::Logger;
+using Base::log::LoggerStream;
+
+struct Answers : Base::InitializeDelegate {
+    Answers(std::string names, const fs::path& output) : loggers(std::move(names)), file(output.string()) {}
+    std::string enabledLoggers() const override { return loggers; }
+    std::string logFile() const override { return file; }
+
+    std::string loggers;
+    std::string file;
+};
+
+class LogTest : public testing::Test {
+  protected:
+    LogTest() : folder(fs::temp_directory_path() / fs::unique_path("kym log ü %%%%-%%%%-%%%%")) {
+        fs::create_directory(folder);
+    }
+    ~LogTest() override {
+        Base::BaseKit::initialize(std::make_unique<Answers>("", "").get());  // closes the file
+        fs::remove_all(folder);
+    }
+
+    void configure(const std::string& loggers) const {
+        const Answers answers(loggers, file);
+        Base::BaseKit::initialize(&answers);
+    }
+
+    const fs::path folder;
+    const fs::path file = folder / "trace é.log";
+};
+
+struct Costly {
+    int* formatted;
+    friend std::ostream& operator<<(std::ostream& stream, const Costly& value) {
+        return stream << ++*value.formatted;
+    }
+};
+
+TEST_F(LogTest, OnlyLoggersThatAreNamedWriteAndTheyWriteWhole) {
+    const Logger info("kym.info");
+    configure(" kym.info , kym.other");
+    const Logger verbose("kym.verbose");
+    int formatted = 0;
+    {
+        LoggerStream off(verbose);
+        EXPECT_FALSE(off);
+        off << Costly{&formatted} << std::endl;
+        LoggerStream outer(info);
+        ASSERT_TRUE(outer);
+        outer << "  outer " << 1 << std::endl;
+        {
+            LoggerStream inner(info);
+            inner << "inner" << std::endl;
+        }
+        EXPECT_EQ(Base::FileManager::readFile(file), "inner\n");
+        outer << "tail" << std::endl;
+    }
+    EXPECT_EQ(formatted, 0);
+    configure("kym");
+    EXPECT_FALSE(info.isOn());
+    configure("all");
+    EXPECT_TRUE(info.isOn());
+    LoggerStream(verbose) << "appended" << std::endl;
+    EXPECT_EQ(Base::FileManager::readFile(file), "inner\n  outer 1\ntail\nappended\n");
+}
+
+TEST_F(LogTest, AnUnusableLogFileIsToldOnceAndStandardErrorIsUsed) {
+    testing::internal::CaptureStderr();
+    const Answers answers("all", folder / "missing" / "trace.log");
+    Base::BaseKit::initialize(&answers);
+    LoggerStream(Logger("kym.info")) << "still here" << std::endl;
+    const std::string written = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(written.find("Cannot open the log file " + answers.file), 0U) << written;
+    EXPECT_EQ(written.substr(written.find('\n') + 1), "still here\n");
+}
+
+TEST_F(LogTest, AFailedAssertionIsOneLine) {
+    configure("base.assert");
+    Base::smart_assert("index < mList->size()", 300, "/home/me/kym/List.cpp", 12, "at")
+        .value("index", 7)
+        .value("size", 3)
+        .message("out of range");
+    Base::smart_assert("!name.empty()", 300, "C:\\kym\\Name.cpp", 1, "find").message("empty");
+    EXPECT_EQ(Base::FileManager::readFile(file),
+              "Assertion failed (level 300): index < mList->size(), List.cpp:12, at: index = 7, size = 3: "
+              "out of range\n"
+              "Assertion failed (level 300): !name.empty(), Name.cpp:1, find: empty\n");
+}
+
+const Logger& exitLogger() {
+    static const Logger logger("exit.early");
+    return logger;
+}
+
+struct LateSpeaker {
+    ~LateSpeaker() {
+        LoggerStream(exitLogger()) << "on a logger that is gone" << std::endl;
+        LoggerStream(Logger("exit.late")) << "at the very end" << std::endl;
+    }
+};
+
+TEST(LogAtExit, TheVariablesSettleItAndLateStreamsDoNoHarm) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");  // a process in which no logger has been used yet
+    Base::Environment::setEnvVariable("KYM_LOG", "exit.late,exit.early");
+    const auto run = [] {
+        static const LateSpeaker speaker;
+        LoggerStream(exitLogger()) << "first" << std::endl;
+        std::exit(0);
+    };
+    EXPECT_EXIT(run(), testing::ExitedWithCode(0), "first\n(.*\n)?at the very end");
+    Base::Environment::setEnvVariable("KYM_LOG", "");
+}
+
+}  // namespace
