@@ -26,7 +26,7 @@ THIRD_PARTY = {
     "base": r"boost/|pugixml\.hpp$",
     "kym": r"boost/|archive\.h$|archive_entry\.h$",
     "programs": r"boost/|CLI/",
-    "samples": r"boost/|CLI/",
+    "samples": r"boost/|CLI/|archive\.h$|archive_entry\.h$",
     "bench": r"boost/|benchmark/",
 }
 

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "kym/ConfigApplication.h"
+#include "kym/Configuration.h"
+#include "kym/ConfigurationManager.h"
+#include "kym/WorkDirectory.h"
+
+/// What the site offers to a user: departments prepared for the present release, their applications and their
+/// work directories. What a user names and does not exist is a `std::runtime_error` that lists what does.
+class Departments {
+  public:
+    /// Loads the settings of every layer; errors as the stores' constructors.
+    Departments();
+
+    /// The departments, by description.
+    std::vector<Kym::Configuration> list() const { return mManager.configurationList(".*"); }
+
+    Kym::Configuration& find(const std::string& name);
+
+    /// The common configuration of a launch; null when the department has none besides itself.
+    Kym::Configuration* commonOf(const Kym::Configuration& department);
+
+    /// The applications of all layers that are not disabled, as the department's overlays show them: those of
+    /// the installation, of the plugins, of the common department, of the department itself.
+    std::vector<Kym::ConfigApplication> applicationsOf(Kym::Configuration& department);
+
+    /// The application of an identifier, from the last of these layers that has it, or the one that
+    /// "CONFIGURATION:IDENTIFIER" names exactly.
+    Kym::ConfigApplication findApplication(Kym::Configuration& department, const std::string& text);
+
+    static const Kym::WorkDirectory& findWorkDirectory(const Kym::Configuration& department,
+                                                       const std::string& name);
+
+  private:
+    Kym::ConfigurationManager mManager;
+};
