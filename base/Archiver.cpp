@@ -1,0 +1,136 @@
+#include "base/Archiver.h"
+
+#include <stdexcept>
+#include <string_view>
+#include <vector>
+
+#include "base/Coder.h"
+#include "base/FileManager.h"
+#include "base/Text.h"
+
+namespace Base {
+
+class Archiver::Writer {
+  public:
+    explicit Writer(const boost::filesystem::path& file) : mFile(file) {}
+
+    const boost::filesystem::path& file() const { return mFile; }
+
+    void writeString(std::string_view key, std::string_view value) {
+        startTag("string", key);
+        if (Text::isXml(value)) {
+            mText += '>';
+            Text::appendXmlText(mText, value);
+        } else {
+            mText += " encoding=\"base64\">";
+            Text::appendBase64(mText, value);
+        }
+        mText += "</string>\n";
+    }
+
+    void writePlain(std::string_view element, std::string_view key, std::string_view value) {
+        startTag(element, key);
+        mText.append(">").append(value).append("</").append(element).append(">\n");
+    }
+
+    void writeObject(const std::string& key, void* object, CoderBase* coder, Archiver& archiver) {
+        startTag("object", key);
+        writeName("type", coder->name());
+        mText += ">\n";
+        const std::size_t bodyBegin = mText.size();
+        mInCollection.push_back(false);
+        coder->encode(archiver, object);
+        if (mInCollection.back()) {
+            throw std::logic_error("the coder of \"" + coder->name() + "\" left its collection open");
+        }
+        mInCollection.pop_back();
+        if (mText.size() == bodyBegin) {
+            mText.resize(bodyBegin - 2);
+            mText += "/>\n";
+        } else {
+            mText.append(mInCollection.size(), '\t').append("</object>\n");
+        }
+    }
+
+    void setInCollection(bool inside) {
+        if (mInCollection.back() == inside) {
+            throw std::logic_error("collections of an archive must be opened and closed in pairs");
+        }
+        mInCollection.back() = inside;
+    }
+
+    void finish() {
+        if (mInCollection.size() != 1 || mInCollection.back() || mFinished) {
+            throw std::logic_error(
+                "an archive must be finished once, outside of its objects and collections");
+        }
+        mText += "</archive>\n";
+        mFinished = true;
+        FileManager::replaceFile(mFile, mText);
+    }
+
+  private:
+    void startTag(std::string_view element, std::string_view key) {
+        mText.append(mInCollection.size(), '\t').append("<").append(element);
+        if (!mInCollection.back()) {
+            writeName("key", key);
+        }
+    }
+
+    void writeName(const char* attribute, std::string_view name) {
+        mText.append(" ").append(attribute);
+        if (Text::isXml(name)) {
+            mText += "=\"";
+            Text::appendXmlAttribute(mText, name);
+        } else {
+            mText += "64=\"";
+            Text::appendBase64(mText, name);
+        }
+        mText += '"';
+    }
+
+    boost::filesystem::path mFile;
+    std::string mText = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<archive version=\"1\">\n";
+    std::vector<bool> mInCollection = {false};  // for every open object
+    bool mFinished = false;
+};
+
+Archiver::Archiver(const boost::filesystem::path& file) : mWriter(std::make_unique<Writer>(file)) {}
+Archiver::~Archiver() = default;
+
+void Archiver::encode(const std::string& key, const std::string& value) {
+    mWriter->writeString(key, value);
+}
+
+void Archiver::encode(const std::string& key, bool value) {
+    mWriter->writePlain("bool", key, value ? "true" : "false");
+}
+
+void Archiver::encode(const std::string& key, int value) {
+    mWriter->writePlain("int", key, std::to_string(value));
+}
+
+CoderBase* Archiver::getCoder(const TypeInfo& type) const {
+    CoderBase* coder = CoderBase::find(type);
+    if (!coder) {
+        throw ArchiveError(FileManager::native(mWriter->file()), 0, "",
+                           std::string("no coder is registered for the type ") + type.name());
+    }
+    return coder;
+}
+
+void Archiver::encodeObject(const std::string& key, void* object, CoderBase* coder) {
+    mWriter->writeObject(key, object, coder, *this);
+}
+
+void Archiver::prepareCollection() {
+    mWriter->setInCollection(true);
+}
+void Archiver::finishCollection() {
+    mWriter->setInCollection(false);
+}
+void Archiver::finishEncoding() {
+    mWriter->finish();
+}
+
+}  // namespace Base

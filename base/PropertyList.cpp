@@ -1,0 +1,115 @@
+#include "base/PropertyList.h"
+
+#include <utility>
+
+#include <boost/filesystem/exception.hpp>
+#include <boost/smart_ptr/make_shared.hpp>
+
+#include "base/Environment.h"
+#include "base/FileManager.h"
+#include "base/PropertyListFormat.h"
+#include "base/XmlFile.h"
+
+namespace Base {
+
+namespace {
+
+using boost::filesystem::path;
+
+path expanded(const path& file) {
+    std::string text = file.string();
+    return text.find('$') == std::string::npos ? file : path(Environment::expandEnvVariables(text));
+}
+
+[[noreturn]] void failToRead(const path& file, int line, const std::string& reason) {
+    FileManager::noteDamaged(file);
+    throw PropertyListError(FileManager::native(file), line, reason);
+}
+
+boost::shared_ptr<boost::any> readRoot(const path& file) {
+    namespace errc = boost::system::errc;
+    try {
+        const XmlFile xml(file);
+        return boost::make_shared<boost::any>(readPropertyList(xml));
+    } catch (const XmlFile::Error& error) {
+        failToRead(file, error.line(), error.what());
+    } catch (const boost::filesystem::filesystem_error& error) {
+        if (error.code() == errc::no_such_file_or_directory || error.code() == errc::not_a_directory) {
+            return nullptr;
+        }
+        failToRead(file, 0, "cannot be read: " + error.code().message());
+    }
+}
+
+std::string composeMessage(const std::string& file, int line, const std::string& reason) {
+    return file + (line > 0 ? ':' + std::to_string(line) : "") + ": " + reason;
+}
+
+}  // namespace
+
+PropertyListError::PropertyListError(const std::string& file, int line, const std::string& reason)
+    : BaseException(composeMessage(file, line, reason)), mLine(line) {}
+PropertyListError::~PropertyListError() = default;
+
+PropertyList::PropertyList() = default;
+
+PropertyList::PropertyList(const path& file) : mFile(expanded(file)), mRoot(readRoot(mFile)) {}
+
+PropertyList::PropertyList(const path& file, const boost::shared_ptr<boost::any>& root)
+    : mFile(expanded(file)), mRoot(root) {}
+
+void PropertyList::setFile(const path& file) {
+    mFile = expanded(file);
+}
+const path& PropertyList::file() const {
+    return mFile;
+}
+
+const boost::shared_ptr<boost::any>& PropertyList::list() const {
+    return mRoot;
+}
+void PropertyList::setList(const boost::shared_ptr<boost::any>& root) {
+    mRoot = root;
+}
+
+boost::any PropertyList::getProperty(const std::string& key) const {
+    if (const auto* dictionary = boost::any_cast<Dictionary>(mRoot.get())) {
+        const auto found = dictionary->find(key);
+        if (found != dictionary->end()) {
+            return found->second;
+        }
+    }
+    return {};
+}
+
+bool PropertyList::hasProperty(const std::string& key) const {
+    const auto* dictionary = boost::any_cast<Dictionary>(mRoot.get());
+    return dictionary && dictionary->contains(key);
+}
+
+void PropertyList::setProperty(const std::string& key, const boost::any& value) {
+    if (!mRoot) {
+        mRoot = boost::make_shared<boost::any>(Dictionary());
+    }
+    auto* dictionary = boost::any_cast<Dictionary>(mRoot.get());
+    if (!dictionary) {
+        throw PropertyListError(FileManager::native(mFile), 0,
+                                "the root of the property list is no dictionary");
+    }
+    (*dictionary)[key] = value;
+}
+
+void PropertyList::saveList() const {
+    std::string text;
+    try {
+        if (!mRoot) {
+            throw UnfitValue("there is no root to write");
+        }
+        text = writePropertyList(*mRoot);
+    } catch (const UnfitValue& error) {
+        throw PropertyListError(FileManager::native(mFile), 0, error.what());
+    }
+    FileManager::replaceFile(mFile, text);
+}
+
+}  // namespace Base

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <string>
+
+#include <boost/filesystem/path.hpp>
+#include <pugixml.hpp>
+
+#include "base/BaseException.h"
+
+namespace Base {
+
+/// An XML file, read in one go and parsed in place. Internal to base/: the foundation of the readers of keyed
+/// archives and of property lists.
+///
+/// Taken is XML 1.0 in UTF-8 (with or without a byte order mark) with exactly one root element. Entities that
+/// a document type declares are not: a reference that is not predefined is an error. White space between
+/// elements is dropped; white space that is the whole text of an element is kept. (Not kept is white space that
+/// stands alone between two comments or CDATA sections inside a text.)
+class XmlFile {
+  public:
+    /// A file that is not such a file.
+    class Error : public BaseException {
+      public:
+        Error(int line, const std::string& reason) : BaseException(reason), mLine(line) {}
+        ~Error() override;
+
+        int line() const { return mLine; }  ///< 1 for the first line, 0 when no line is concerned
+
+      private:
+        int mLine;
+    };
+
+    /// `boost::filesystem::filesystem_error` when the file cannot be read, `Error` when it is damaged.
+    explicit XmlFile(const boost::filesystem::path& file);
+    XmlFile(const XmlFile&) = delete;
+    XmlFile& operator=(const XmlFile&) = delete;
+
+    pugi::xml_node root() const { return mRoot; }
+
+    /// The line of an element. The file is read again for it, since parsing in place changes the text: meant
+    /// for messages only. 0 when that fails.
+    int line(pugi::xml_node element) const;
+
+    /// Whether an element has no text of its own but white space.
+    static bool holdsOnlyElements(pugi::xml_node element);
+
+    /// Puts the text of an element, which a comment or a CDATA section may divide, into `text`. False, and
+    /// `text` as it was, when the element holds other elements.
+    static bool readText(pugi::xml_node element, std::string& text);
+
+  private:
+    int lineAt(std::ptrdiff_t offset) const;
+
+    boost::filesystem::path mFile;
+    std::string mText;
+    pugi::xml_document mDocument;
+    pugi::xml_node mRoot;
+};
+
+}  // namespace Base

@@ -1,0 +1,293 @@
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "base/Archiver.h"
+#include "base/Coder.h"
+#include "base/FileManager.h"
+#include "base/Unarchiver.h"
+
+#include "tests/support/ScratchSupport.h"
+
+namespace {
+
+using Base::ArchiveError;
+using Base::Archiver;
+using Base::TypeInfo;
+using Base::Unarchiver;
+
+using Strings = std::vector<std::string>;
+
+struct Part {
+    std::string name = "unnamed";
+    int count = -1;
+
+    void encode(Archiver& archiver) {
+        archiver.encode("Name", name);
+        archiver.encode("Count", count);
+    }
+    void decode(Unarchiver& unarchiver) {
+        unarchiver.decode("Name", name);
+        unarchiver.decode("Count", count);
+    }
+    bool operator==(const Part&) const = default;
+};
+using Parts = std::vector<Part>;
+
+struct Machine {
+    std::string label = "none";
+    bool running = false;
+    Parts parts;
+    Strings notes;
+    Parts spares;
+
+    void encode(Archiver& archiver) {
+        archiver.encode("Label", label);
+        archiver.encode("Running", running);
+        archiver.encodeObject("Parts", &parts, archiver.getCoder(TypeInfo::of<Parts>()));
+        archiver.encodeObject("Notes", &notes, archiver.getCoder(TypeInfo::of<Strings>()));
+        archiver.encodeObject("Spares", &spares, archiver.getCoder(TypeInfo::of<Parts>()));
+    }
+    void decode(Unarchiver& unarchiver) {  // not in the order of writing
+        unarchiver.decodeObject("Spares", &spares);
+        unarchiver.decodeObject("Notes", &notes);
+        unarchiver.decode("Running", running);
+        unarchiver.decodeObject("Parts", &parts);
+        unarchiver.decode("Label", label);
+    }
+    bool operator==(const Machine&) const = default;
+};
+
+Base::Coder<Part> partCoder("Part");
+Base::CollectionCoder<Parts> partsCoder("PartList");
+Base::Coder<Machine> machineCoder("Machine");
+
+const Machine kMachine = {"Fräse <1> & \"co\"\r\n\tno. 2",
+                          true,
+                          {{"bolt", 12}, {" \n", -2147483647 - 1}, {"", 2147483647}},
+                          {"", " ", "]]>", std::string("nul\0\x1F", 5), "\xC3(", "\xEF\xBF\xBF", "&#13;\r"},
+                          {}};
+
+void save(const boost::filesystem::path& file, Machine machine) {
+    Archiver archiver(file);
+    archiver.encodeObject("Machine", &machine, archiver.getCoder(typeid(machine)));
+    archiver.finishEncoding();
+}
+
+Machine load(const boost::filesystem::path& file) {
+    Machine machine;
+    EXPECT_EQ(&machine, Unarchiver(file).decodeObject("Machine", &machine));
+    return machine;
+}
+
+std::string archive(const std::string& body) {
+    return "<archive version=\"1\">\n" + body + "</archive>\n";
+}
+
+std::string machine(const std::string& members) {
+    return archive("<object key=\"Machine\" type=\"Machine\">\n" + members + "</object>\n");
+}
+
+class ArchiveTest : public testing::Test {
+  protected:
+    Support::Scratch scratch;
+};
+
+TEST_F(ArchiveTest, FirstFormatVersionIsWrittenAndReadForEver) {
+    const boost::filesystem::path file = scratch / "archive";
+    save(file, kMachine);
+    EXPECT_EQ(Support::bytesOf(Support::recorded("archive-1.dat")), Support::bytesOf(file));
+    EXPECT_EQ(kMachine, load(Support::recorded("archive-1.dat")));
+}
+
+TEST_F(ArchiveTest, ByteStringsSurviveAsKeysAndAsValues) {
+    std::mt19937 random(7);
+    const std::string alphabet("\0\x1\t\n\r \"&'<>];#a=\x7F\x80\xBF\xC2\xE0\xED\xA0\xEF\xF0\xF4\x90\xFF", 32);
+    Strings strings = {"", std::string(200, '\xC3'), std::string(63, 'x') + "ä", "\xEF\xBB\xBF"};
+    while (strings.size() < 600) {
+        std::string text(random() % 5 + (strings.size() % 8 == 0 ? 62 : 0), 'x');
+        for (int i = 0; i < 5 && !text.empty(); ++i) {
+            text[text.size() - 1 - random() % std::min<std::size_t>(text.size(), 5)] =
+                alphabet[random() % 32];
+        }
+        strings.push_back(text);
+    }
+    std::sort(strings.begin(), strings.end());
+    strings.erase(std::unique(strings.begin(), strings.end()), strings.end());
+    std::shuffle(strings.begin(), strings.end(), random);
+    {
+        Archiver archiver(scratch / "archive");
+        for (const std::string& text : strings) {
+            archiver.encode(text, text + "!" + text);
+        }
+        archiver.finishEncoding();
+    }
+    Unarchiver unarchiver(scratch / "archive");
+    std::shuffle(strings.begin() + 300, strings.end(), random);
+    for (const std::string& text : strings) {
+        std::string value;
+        unarchiver.decode(text, value);
+        ASSERT_EQ(text + "!" + text, value);
+    }
+}
+
+TEST_F(ArchiveTest, WhatAFileLacksOrAProgramDoesNotKnowIsSkipped) {
+    const auto file = scratch.write(
+        "archive",
+        "\xEF\xBB\xBF" + machine("<date key=\"New\">x</date><object key=\"Newer\"><date/></object>"
+                                 "<object key=\"Notes\" type=\"UnknownList\"><string>n</string></object>"
+                                 "<string key=\"Label\">a<!-- & --> b<![CDATA[<&]]>\r\n.</string>\r\n"
+                                 "<object key=\"Parts\" type=\"PartList\"><unknown/>"
+                                 "<object key=\"any\" type=\"Unknown\"><int key=\"Count\">1</int></object>"
+                                 "<object type=\"Part\"><int key=\"Count\"> 5\n</int></object></object>"));
+    EXPECT_EQ((Machine{"a b<&\n.", false, {{"unnamed", 5}}, {}, {}}), load(file));
+
+    Unarchiver unarchiver(file);
+    Parts parts = {{"kept", 1}};
+    EXPECT_EQ(&parts, unarchiver.decodeObject("Absent", &parts));
+    EXPECT_EQ((Parts{{"kept", 1}}), parts);
+    const Machine* created = unarchiver.decodeObject<Machine>("Machine", nullptr);
+    ASSERT_NE(nullptr, created);
+    EXPECT_EQ(1U, created->parts.size());
+}
+
+TEST_F(ArchiveTest, DecodingAListAppends) {
+    save(scratch / "archive", kMachine);
+    Machine machine;
+    machine.parts = {{"first", 1}};
+    Unarchiver(scratch / "archive").decodeObject("Machine", &machine);
+    ASSERT_EQ(4U, machine.parts.size());
+    EXPECT_EQ("first", machine.parts.front().name);
+    EXPECT_EQ(kMachine.parts.back(), machine.parts.back());
+}
+
+TEST_F(ArchiveTest, DamageIsToldWithFileLineAndKey) {
+    const struct {
+        std::string content;
+        int line;
+        std::string key;
+        std::string reason;
+    } cases[] = {
+        {"", 0, "", "empty"},
+        {" \n", 0, "", "no XML element"},
+        {"Name=x\n", 1, "", "outside of the root"},
+        {"<settings/>", 1, "", "expected an archive, found 'settings'"},
+        {"<archive/>", 1, "", "no format version"},
+        {"<archive version='1x'/>", 1, "", "no format version"},
+        {"\n<archive version='2'/>", 2, "", "newer format version 2"},
+        {machine("") + "<archive version='1'/>", 5, "", "outside of the root"},
+        {machine("") + "\nrest", 4, "", "outside of the root"},
+        {machine("<string key='Label'>x\n</String>"), 4, "", "damaged file"},
+        {machine("<string key='Label'>\n&auml;</string>"), 4, "", "\"&\" begins no"},
+        {machine("<string key='Label'>\n&#0;</string>"), 4, "", "\"&\" begins no"},
+        {machine("<string key='Label'>\n&#xD800;</string>"), 4, "", "\"&\" begins no"},
+        {machine("\n<string key='Label'>\xC3\xA4 \xE4</string>"), 4, "", "not UTF-8"},
+        {machine(std::string("<string key='Label'>\0</string>", 30)), 3, "", "control character"},
+        {"<?xml version='1.0' encoding='latin1'?>" + machine(""), 1, "", "encoding is latin1"},
+        {machine("<int key='Label'>1</int>"), 3, "Label", "expected a string, found an integer"},
+        {machine("<string key='Label'>a<b/></string>"), 3, "Label", "found other elements"},
+        {machine("<string key='Label' encoding='hex'>00</string>"), 3, "Label", "'hex' is not known"},
+        {machine("<string key='Label' encoding='base64'>QQ=</string>"), 3, "Label", "no base64"},
+        {machine("<string key='Label' encoding='base64'>QQ==QQ==</string>"), 3, "Label", "no base64"},
+        {machine("<string key='Label'/>\n<string key='Label'/>"), 2, "Label", "stands twice"},
+        {machine("<string>no key</string>"), 3, "", "a string without a key"},
+        {machine("text"), 2, "Machine", "text between"},
+        {machine("<bool key='Running'>yes</bool>"), 3, "Running", "expected true or false, found 'yes'"},
+        {machine("<bool key='Running'/>"), 3, "Running", "expected true or false"},
+        {machine("<string key='Running'>true</string>"), 3, "Running", "expected a boolean, found a string"},
+        {machine("<object key='Parts' type='Part'/>"), 3, "Parts",
+         "'PartList', found an object of type 'Part'"},
+        {machine("<object key='Parts'/>"), 3, "Parts", "an object without a type"},
+        {machine("<string key='Parts'/>"), 3, "Parts", "'PartList', found a string"},
+        {machine("<object key='Parts' type='PartList'>text</object>"), 3, "Parts", "text between"},
+        {machine("<object key='Notes' type='StringList'>\n<int>1</int></object>"), 4, "Notes",
+         "found an integer"},
+        {machine("<object key='Notes' type='StringList'>\n<object type='Part'/></object>"), 4, "Notes",
+         "expected a string, found an object of type 'Part'"},
+        {machine("<object key='Parts' type='PartList'>\n<object type='Machine'/></object>"), 4, "Parts",
+         "expected an object of type 'Part', found an object of type 'Machine'"},
+    };
+    for (const auto& [content, line, key, reason] : cases) {
+        const auto file = scratch.write("archive", content);
+        try {
+            load(file);
+            ADD_FAILURE() << "no error: " << content;
+        } catch (const ArchiveError& error) {
+            const std::string message = error.what();
+            EXPECT_EQ(line, error.line()) << message;
+            EXPECT_EQ(key, error.key()) << message;
+            const std::string where =
+                Base::FileManager::native(file) + (line ? ":" + std::to_string(line) : "");
+            EXPECT_TRUE(message.starts_with(where + ": ")) << message;
+            EXPECT_NE(std::string::npos, message.find(reason)) << message << "\nexpected: " << reason;
+        }
+    }
+    for (const std::string number : {"2147483648", "-2147483649", "", "x", "1 2", "0x1", "1.0", "+1"}) {
+        Unarchiver unarchiver(scratch.write("archive", archive("<int key='N'>" + number + "</int>")));
+        int target = 7;
+        EXPECT_THROW(unarchiver.decode("N", target), ArchiveError) << number;
+        EXPECT_EQ(7, target);
+    }
+    EXPECT_THROW(load(scratch / "absent"), ArchiveError);
+}
+
+TEST_F(ArchiveTest, ACutOrChangedFileIsReadWholeOrNotAtAll) {
+    const std::string whole = Support::bytesOf(Support::recorded("archive-1.dat"));
+    ASSERT_FALSE(whole.empty());
+    for (std::size_t size = 0; size + 1 < whole.size(); ++size) {
+        EXPECT_THROW(load(scratch.write("archive", whole.substr(0, size))), ArchiveError) << size;
+    }
+    int errors = 0;
+    for (std::size_t at = 0; at < whole.size(); ++at) {
+        std::string changed = whole;
+        changed[at] = static_cast<char>(changed[at] ^ (1 << at % 8));
+        try {
+            load(scratch.write("archive", changed));
+        } catch (const ArchiveError&) {
+            ++errors;
+        }
+    }
+    EXPECT_GT(errors, static_cast<int>(whole.size() / 4));
+}
+
+TEST_F(ArchiveTest, AFileThatCouldNotBeReadIsKeptWhenItIsReplaced) {
+    const auto file = scratch.write("archive", machine("<int key='Label'>1</int>"));
+    const std::string before = Support::bytesOf(file);
+    EXPECT_THROW(load(file), ArchiveError);
+    save(file, kMachine);
+    EXPECT_EQ(before, Support::bytesOf(scratch / "archive.damaged"));
+    EXPECT_EQ(kMachine, load(file));
+}
+
+TEST_F(ArchiveTest, DepthCostsNoStack) {
+    std::string open;
+    std::string close;
+    for (int i = 0; i < 10000; ++i) {
+        open += "<object key='Parts' type='PartList'>";
+        close += "</object>";
+    }
+    EXPECT_EQ(Machine(), load(scratch.write("archive", archive(open + close))));
+    EXPECT_THROW(load(scratch.write("archive", machine(open + close))), ArchiveError);
+    EXPECT_THROW(load(scratch.write("archive", archive(open))), ArchiveError);
+}
+
+TEST_F(ArchiveTest, MisuseIsRefused) {
+    EXPECT_THROW(Base::Coder<Machine>("Other name"), std::logic_error);
+    EXPECT_THROW(Base::CollectionCoder<std::vector<Machine>>("Machine"), std::logic_error);
+    EXPECT_EQ(nullptr, Base::CoderBase::find(TypeInfo::of<std::vector<Machine>>()));
+
+    Archiver archiver(scratch / "archive");
+    EXPECT_THROW(archiver.getCoder(TypeInfo::of<std::vector<int>>()), ArchiveError);
+    archiver.prepareCollection();
+    EXPECT_THROW(archiver.finishEncoding(), std::logic_error);
+    EXPECT_FALSE(boost::filesystem::exists(scratch / "archive"));
+
+    Unarchiver unarchiver(Support::recorded("archive-1.dat"));
+    EXPECT_THROW(unarchiver.currentContainer(), std::logic_error);
+    EXPECT_THROW(unarchiver.endContainer(), std::logic_error);
+}
+
+}  // namespace
