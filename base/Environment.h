@@ -12,8 +12,8 @@ namespace Base::Environment {
 /// Variable name to value.
 using VariableMap = std::map<std::string, std::string>;
 
-/// The value of a variable of this process; empty when it is not set. On Windows the case of the name does not
-/// count.
+/// The value of a variable of this process; empty when it is not set. On Windows the case of the name does
+/// not count.
 std::string getEnvVariable(const std::string& name);
 
 /// Sets a variable of this process, or removes it when the value is empty. `BaseException` when the name is
@@ -33,11 +33,11 @@ class ExpansionError : public BaseException {
 
 /// Replaces, in place, every $NAME and ${NAME} by the value of NAME, and returns `text`.
 ///
-/// $NAME is the longest run of letters, digits and "_" that begins with a letter or "_"; ${NAME} is everything
-/// up to the next "}". References inside a referenced value are expanded too. A reference to a variable that
-/// is not there stays as it stands, and so does any other "$". A cycle throws `ExpansionError` with the chain
-/// in its message, a "${" without "}" with the text, and a result beyond 1 MiB with the name of the variable
-/// that goes beyond it. When it throws, `text` is unchanged.
+/// $NAME is the longest run of letters, digits and "_" that begins with a letter or "_"; ${NAME} is
+/// everything up to the next "}". References inside a referenced value are expanded too. A reference to a
+/// variable that is not there stays as it stands, and so does any other "$". A cycle throws `ExpansionError`
+/// with the chain in its message, a "${" without "}" with the text, and a result beyond 1 MiB with the name
+/// of the variable that goes beyond it. When it throws, `text` is unchanged.
 std::string& expandEnvVariables(std::string& text, const VariableMap& variables);
 
 /// The same against the environment of this process.

@@ -1,7 +1,9 @@
 #include "base/platform/UserFolders.h"
 
-#include <shlobj.h>
+// clang-format off
 #include <windows.h>
+#include <shlobj.h>
+// clang-format on
 
 namespace Base::Platform {
 
