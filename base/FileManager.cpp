@@ -109,7 +109,7 @@ void writeOver(const path& target, std::string_view content, error_code& error) 
     }
 }
 
-void copyDamaged(const path& target) {
+void copyDamaged(const path& file, const path& target) {
     error_code error;
     const std::string content = Platform::readFile(target, error);
     for (int number = 0; !error; ++number) {
@@ -128,7 +128,7 @@ void copyDamaged(const path& target) {
             }
         }
     }
-    fail("Cannot keep a copy of the damaged file", target, error);
+    fail("Cannot keep a copy of the damaged file", file, error);
 }
 
 }  // namespace
@@ -201,14 +201,14 @@ void replaceFile(const path& file, std::string_view content) {
             fail("Cannot replace what is not a regular file", file,
                  make_error_code(errc::operation_not_permitted));
         }
-        if (!Platform::isReadable(target)) {
+        if (Platform::isReadingDenied(target)) {
             fail("Cannot replace a file that cannot be read", file, make_error_code(errc::permission_denied));
         }
         if (!Platform::isWritable(target)) {
             fail("Cannot replace a write-protected file", file, make_error_code(errc::permission_denied));
         }
         if (damagedFiles().count(key) != 0) {
-            copyDamaged(target);
+            copyDamaged(file, target);
         }
     }
     damagedFiles().erase(key);

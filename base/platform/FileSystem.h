@@ -20,6 +20,10 @@ path reachablePath(const path& file);
 /// Whether this process may open the file for reading, list the directory.
 bool isReadable(const path& file);
 
+/// Whether this process lacks the right to read the existing file; a file that somebody holds for a while is
+/// not meant.
+bool isReadingDenied(const path& file);
+
 /// Whether this process may change the content of the existing file.
 bool isWritable(const path& file);
 

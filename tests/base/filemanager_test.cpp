@@ -109,19 +109,18 @@ TEST_F(FileManagerTest, RefusesWhatItCannotReplace) {
 }
 
 TEST_F(FileManagerTest, RemovesWhatKilledReplacementsLeftAndNothingElse) {
-    const std::set<std::string> spared = {".a.dat.4711-2.kymtmp", ".a.dat.x-1.kymtmp",   ".a.dat.1-.kymtmp",
-                                          ".a.dat.1-1.kymtm",     ".a.dat.b.1-1.kymtmp", ".b.dat.1-1.kymtmp"};
+    const std::set<std::string> spared = {".a.dat.x-1.kymtmp", ".a.dat.1-.kymtmp", ".a.dat.1-1.kymtm",
+                                          ".a.dat.b.1-1.kymtmp", ".b.dat.1-1.kymtmp"};
     for (const std::string& name : spared) {
         std::ofstream((folder / name).c_str()) << "x";
     }
-    fs::remove(folder / ".a.dat.4711-2.kymtmp");
     std::ofstream((folder / ".a.dat.4711-1.kymtmp").c_str()) << "left behind";
     boost::system::error_code error;
     auto alive = std::make_unique<Base::Platform::ReplacementFile>(folder / ".a.dat.4711-2.kymtmp", error);
     ASSERT_FALSE(error) << error.message();
     replaceFile(folder / "a.dat", "one");
     std::set<std::string> expected = spared;
-    expected.insert("a.dat");
+    expected.insert({"a.dat", ".a.dat.4711-2.kymtmp"});
     EXPECT_EQ(names(), expected);
     alive->write("two", error);
     alive->replace(folder / "a.dat", error);
@@ -220,13 +219,14 @@ TEST(Utf16, EverySequenceOfUnitsComesBack) {
 #if defined(_WIN32)
 
 HANDLE hold(const fs::path& file) {
-    return ::CreateFileW(file.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    const HANDLE held = ::CreateFileW(file.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    EXPECT_NE(held, INVALID_HANDLE_VALUE);
+    return held;
 }
 
 TEST_F(FileManagerTest, AFileThatSomebodyHoldsStaysWhole) {
     const fs::path file = make("a.dat", "old");
     const HANDLE held = hold(file);
-    ASSERT_NE(held, INVALID_HANDLE_VALUE);
     EXPECT_FALSE(FileManager::isReadable(file));
     expectRefusal(file);
     ::CloseHandle(held);
@@ -238,9 +238,7 @@ TEST_F(FileManagerTest, AFileThatSomebodyHoldsStaysWhole) {
 
 TEST_F(FileManagerTest, WaitsForTheHolderAndSurvivesTheLossOfItsTemporaryFile) {
     const fs::path file = make("a.dat", "old");
-    const HANDLE held =
-        ::CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-    ASSERT_NE(held, INVALID_HANDLE_VALUE);
+    const HANDLE held = hold(file);
     std::thread saver([&] { replaceFile(file, "new"); });
     for (bool removed = false; !removed;) {
         for (const std::string& name : names()) {

@@ -53,6 +53,9 @@ path reachablePath(const path& file) {
 bool isReadable(const path& file) {
     return mayAccess(file, R_OK);
 }
+bool isReadingDenied(const path& file) {
+    return !isReadable(file);
+}
 bool isWritable(const path& file) {
     return mayAccess(file, W_OK);
 }

@@ -73,6 +73,10 @@ bool isReadable(const path& file) {
     return opens(file, GENERIC_READ, FILE_FLAG_BACKUP_SEMANTICS);
 }
 
+bool isReadingDenied(const path& file) {
+    return !isReadable(file) && ::GetLastError() == ERROR_ACCESS_DENIED;
+}
+
 // Opening is left to the replacing, which waits for others to close the file.
 bool isWritable(const path& file) {
     const DWORD attributes = ::GetFileAttributesW(file.c_str());
