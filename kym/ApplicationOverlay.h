@@ -35,8 +35,8 @@ class KYM_EXPORT ApplicationOverlay {
     bool edited = false;
 };
 
-/// A predicate for `std::find_if`: the overlay, or the application, of a configuration name and an application
-/// identifier, both compared exactly.
+/// A predicate for `std::find_if`: the overlay, or the application, of a configuration name and an
+/// application identifier, both compared exactly.
 class KYM_EXPORT EqualOverlayOrApp {
   public:
     EqualOverlayOrApp(const std::string& configurationName, const std::string& applicationId);

@@ -66,8 +66,7 @@ bool BaseSettings::needsSaving() const {
 }
 
 void BaseSettings::mergeEnvVariables(std::vector<EnvironmentVariable>& list) const {
-    VariableList indexed(list);
-    mergeEnvVariables(indexed);
+    mergeIndexed(list, [&](VariableList& indexed) { mergeEnvVariables(indexed); });
 }
 
 void BaseSettings::mergeEnvVariables(VariableList& list) const {

@@ -72,8 +72,7 @@ bool ConfigApplication::needsSaving() const {
 }
 
 void ConfigApplication::mergeEnvVariables(std::vector<EnvironmentVariable>& list) const {
-    VariableList indexed(list);
-    mergeEnvVariables(indexed);
+    mergeIndexed(list, [&](VariableList& indexed) { mergeEnvVariables(indexed); });
 }
 
 void ConfigApplication::mergeEnvVariables(VariableList& list) const {
@@ -82,8 +81,8 @@ void ConfigApplication::mergeEnvVariables(VariableList& list) const {
         return;
     }
     // The colon is right on Windows too: the path lists of the assembled environment are cleaned at its end.
-    if (EnvironmentVariable* path = list.find("PATH")) {
-        path->value.insert(0, cadLibraries + ":");
+    if (const auto path = list.valueOf("PATH")) {
+        list.setValue("PATH", cadLibraries + ":" + std::string(*path));
     } else {
         list.append(EnvironmentVariable("PATH", cadLibraries));
     }

@@ -28,7 +28,8 @@ class KYM_EXPORT ConfigApplication : public SettingsProtocol {
     /// the application.
     bool needsSaving() const;
 
-    /// Merges the application's variables, then puts the CAD libraries in front of PATH when it asks for that.
+    /// Merges the application's variables, then puts the CAD libraries in front of PATH when it asks for
+    /// that.
     void mergeEnvVariables(std::vector<EnvironmentVariable>& list) const;
 
     void encode(Base::Archiver& archiver);
@@ -56,8 +57,8 @@ KYM_EXPORT bool operator<(const ConfigApplication& left, const ConfigApplication
 
 /// The table model of a list of applications.
 ///
-/// Columns: "Disable", "AppID", "Category", "Description", "Executable", "Arguments", "AddNXLibs", "NoCustom".
-/// Truth values are "True" and "False"; any spelling of "true" sets one.
+/// Columns: "Disable", "AppID", "Category", "Description", "Executable", "Arguments", "AddNXLibs",
+/// "NoCustom". Truth values are "True" and "False"; any spelling of "true" sets one.
 class KYM_EXPORT ApplicationListSource : public Base::DataSourceInterface {
   public:
     /// `list` stays owned by the caller and may be null.

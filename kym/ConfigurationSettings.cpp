@@ -24,11 +24,12 @@ constexpr const char* kDisabledPlugins = "Disabled Plugins";
 constexpr const char* kApplicationList = "Application List";
 constexpr const char* kApplicationOverlayList = "Application Overlay List";
 
+// A list that cannot be read, or that the file lacks, leaves the member as it is.
 template <typename List>
 void replaceFrom(Base::Unarchiver& unarchiver, const char* key, List& member) {
-    List read;
-    decodeMember(unarchiver, key, read);
-    member = std::move(read);
+    if (List* read = unarchiver.decodeObject(key, static_cast<List*>(nullptr))) {
+        member = std::move(*read);
+    }
 }
 
 template <typename Overlays>
@@ -162,8 +163,7 @@ void ConfigurationSettings::removeOverlay(const std::string& configurationName,
 }
 
 void ConfigurationSettings::mergeEnvVariables(std::vector<EnvironmentVariable>& variables) const {
-    VariableList list(variables);
-    mergeEnvVariables(list);
+    mergeIndexed(variables, [&](VariableList& list) { mergeEnvVariables(list); });
 }
 
 void ConfigurationSettings::mergeEnvVariables(VariableList& variables) const {

@@ -15,12 +15,12 @@ class Unarchiver;
 
 namespace Kym {
 
-/// The platform that a record names. It is stored and shown; which platform a variable serves is decided by the
-/// list it stands in.
+/// The platform that a record names. It is stored and shown; which platform a variable serves is decided by
+/// the list it stands in.
 enum class PlatformType : int { Common = 0, Unix = 1, Windows = 2 };
 
-/// One environment variable of a settings layer. Texts are byte strings. The value may refer to other variables,
-/// and to the value that earlier layers gave to this one, as $NAME or ${NAME}.
+/// One environment variable of a settings layer. Texts are byte strings. The value may refer to other
+/// variables, and to the value that earlier layers gave to this one, as $NAME or ${NAME}.
 class KYM_EXPORT EnvironmentVariable {
   public:
     EnvironmentVariable();

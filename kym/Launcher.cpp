@@ -166,12 +166,11 @@ void Launcher::launch(const LaunchPlan& plan) const {
 
 void Launcher::buildEnvVarMap(const Configuration& config, const Configuration* commonConfig,
                               const ConfigApplication& app, EnvironmentMap& env) const {
-    std::vector<EnvironmentVariable> vars;
-    VariableList list(vars);
+    VariableList vars;
     const Assembly assembly{*this, config, commonConfig, app};
     for (const Layer& layer : layers()) {
         if (!(layer.customization && app.disableCustomization)) {
-            layer.merge(assembly, list);
+            layer.merge(assembly, vars);
         }
     }
     fillMap(vars, env);
@@ -199,9 +198,7 @@ void Launcher::buildEnvVarMap(const Configuration& config, const Configuration* 
 
 void Launcher::addCurrentEnvVarsToMap(VariableList& vars) const {
     logInfo("Adding the current environment variables");
-    const std::vector<std::string> strings = Base::Environment::environmentStrings();
-    vars.reserve(strings.size());
-    for (const std::string& text : strings) {
+    for (const std::string& text : Base::Environment::environmentStrings()) {
         if (LoggerStream line{verboseLogger()}) {
             line << "Processing variable: " << text << std::endl;
         }
@@ -268,20 +265,32 @@ void Launcher::setCustomerDefaultVariables(const Configuration& config, Variable
     vars.append({"UGII_GROUP_DIR", "${KYM_DEPT_DIR}/${UG_VER}"});
 }
 
-void Launcher::fillMap(const std::vector<EnvironmentVariable>& vars, EnvironmentMap& env) const {
-    for (const EnvironmentVariable& variable : vars) {
-        const bool valid = isValidVariableName(variable.name);
-        if (LoggerStream line{verboseLogger()}) {
-            line << "variable name = " << variable.name << std::endl
-                 << (valid ? "VALID" : "INVALID") << std::endl;
+void Launcher::fillMap(const VariableList& vars, EnvironmentMap& env) const {
+    if (verboseLogger().isOn()) {
+        for (const VariableList::Entry& variable : vars.entries()) {
+            LoggerStream(verboseLogger())
+                << "variable name = " << variable.name << std::endl
+                << (isValidVariableName(variable.name) ? "VALID" : "INVALID") << std::endl;
         }
-        if (!valid) {
-            continue;
+    }
+    // In the order of the names, each is put at the end of the map without a search; of several variables of
+    // one name, the last one in the list counts.
+    std::vector<const VariableList::Entry*> order;
+    order.reserve(vars.entries().size());
+    for (const VariableList::Entry& variable : vars.entries()) {
+        if (isValidVariableName(variable.name)) {
+            order.push_back(&variable);
         }
-        if (variable.value.empty()) {
-            env.erase(variable.name);
+    }
+    std::sort(order.begin(), order.end(), [](const auto* left, const auto* right) {
+        const int difference = left->name.compare(right->name);
+        return difference != 0 ? difference < 0 : left < right;
+    });
+    for (const VariableList::Entry* variable : order) {
+        if (variable->value.empty()) {
+            env.erase(std::string(variable->name));
         } else {
-            env[variable.name] = variable.value;
+            env.insert_or_assign(env.end(), std::string(variable->name), std::string(variable->value));
         }
     }
 }

@@ -13,7 +13,6 @@ namespace Kym {
 
 class ConfigApplication;
 class Configuration;
-class EnvironmentVariable;
 class VariableList;
 class WorkDirectory;
 
@@ -73,7 +72,7 @@ class KYM_EXPORT Launcher {
     void addKymSystemEnvVarsToMap(const Configuration& config, VariableList& vars) const;
     void setSymbolDirVariable(const Configuration& config, VariableList& vars) const;
     void setCustomerDefaultVariables(const Configuration& config, VariableList& vars) const;
-    void fillMap(const std::vector<EnvironmentVariable>& vars, EnvironmentMap& env) const;
+    void fillMap(const VariableList& vars, EnvironmentMap& env) const;
     std::vector<std::string> buildArgList(const ConfigApplication& app, const EnvironmentMap& env) const;
 };
 

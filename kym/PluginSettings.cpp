@@ -100,8 +100,7 @@ ApplicationListSource* PluginSettings::applications() {
 }
 
 void PluginSettings::mergeEnvVariables(std::vector<EnvironmentVariable>& variables) const {
-    VariableList list(variables);
-    mergeEnvVariables(list);
+    mergeIndexed(variables, [&](VariableList& list) { mergeEnvVariables(list); });
 }
 
 void PluginSettings::mergeEnvVariables(VariableList& variables) const {

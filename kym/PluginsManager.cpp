@@ -115,8 +115,7 @@ std::vector<ConfigApplication> PluginsManager::applicationList(const Configurati
 
 void PluginsManager::mergeEnvVariables(const Configuration& configuration,
                                        std::vector<EnvironmentVariable>& variables) const {
-    VariableList list(variables);
-    mergeEnvVariables(configuration, list);
+    mergeIndexed(variables, [&](VariableList& list) { mergeEnvVariables(configuration, list); });
 }
 
 void PluginsManager::mergeEnvVariables(const Configuration* configuration,

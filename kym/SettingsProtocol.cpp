@@ -27,18 +27,12 @@ EnvVariableListSource* SettingsProtocol::winVariables() {
 }
 
 void SettingsProtocol::mergeUserEnvVariables(std::vector<EnvironmentVariable>& target) const {
-    VariableList list(target);
-    mergeUserEnvVariables(list);
+    mergeIndexed(target, [&](VariableList& list) { mergeUserEnvVariables(list); });
 }
 
 void SettingsProtocol::mergeUserEnvVariables(VariableList& target) const {
-    target.reserve(mCommonVariables.size() + mWinVariables.size());
-    for (const EnvironmentVariable& variable : mCommonVariables) {
-        target.mergeLayered(variable);
-    }
-    for (const EnvironmentVariable& variable : mWinVariables) {
-        target.mergeLayered(variable);
-    }
+    target.mergeLayered(mCommonVariables);
+    target.mergeLayered(mWinVariables);
 }
 
 bool SettingsProtocol::variablesEdited() const {

@@ -153,8 +153,7 @@ bool SiteSettings::needsSaving() const {
 }
 
 void SiteSettings::mergeEnvVariables(std::vector<EnvironmentVariable>& list) const {
-    VariableList indexed(list);
-    mergeEnvVariables(indexed);
+    mergeIndexed(list, [&](VariableList& indexed) { mergeEnvVariables(indexed); });
 }
 
 void SiteSettings::mergeEnvVariables(VariableList& list) const {
@@ -177,7 +176,7 @@ void SiteSettings::mergeEnvVariables(VariableList& list) const {
     if (!winPlotConfBase.value.empty()) {
         list.mergePlain(EnvironmentVariable("UGII_SDI_SERVER_CFG_DIR", winPlotConfBase.value + "/win"));
     }
-    if (!list.find("UGII_UGDOC_BASE_DIR")) {
+    if (!list.valueOf("UGII_UGDOC_BASE_DIR")) {
         list.append(EnvironmentVariable("UGII_UGDOC_BASE_DIR", "${UGII_BASE_DIR}/ugdoc"));
     }
     mergeUserEnvVariables(list);

@@ -16,6 +16,10 @@ namespace Kym {
 
 namespace {
 
+bool isPlainName(std::string_view name) {
+    return !name.empty() && std::all_of(name.begin(), name.end(), isWordCharacter);
+}
+
 /// Whether the text means itself as the replacement text of a substitution, once its backslashes are doubled.
 bool isPlainReplacement(std::string_view text) {
     static constexpr std::array<std::string_view, 5> verbs = {"MATCH", "PREMATCH", "POSTMATCH",
@@ -40,15 +44,14 @@ bool isPlainReplacement(std::string_view text) {
 }
 
 std::string substituteByExpression(const std::string& name, const std::string& value,
-                                   const std::string& current) {
+                                   std::string_view current) {
     const boost::regex ownName("\\$" + name + "|\\$\\{" + name + "\\}");
-    return boost::regex_replace(value, ownName, boost::replace_all_copy(current, "\\", "\\\\"));
+    return boost::regex_replace(value, ownName, boost::replace_all_copy(std::string(current), "\\", "\\\\"));
 }
 
-std::string substituteLiterally(const std::string& name, const std::string& value,
-                                const std::string& current) {
-    const std::string_view text = value;
+std::string substituteLiterally(std::string_view name, std::string_view text, std::string_view current) {
     std::string result;
+    result.reserve(text.size() + current.size());
     std::size_t copied = 0;
     for (std::size_t dollar = text.find('$'); dollar != std::string_view::npos;) {
         const std::string_view rest = text.substr(dollar + 1);
@@ -72,10 +75,10 @@ std::string substituteLiterally(const std::string& name, const std::string& valu
 
 }  // namespace
 
-std::string substituteOwnName(const std::string& name, const std::string& value, const std::string& current) {
-    // A name of word characters means itself in the expression, and a match needs a "$": then the outcome is
-    // known without compiling an expression for every variable.
-    if (!name.empty() && std::all_of(name.begin(), name.end(), isWordCharacter)) {
+std::string substituteOwnName(const std::string& name, const std::string& value, std::string_view current) {
+    // A name of word characters means itself in the expression, so that in most cases the outcome is known
+    // without compiling an expression for every variable.
+    if (isPlainName(name)) {
         if (value.find('$') == std::string::npos) {
             return value;
         }
@@ -86,81 +89,116 @@ std::string substituteOwnName(const std::string& name, const std::string& value,
     return substituteByExpression(name, value, current);
 }
 
-VariableList::VariableList(std::vector<EnvironmentVariable>& target)
-    : mTarget(target), mFirst(target.size(), NameHash{&target}, NameEqual{&target}) {
-    for (std::uint32_t position = 0; position < target.size(); ++position) {
-        mFirst.insert(position);
+VariableList::VariableList(const std::vector<EnvironmentVariable>& start) {
+    mEntries.reserve(2 * start.size());
+    mFirst.reserve(2 * start.size());
+    for (const EnvironmentVariable& record : start) {
+        mFirst.try_emplace(record.name, static_cast<std::uint32_t>(mEntries.size()));
+        mEntries.push_back(
+            {record.name, record.value, &record.comment, record.type, isPlainName(record.name), false});
     }
-}
-
-void VariableList::reserve(std::size_t more) {
-    mTarget.reserve(std::max(mTarget.size() + more, 2 * mTarget.size()));
-    mFirst.reserve(mTarget.size() + more);
-}
-
-EnvironmentVariable* VariableList::find(std::string_view name) {
-    const auto found = mFirst.find(name);
-    return found == mFirst.end() ? nullptr : &mTarget[*found];
 }
 
 void VariableList::append(EnvironmentVariable variable) {
-    mTarget.push_back(std::move(variable));
-    mFirst.insert(static_cast<std::uint32_t>(mTarget.size() - 1));
+    const EnvironmentVariable& record = mRecords.emplace_back(std::move(variable));
+    mFirst.try_emplace(record.name, static_cast<std::uint32_t>(mEntries.size()));
+    mEntries.push_back(
+        {record.name, record.value, &record.comment, record.type, isPlainName(record.name), true});
 }
 
-void VariableList::mergeLayered(const EnvironmentVariable& variable) {
-    if (LoggerStream line{verboseLogger()}) {
-        line << "  merging " << variable.name << std::endl;
-    }
-    EnvironmentVariable* existing = find(variable.name);
-    if (existing) {
-        if (LoggerStream line{verboseLogger()}) {
-            line << "    current value: " << boost::replace_all_copy(existing->value, "\\", "\\\\")
-                 << std::endl;
-        }
-    }
-    std::string value =
-        substituteOwnName(variable.name, variable.value, existing ? existing->value : std::string());
-    if (LoggerStream line{verboseLogger()}) {
-        line << "    value = " << value << std::endl;
-    }
-    if (!existing) {
-        EnvironmentVariable added;
-        added.name = variable.name;
-        added.value = std::move(value);
-        added.comment = variable.comment;
-        added.type = variable.type;
-        append(std::move(added));
-        return;
-    }
-    if (LoggerStream line{verboseLogger()}) {
-        line << "    replacing existing value" << std::endl;
-    }
-    existing->comment = variable.comment;
-    existing->value = std::move(value);
-    if (LoggerStream line{verboseLogger()}) {
-        line << "    new value: " << existing->value << std::endl;
-    }
-}
-
-void VariableList::mergePlain(const EnvironmentVariable& variable) {
+void VariableList::mergePlain(EnvironmentVariable variable) {
     if (variable.name.empty() || variable.value.empty()) {
         return;
     }
     if (LoggerStream line{verboseLogger()}) {
         line << "  merging " << variable.name << std::endl;
     }
-    EnvironmentVariable* existing = find(variable.name);
-    if (!existing) {
-        append(variable);
+    const auto existing = mFirst.find(variable.name);
+    if (existing == mFirst.end()) {
+        append(std::move(variable));
         return;
     }
+    const EnvironmentVariable& record = mRecords.emplace_back(std::move(variable));
+    Entry& entry = mEntries[existing->second];
     if (LoggerStream line{verboseLogger()}) {
-        line << "    Replacing " << variable.name << " value." << std::endl
-             << "      current value: " << existing->value << std::endl
-             << "      new value: " << variable.value << std::endl;
+        line << "    Replacing " << record.name << " value." << std::endl
+             << "      current value: " << entry.value << std::endl
+             << "      new value: " << record.value << std::endl;
     }
-    *existing = variable;
+    entry.value = record.value;
+    entry.comment = &record.comment;
+    entry.type = record.type;
+    entry.changed = true;
+}
+
+void VariableList::mergeLayered(const std::vector<EnvironmentVariable>& variables) {
+    for (const EnvironmentVariable& variable : variables) {
+        mergeLayered(variable);
+    }
+}
+
+void VariableList::mergeLayered(const EnvironmentVariable& variable) {
+    const bool verbose = verboseLogger().isOn();
+    if (verbose) {
+        LoggerStream(verboseLogger()) << "  merging " << variable.name << std::endl;
+    }
+    const auto existing = mFirst.find(variable.name);
+    const bool found = existing != mFirst.end();
+    const bool plainName = found ? mEntries[existing->second].plainName : isPlainName(variable.name);
+    const std::string_view current = found ? mEntries[existing->second].value : std::string_view();
+    if (verbose && found) {
+        LoggerStream(verboseLogger())
+            << "    current value: " << boost::replace_all_copy(std::string(current), "\\", "\\\\")
+            << std::endl;
+    }
+    std::string_view value = variable.value;
+    if (!plainName || value.find('$') != std::string_view::npos) {
+        value = mTexts.emplace_back(substituteOwnName(variable.name, variable.value, current));
+    }
+    if (verbose) {
+        LoggerStream(verboseLogger()) << "    value = " << value << std::endl;
+    }
+    if (!found) {
+        mFirst.emplace(variable.name, static_cast<std::uint32_t>(mEntries.size()));
+        mEntries.push_back({variable.name, value, &variable.comment, variable.type, plainName, true});
+        return;
+    }
+    Entry& entry = mEntries[existing->second];
+    entry.value = value;
+    entry.comment = &variable.comment;
+    entry.changed = true;
+    if (verbose) {
+        LoggerStream(verboseLogger()) << "    replacing existing value" << std::endl
+                                      << "    new value: " << entry.value << std::endl;
+    }
+}
+
+std::optional<std::string_view> VariableList::valueOf(std::string_view name) const {
+    const auto found = mFirst.find(name);
+    return found == mFirst.end() ? std::nullopt : std::optional(mEntries[found->second].value);
+}
+
+void VariableList::setValue(std::string_view name, std::string value) {
+    Entry& entry = mEntries.at(mFirst.at(name));
+    entry.value = mTexts.emplace_back(std::move(value));
+    entry.changed = true;
+}
+
+void VariableList::storeInto(std::vector<EnvironmentVariable>& variables) const {
+    const std::size_t started = variables.size();
+    for (std::size_t place = 0; place < mEntries.size(); ++place) {
+        const Entry& entry = mEntries[place];
+        if (!entry.changed) {
+            continue;
+        }
+        if (place >= started) {
+            variables.emplace_back(std::string(entry.name), std::string());
+        }
+        EnvironmentVariable& stored = variables[place];
+        stored.value = entry.value;
+        stored.comment = *entry.comment;
+        stored.type = entry.type;
+    }
 }
 
 }  // namespace Kym

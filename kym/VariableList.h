@@ -2,22 +2,36 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include <boost/unordered/unordered_flat_set.hpp>
+#include <boost/unordered/unordered_flat_map.hpp>
 
 #include "kym/EnvironmentVariable.h"
 
 namespace Kym {
 
-/// The growing list of variables of an environment, with an index by name, so that merging a variable costs
-/// the same however long the list is. It must be the only writer of the vector that it was made for. Where a
-/// name stands more than once, merges meet the first.
+/// The growing list of variables of an environment, indexed by name, so that merging a variable costs the
+/// same however long the list is. Where a name stands more than once, merges meet the first.
+///
+/// The list does not copy what it can look at: the records that are merged, and those it starts from, must
+/// outlive it and stay unchanged.
 class VariableList {
   public:
-    explicit VariableList(std::vector<EnvironmentVariable>& target);
+    struct Entry {
+        std::string_view name;
+        std::string_view value;
+        const std::string* comment;
+        PlatformType type;
+        bool plainName;  ///< word characters only, which mean themselves in an expression
+        bool changed;    ///< differs from the record at this place that the list started from
+    };
+
+    VariableList() = default;
+    explicit VariableList(const std::vector<EnvironmentVariable>& start);
     VariableList(const VariableList&) = delete;
     VariableList& operator=(const VariableList&) = delete;
 
@@ -25,54 +39,46 @@ class VariableList {
     /// reference to the variable's own name in the new value stands for the earlier value. A name that makes
     /// no valid regular expression throws `boost::regex_error`.
     void mergeLayered(const EnvironmentVariable& variable);
+    void mergeLayered(const std::vector<EnvironmentVariable>& variables);
 
     /// The plain merge of a variable that a store derives from its settings: replaces the whole record or
     /// appends it. A variable without a name or without a value is skipped.
-    void mergePlain(const EnvironmentVariable& variable);
+    void mergePlain(EnvironmentVariable variable);
 
     /// Appends without looking for an earlier variable of that name.
     void append(EnvironmentVariable variable);
 
-    /// The first variable of that name; null when there is none. Valid until the list grows. Its name must
-    /// stay.
-    EnvironmentVariable* find(std::string_view name);
+    /// The value of the first variable of that name; nothing when there is none.
+    std::optional<std::string_view> valueOf(std::string_view name) const;
 
-    /// Makes room for that many more variables.
-    void reserve(std::size_t more);
+    /// Replaces the value of the first variable of that name, which must be there.
+    void setValue(std::string_view name, std::string value);
 
-    const std::vector<EnvironmentVariable>& variables() const { return mTarget; }
+    const std::vector<Entry>& entries() const { return mEntries; }
+
+    /// Brings the vector that the list started from up to the list's state.
+    void storeInto(std::vector<EnvironmentVariable>& variables) const;
 
   private:
-    // The index holds positions, and looks the names up in the vector: a view of a short name would not
-    // survive the growth of the vector.
-    struct NameHash {
-        using is_transparent = void;
-        std::size_t operator()(std::string_view name) const { return std::hash<std::string_view>()(name); }
-        std::size_t operator()(std::uint32_t position) const { return (*this)((*list)[position].name); }
-        const std::vector<EnvironmentVariable>* list;
-    };
-    struct NameEqual {
-        using is_transparent = void;
-        bool operator()(std::uint32_t left, std::uint32_t right) const {
-            return (*list)[left].name == (*list)[right].name;
-        }
-        bool operator()(std::string_view name, std::uint32_t position) const {
-            return (*list)[position].name == name;
-        }
-        bool operator()(std::uint32_t position, std::string_view name) const {
-            return (*list)[position].name == name;
-        }
-        const std::vector<EnvironmentVariable>* list;
-    };
-
-    std::vector<EnvironmentVariable>& mTarget;
-    boost::unordered_flat_set<std::uint32_t, NameHash, NameEqual> mFirst;
+    std::vector<Entry> mEntries;
+    boost::unordered_flat_map<std::string_view, std::uint32_t> mFirst;  // name to place
+    std::deque<EnvironmentVariable> mRecords;                           // what was handed over
+    std::deque<std::string> mTexts;                                     // what substitution gave
 };
+
+/// Lets `merge` work on an indexed list of `target`, and stores the result there. When it throws, the target
+/// is unchanged.
+template <typename Merge>
+void mergeIndexed(std::vector<EnvironmentVariable>& target, const Merge& merge) {
+    VariableList list(target);
+    merge(list);
+    list.storeInto(target);
+}
 
 /// The new value of a layered merge: `value` with every $NAME and ${NAME} of its own name replaced by
 /// `current`. The name is part of a regular expression and `current`, with its backslashes doubled, is the
 /// replacement text of a regular-expression substitution, in which "$1", "$&" and "$$" have their usual
 /// meaning.
-std::string substituteOwnName(const std::string& name, const std::string& value, const std::string& current);
+std::string substituteOwnName(const std::string& name, const std::string& value, std::string_view current);
 
 }  // namespace Kym

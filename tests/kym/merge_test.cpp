@@ -24,6 +24,10 @@ std::string text(const Variables& variables) {
     return all;
 }
 
+void merge(Variables& target, const EnvironmentVariable& variable) {
+    Kym::mergeIndexed(target, [&](Kym::VariableList& list) { list.mergeLayered(variable); });
+}
+
 /// Texts made of pieces that mean something to the rules: references, expressions, separators, replacements.
 class HostileTexts {
   public:
@@ -67,7 +71,7 @@ TEST(Merge, FollowsTheLayerRule) {
         if (c.current) {
             list.emplace_back(c.name, std::string(c.current));
         }
-        Kym::VariableList(list).mergeLayered({c.name, std::string(c.value)});
+        merge(list, {c.name, std::string(c.value)});
         ASSERT_EQ(list.size(), 1U);
         EXPECT_EQ(list[0].value, c.expected) << c.name << " = " << c.value;
     }
@@ -81,15 +85,16 @@ TEST(Merge, KeepsPlaceNameAndTypeOfTheFirstOfAName) {
     later.type = Kym::PlatformType::Windows;
 
     Variables layered = list;
-    Kym::VariableList(layered).mergeLayered(later);
+    merge(layered, later);
     EXPECT_EQ(text(layered), "A=1x #later 1\nB=2 # 0\nA=3 # 0\n");
 
     Variables plain = list;
-    Kym::VariableList merged(plain);
-    merged.mergePlain(later);
-    merged.mergePlain({"", "x"});
-    merged.mergePlain({"B", ""});
-    merged.mergePlain({"C", "4"});
+    Kym::mergeIndexed(plain, [&](Kym::VariableList& merged) {
+        merged.mergePlain(later);
+        merged.mergePlain({"", "x"});
+        merged.mergePlain({"B", ""});
+        merged.mergePlain({"C", "4"});
+    });
     EXPECT_EQ(text(plain), "A=${A}x #later 2\nB=2 # 0\nA=3 # 0\nC=4 # 0\n");
 }
 
@@ -131,7 +136,7 @@ TEST(Merge, EqualsItsDefinitionOnHostileInput) {
                 expectedFailure = error.what();
             }
             try {
-                Kym::VariableList(actual).mergeLayered(variable);
+                merge(actual, variable);
             } catch (const boost::regex_error& error) {
                 actualFailure = error.what();
             }
