@@ -1,11 +1,8 @@
-#include <algorithm>
-
 #include <gtest/gtest.h>
 
 #include "base/Archiver.h"
 #include "base/Coder.h"
 #include "base/Unarchiver.h"
-#include "kym/ApplicationMarks.h"
 #include "kym/ApplicationOverlay.h"
 #include "kym/ConfigApplication.h"
 #include "kym/WorkDirectory.h"

@@ -4,11 +4,11 @@
 
 namespace Support {
 
-/// Whether this system has a registry and short paths, as the product's has.
-extern const bool isWindows;
+/// Whether this system has a registry, and short paths without blanks.
+extern const bool hasRegistry;
 
 /// Writes a text under HKEY_LOCAL_MACHINE, making the key when it is missing; removes the key with all that
-/// it holds. `std::runtime_error` when that fails, and where the system has no registry.
+/// it holds. `std::runtime_error` when that fails. Where the system has no registry, nothing happens.
 void writeLocalMachineText(const std::string& key, const std::string& valueName, const std::string& text);
 void deleteLocalMachineKey(const std::string& key);
 

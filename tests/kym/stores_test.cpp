@@ -1,0 +1,521 @@
+#include <boost/filesystem/operations.hpp>
+#include <gtest/gtest.h>
+
+#include "base/Archiver.h"
+#include "base/Environment.h"
+#include "base/FileManager.h"
+#include "base/Unarchiver.h"
+#include "base/platform/UserFolders.h"
+#include "kym/ArchiveMembers.h"
+#include "kym/BaseSettings.h"
+#include "kym/PluginsManager.h"
+#include "kym/SiteSettings.h"
+#include "kym/SystemInfo.h"
+
+#include "tests/support/SiteSupport.h"
+#include "tests/support/SystemSupport.h"
+
+using namespace Kym;
+using Base::Environment::setEnvVariable;
+using Base::FileManager::native;
+using Support::contentOf;
+using Support::keysOf;
+using Texts = std::vector<std::string>;
+namespace fs = boost::filesystem;
+
+namespace {
+
+template <typename Call>
+std::string errorOf(const Call& call) {
+    try {
+        call();
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+void addVariable(EnvVariableListSource* source, const std::string& name, const std::string& value) {
+    source->insertRow(-1);
+    source->setValueForListColumnRow("Name", source->numberOfRowsInList() - 1, name);
+    source->setValueForListColumnRow("Value", source->numberOfRowsInList() - 1, value);
+}
+
+std::string text(const std::vector<EnvironmentVariable>& variables) {
+    std::string all;
+    for (const EnvironmentVariable& variable : variables) {
+        all += variable.name + "=" + variable.value + "\n";
+    }
+    return all;
+}
+
+std::string merged(const SettingsProtocol& layer) {
+    std::vector<EnvironmentVariable> variables;
+    layer.mergeUserEnvVariables(variables);
+    return text(variables);
+}
+
+using SystemStore = Support::SiteTest;
+using BaseStore = Support::SiteTest;
+using SiteStore = Support::SiteTest;
+
+}  // namespace
+
+// Where the departments are found.
+
+const std::string separator(1, static_cast<char>(fs::path::preferred_separator));
+const std::string fallback = "@kym" + separator + "fb_ugsite";
+
+struct Discovery {
+    const char* title;
+    const char* base;  // KYM_BASE_DIR and KYM_UGSITE_DIR; "@" stands for the root, which has a separator at
+    const char* variable;  // its end
+    Texts directories;     // what exists below the root; "departments" and "kym" always do
+    const char* found;     // null: nothing
+    Texts log;
+};
+
+void PrintTo(const Discovery& discovery, std::ostream* out) {
+    *out << discovery.title;
+}
+
+class DepartmentsDiscovery : public testing::TestWithParam<Discovery> {
+  protected:
+    std::string whole(std::string pattern) const {
+        for (std::size_t at = 0; (at = pattern.find('@', at)) != pattern.npos;) {
+            pattern.replace(at, 1, native(site.root()) + separator);
+        }
+        return pattern;
+    }
+
+    Support::Site site;
+};
+
+TEST_P(DepartmentsDiscovery, TakesTheFirstDirectory) {
+    const Discovery& given = GetParam();
+    for (const std::string& directory : given.directories) {
+        site.makeDirectory(directory);
+    }
+    site.makeFile("file");
+    setEnvVariable("KYM_TEST_ROOT", native(site.root()));
+    setEnvVariable("KYM_BASE_DIR", whole(given.base));
+    setEnvVariable("KYM_UGSITE_DIR", whole(given.variable));
+    const SystemInfo& system = SystemInformation();
+    site.startLog();
+    if (given.found) {
+        EXPECT_EQ(native(system.localDepartmentsPath()), whole(given.found));
+        setEnvVariable("KYM_UGSITE_DIR", native(site.makeDirectory("later")));
+        EXPECT_EQ(native(system.localDepartmentsPath()), whole(given.found));
+    } else {
+        const std::string error =
+            "Problem determining where local department directory is located.\n"
+            "Usually defined by KYM_UGSITE_DIR environment variable.";
+        EXPECT_EQ(errorOf([&] { system.localDepartmentsPath(); }), error);
+        site.makeDirectory("ugsite");
+        EXPECT_EQ(errorOf([&] { system.localDepartmentsPath(); }), error);
+    }
+    Texts lines;
+    for (const std::string& line : given.log) {
+        lines.push_back(whole(line));
+    }
+    EXPECT_EQ(site.logLines(), lines);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    SystemStore, DepartmentsDiscovery,
+    testing::Values(Discovery{"variable",
+                              "@kym",
+                              "@departments",
+                              {"ugsite"},
+                              "@departments",
+                              {"Checking if variable@departments can is a valid ugsite",
+                               "Using @departments as ugsite"}},
+                    Discovery{"reference",
+                              "${KYM_TEST_ROOT}/kym",
+                              "${KYM_TEST_ROOT}/departments/",
+                              {},
+                              "@departments",
+                              {"Checking if variable${KYM_TEST_ROOT}/departments/ can is a valid ugsite",
+                               "Using @departments as ugsite"}},
+                    Discovery{"variableNamesFile",
+                              "@kym",
+                              "@file",
+                              {"ugsite", "kym/fb_ugsite"},
+                              "@ugsite",
+                              {"Checking if variable@file can is a valid ugsite",
+                               "Checking for ugsite as sibling of @kym", "  does this exist? @ugsite",
+                               "Using @ugsite as ugsite"}},
+                    Discovery{"siblingOfBaseWithSeparators",
+                              "@kym//",
+                              "",
+                              {"ugsite"},
+                              "@ugsite",
+                              {"Checking for ugsite as sibling of @kym", "  does this exist? @ugsite",
+                               "Using @ugsite as ugsite"}},
+                    Discovery{"fallback",
+                              "@kym",
+                              "",
+                              {"kym/fb_ugsite"},
+                              fallback.c_str(),
+                              {"Checking for ugsite as sibling of @kym", "  does this exist? @ugsite",
+                               "Using fallback ugsite: " + fallback}},
+                    Discovery{"nothing",
+                              "@kym",
+                              "@missing",
+                              {},
+                              nullptr,
+                              {"Checking if variable@missing can is a valid ugsite",
+                               "Checking for ugsite as sibling of @kym", "  does this exist? @ugsite",
+                               "Using fallback ugsite: " + fallback}}),
+    [](const auto& discovery) { return discovery.param.title; });
+
+TEST_F(SystemStore, NeedsAnInstallation) {
+    setEnvVariable("KYM_BASE_DIR", "");
+    const std::string unset = "KYM_BASE_DIR is not set.";
+    EXPECT_EQ(errorOf([] { SystemInformation(); }), unset);
+    setEnvVariable("KYM_BASE_DIR", site.installation().string());
+    EXPECT_EQ(errorOf([] { BaseInformation(); }), unset) << "the variable is read once";
+}
+
+TEST_F(SystemStore, NeedsADirectoryAsInstallation) {
+    const fs::path place = site.makeFile("file");
+    setEnvVariable("KYM_BASE_DIR", place.string());
+    EXPECT_EQ(errorOf([] { SystemInformation(); }),
+              "KYM_BASE_DIR is set to a invalid directory:\n  " + native(place));
+    fs::remove(place);
+    fs::create_directory(place);
+    EXPECT_EQ(SystemInformation().installPath(), place);
+    EXPECT_EQ(&SystemInformation(), &SystemInformation());
+}
+
+TEST_F(SystemStore, MakesTheApplicationDataDirectory) {
+    setEnvVariable("XDG_CONFIG_HOME", site.root().string());  // where the system asks the environment
+    SystemInfo& system = SystemInformation();
+    system.KymApplicationDataDirectoryName = fs::unique_path("kym-test-%%%%-%%%%-%%%%").string();
+    const fs::path wanted = *Base::Platform::applicationDataFolder() / system.KymApplicationDataDirectoryName;
+    Base::FileManager::replaceFile(wanted, "");
+    EXPECT_EQ(errorOf([&] { system.applicationDataPath(); }),
+              "The path " + native(wanted) + " is not a directory.\n");
+    fs::remove(wanted);
+    EXPECT_EQ(system.applicationDataPath(), wanted);
+    EXPECT_TRUE(fs::is_directory(wanted));
+    system.KymApplicationDataDirectoryName = "other";
+    EXPECT_EQ(SystemInfo(system).applicationDataPath(), wanted);
+    fs::remove(wanted);
+}
+
+TEST_F(SystemStore, ReadsItsConstantsBeforeAnythingUsesThem) {
+    Base::Archiver archiver(site.installation() / "config" / "sysinfo.dat");
+    archiver.encode("SiteSettingsSuffix", std::string("Nx5"));
+    archiver.encode("KymConfigPathEnvVarName", std::string("KYM_TEST_SITE"));
+    archiver.finishEncoding();
+    setEnvVariable("KYM_TEST_SITE", site.makeDirectory("elsewhere").string());
+    SiteInformation().settingsChanged();
+    SiteInformation().save();
+    EXPECT_TRUE(fs::exists(site.root() / "elsewhere" / "site_settingsNx5.dat"));
+    const SystemInfo& system = SystemInformation();
+    EXPECT_EQ((Texts{system.CadProductName, system.osDirectoryName(), system.osaDirectoryName(),
+                     system.scriptExtension()}),
+              (Texts{"NX", "win64", "win64", "bat"}));
+}
+
+TEST_F(SystemStore, SurvivesADamagedFileAndAFailedSave) {
+    const fs::path file = site.installation() / "config" / "sysinfo.dat";
+    {
+        Base::Archiver archiver(file);
+        archiver.encode("CadVersionDirectory", std::string("nx5"));
+        archiver.encode("BroadcastDirectoryName", 5);
+        archiver.encode("CadVersionDataFilename", std::string("lost"));
+        archiver.finishEncoding();
+    }
+    site.startLog("kym.info");
+    SystemInfo& system = SystemInformation();
+    EXPECT_EQ(
+        (Texts{system.CadVersionDirectory, system.BroadcastDirectoryName, system.CadVersionDataFilename}),
+        (Texts{"nx5", "broadcast", "versionFiles.tar.gz"}));
+    const std::string damaged = contentOf(file);
+
+    system.tcEngDatabaseVariable = "MY_DATA";
+    system.save();
+    EXPECT_EQ(contentOf(file), damaged) << "nothing was marked as changed";
+    system.settingsChanged();
+    site.block(file);
+    EXPECT_THROW(system.save(), fs::filesystem_error);
+    EXPECT_TRUE(system.needsSaving());
+    fs::remove(file);
+    system.save();
+    EXPECT_FALSE(system.needsSaving());
+    EXPECT_EQ(keysOf(file),
+              (Texts{"KymVersionString", "CadVersionDirectory", "PreviousCadVersionDirectory",
+                     "KymConfigPathEnvVarName", "KymConfigFallbackDirectoryName",
+                     "KymApplicationDataDirectoryName", "BroadcastDirectoryName", "BroadcastStartMessage",
+                     "SiteSettingsSuffix", "CadWindowsRegistryPath", "CadProductName",
+                     "CadSupportedVersionString", "CadInstallPathVariable", "CadWebBrowserVariable",
+                     "tcEngInstallPathVariable", "tcEngDatabaseVariable", "CadVersionDataFilename"}));
+    EXPECT_EQ(SystemInfo().tcEngDatabaseVariable, "MY_DATA");
+    fs::remove(file);
+    EXPECT_EQ(SystemInfo().tcEngDatabaseVariable, "TC_DATA");
+
+    const std::string loading = "Loading system information: " + native(file);
+    const std::string saving = "saving system information: " + native(file);
+    EXPECT_EQ(
+        site.logLines(),
+        (Texts{loading, "  Could not read data file for some reason. Using default settings.", saving, saving,
+               loading, loading, "  Data file was not found or not readable. Using default settings."}));
+}
+
+TEST_F(BaseStore, WritesItsFileWhenEditedAndReadsItBack) {
+    const fs::path file = site.installation() / "config" / "baseSettings.dat";
+    BaseSettings& base = BaseInformation();
+    EXPECT_EQ(&BaseInformation(), &base);
+    EXPECT_TRUE(base.applicationList().empty());
+    base.save();
+    EXPECT_FALSE(fs::exists(file));
+
+    addVariable(base.winVariables(), "WIN", "w");
+    EXPECT_TRUE(base.needsSaving());
+    site.block(file);
+    EXPECT_THROW(base.save(), fs::filesystem_error);
+    EXPECT_TRUE(base.needsSaving());
+    fs::remove(file);
+    base.save();
+    EXPECT_FALSE(base.needsSaving());
+    EXPECT_EQ(keysOf(file),
+              (Texts{"Common Variables", "Unix Variables", "Windows Variables", "Application List"}));
+
+    base.applications()->insertRow(-1);
+    base.applications()->insertRow(-1);
+    base.applications()->application(1).setConfigurationName("Dept");
+    EXPECT_TRUE(base.needsSaving());
+    base.save();
+    EXPECT_FALSE(base.needsSaving());
+
+    addVariable(base.applications()->unixVariables(1), "APP", "a");
+    EXPECT_TRUE(base.needsSaving());
+    site.block(file);
+    EXPECT_THROW(base.save(), fs::filesystem_error);
+    EXPECT_TRUE(base.needsSaving()) << "the application was not written";
+    fs::remove(file);
+    base.save();
+    EXPECT_FALSE(base.needsSaving());
+
+    addVariable(base.commonVariables(), "COMMON", "c");
+    addVariable(base.unixVariables(), "UNIX", "u");
+    base.save();
+    BaseSettings again;
+    EXPECT_FALSE(again.needsSaving());
+    EXPECT_EQ(again.unixVariables()->numberOfRowsInList(), 1);
+    ASSERT_EQ(again.applicationList().size(), 2U);
+    EXPECT_EQ(again.applications()->unixVariables(1)->numberOfRowsInList(), 1);
+    for (ConfigApplication application : again.applicationList()) {
+        EXPECT_EQ(application.configurationName(), "Base KYM");
+    }
+    site.startLog("kym.info");
+    std::vector<EnvironmentVariable> variables{{"WIN", "old"}};
+    again.mergeEnvVariables(variables);
+    EXPECT_EQ(text(variables), "WIN=w\nCOMMON=c\n");
+    EXPECT_EQ(site.logLines(), Texts{"  merging core KYM envirnment variables"});
+}
+
+TEST_F(BaseStore, KeepsItsListsWhenALoadFails) {
+    const fs::path file = site.installation() / "config" / "baseSettings.dat";
+    std::vector<EnvironmentVariable> first{{"A", "1"}};
+    Base::Archiver good(file);
+    encodeMember(good, "Common Variables", first);
+    good.finishEncoding();
+    BaseSettings& base = BaseInformation();
+    base.load();
+    EXPECT_EQ(merged(base), "A=1\n") << "a load replaces what there was";
+
+    std::vector<EnvironmentVariable> second{{"B", "2"}};
+    Base::Archiver bad(file);
+    encodeMember(bad, "Common Variables", second);
+    bad.encode("Application List", true);
+    bad.finishEncoding();
+    EXPECT_THROW(base.load(), Base::ArchiveError);
+    EXPECT_EQ(merged(base), "A=1\n");
+    EXPECT_THROW(BaseSettings(), Base::ArchiveError);
+}
+
+TEST_F(SiteStore, WritesItsFileWhenChangedAndReadsItBack) {
+    const fs::path file = SystemInformation().localDepartmentsPath() / "site_settingsNx4.dat";
+    site.startLog("kym.info");
+    SiteSettings& settings = SiteInformation();
+    const auto paths = [](const SiteSettings& from) {
+        return std::vector<EnvironmentVariable>{from.unixNxInstallPath,
+                                                from.winNxInstallPath,
+                                                from.unixTcEngInstallPath,
+                                                from.winTcEngInstallPath,
+                                                from.unixPortalInstallPath,
+                                                from.winPortalInstallPath,
+                                                from.browser,
+                                                from.unixPlotConfBase,
+                                                from.winPlotConfBase};
+    };
+    EXPECT_EQ(text(paths(settings)),
+              "UGII_BASE_DIR=\nUGII_BASE_DIR=\nTC_ROOT=\nTC_ROOT=\nTC_PORTAL_ROOT=\nTC_PORTAL_ROOT=\n"
+              "UGII_HTML_BROWSER=\nSDI_SERVER_CFG_BASE=\nSDI_SERVER_CFG_BASE=\n");
+    EXPECT_TRUE(settings.useWindowsRegistry);
+    EXPECT_FALSE(settings.needsSaving());
+    settings.save();
+    EXPECT_FALSE(fs::exists(file));
+
+    int number = 0;
+    for (EnvironmentVariable SiteSettings::*member :
+         {&SiteSettings::unixNxInstallPath, &SiteSettings::winNxInstallPath,
+          &SiteSettings::unixTcEngInstallPath, &SiteSettings::winTcEngInstallPath,
+          &SiteSettings::unixPortalInstallPath, &SiteSettings::winPortalInstallPath, &SiteSettings::browser,
+          &SiteSettings::unixPlotConfBase, &SiteSettings::winPlotConfBase}) {
+        settings.*member = EnvironmentVariable("other name", std::to_string(++number));
+    }
+    settings.useWindowsRegistry = false;
+    settings.unixExternalPluginsLocation = "/plugins";
+    settings.winExternalPluginsLocation = "no such directory";
+    settings.settingsChanged();
+    addVariable(settings.commonVariables(), "C", "c");
+    addVariable(settings.unixVariables(), "U", "u");
+    addVariable(settings.winVariables(), "W", "w");
+    site.block(file);
+    EXPECT_THROW(settings.save(), fs::filesystem_error);
+    EXPECT_TRUE(settings.needsSaving());
+    fs::remove(file);
+    settings.save();
+    EXPECT_FALSE(settings.needsSaving());
+    EXPECT_EQ(keysOf(file),
+              (Texts{"UNIX NX Install Path Key", "Windows NX Install Path Key", "UNIX TcEng Install Path Key",
+                     "Windows TcEng Install Path Key", "UNIX Portal Install Path Key",
+                     "Windows Portal Install Path Key", "UNIX Browser Key", "Use Windows Registry Key",
+                     "Common Environment Variables Key", "Unix Environment Variables Key",
+                     "Windows Environment Variables Key", "UNIX NX Plot Conf Directory Base Key",
+                     "Windows NX Plot Conf Directory Base Key", "Unix External Plugins Location Key",
+                     "Windows External Plugins Location Key"}));
+    SiteSettings again;
+    EXPECT_EQ(text(paths(again)),
+              "UGII_BASE_DIR=1\nUGII_BASE_DIR=2\nTC_ROOT=3\nTC_ROOT=4\nTC_PORTAL_ROOT=5\nTC_PORTAL_ROOT=6\n"
+              "UGII_HTML_BROWSER=7\nSDI_SERVER_CFG_BASE=8\nSDI_SERVER_CFG_BASE=9\n");
+    EXPECT_FALSE(again.useWindowsRegistry);
+    EXPECT_EQ((Texts{again.unixExternalPluginsLocation, again.winExternalPluginsLocation, merged(again)}),
+              (Texts{"/plugins", "no such directory", "C=c\nW=w\n"}));
+    EXPECT_EQ(again.unixVariables()->numberOfRowsInList(), 1);
+    addVariable(again.unixVariables(), "V", "v");
+    EXPECT_TRUE(again.needsSaving()) << "the lists have marks of their own";
+
+    const std::string broken = contentOf(file).substr(0, 500);
+    site.makeFile("departments/site_settingsNx4.dat", broken);
+    again.browser.value = "kept";
+    EXPECT_THROW(again.load(), Base::ArchiveError);
+    EXPECT_EQ(again.browser.value, "kept");
+
+    const std::string loading = "Loading site settings file: " + native(file);
+    const std::string saving = "Saving site settings file: " + native(file);
+    EXPECT_EQ(site.logLines(), (Texts{loading, saving, saving, loading, loading}));
+}
+
+TEST_F(SiteStore, MergesWhatItDerivesBeforeItsLists) {
+    struct Case {
+        bool registry;
+        const char *nx, *teamcenter, *portal, *plot;
+        std::vector<EnvironmentVariable> before;
+        const char* after;
+    };
+    const Case cases[] = {
+        {false,
+         "C:\\nx",
+         "T:\\tc",
+         "P:\\portal",
+         "S:\\plot",
+         {},
+         "UGII_BASE_DIR=C:\\nx\nUGII_ROOT_DIR=C:\\nx\\ugii\\\nTC_ROOT=T:\\tc\nTC_PORTAL_ROOT=P:\\portal\n"
+         "SDI_SERVER_CFG_BASE=S:\\plot\nUGII_HTML_BROWSER=<browser>\nUGII_SDI_SERVER_CFG_DIR=S:\\plot/win\n"
+         "UGII_UGDOC_BASE_DIR=${UGII_BASE_DIR}/ugdoc\n"},
+        {false,
+         "",
+         "",
+         "",
+         "",
+         {{"TC_ROOT", "kept"}, {"UGII_UGDOC_BASE_DIR", ""}, {"UGII_HTML_BROWSER", "first"}},
+         "TC_ROOT=kept\nUGII_UGDOC_BASE_DIR=\nUGII_HTML_BROWSER=first\nUGII_HTML_BROWSER=<browser>\n"},
+        {false,
+         "$UGII_BASE_DIR\\",
+         "",
+         "",
+         "",
+         {{"UGII_ROOT_DIR", "r"}, {"UGII_BASE_DIR", "b"}},
+         "UGII_ROOT_DIR=$UGII_BASE_DIR\\\\ugii\\\nUGII_BASE_DIR=$UGII_BASE_DIR\\\nUGII_HTML_BROWSER=<browser>"
+         "\n"
+         "UGII_UGDOC_BASE_DIR=${UGII_BASE_DIR}/ugdoc\n"},
+        {true,
+         "C:\\nx",
+         "",
+         "",
+         "",
+         {},
+         "UGII_HTML_BROWSER=<browser>\nUGII_UGDOC_BASE_DIR=${UGII_BASE_DIR}/ugdoc\n"}};
+
+    setEnvVariable("PROGRAMFILES", "Q:\\no such programs");
+    const std::string browser = "Q:\\no such programs\\Internet Explorer\\iexplore.exe";
+    SystemInformation().CadWindowsRegistryPath = "SOFTWARE\\" + fs::unique_path("KymTest%%%%%%%%").string();
+    SiteSettings& settings = SiteInformation();
+    settings.browser.value = settings.unixNxInstallPath.value = "never merged";
+    addVariable(settings.unixVariables(), "UNIX", "never merged");
+    addVariable(settings.commonVariables(), "UGII_HTML_BROWSER", "own");
+    settings.commonVariables()->deleteRows({0});
+    for (const Case& c : cases) {
+        settings.useWindowsRegistry = c.registry;
+        settings.winNxInstallPath.value = c.nx;
+        settings.winTcEngInstallPath.value = c.teamcenter;
+        settings.winPortalInstallPath.value = c.portal;
+        settings.winPlotConfBase.value = c.plot;
+        std::vector<EnvironmentVariable> variables = c.before;
+        settings.mergeEnvVariables(variables);
+        std::string expected = c.after;
+        expected.replace(expected.find("<browser>"), 9, browser);
+        EXPECT_EQ(text(variables), expected);
+    }
+    addVariable(settings.winVariables(), "UGII_UGDOC_BASE_DIR", "D:\\doc;$UGII_UGDOC_BASE_DIR");
+    site.startLog("kym.info");
+    std::vector<EnvironmentVariable> variables;
+    settings.mergeEnvVariables(variables);
+    EXPECT_EQ(variables.back().value, "D:\\doc;${UGII_BASE_DIR}/ugdoc");
+    EXPECT_EQ(site.logLines(), Texts{"  merging site envirnment variables"});
+}
+
+TEST_F(SiteStore, AsksTheSystemForTheInstallPathAndTheBrowser) {
+    const std::string key = SystemInformation().CadWindowsRegistryPath =
+        "SOFTWARE\\" + fs::unique_path("KymTest%%%%%%%%").string() + "\\NX";
+    const SiteSettings& settings = SiteInformation();
+    const std::pair<std::string, std::string> installations[] = {
+        {"D:\\nx\\", "UGII_BASE_DIR=D:\\nx\nUGII_ROOT_DIR=D:\\nx\\ugii\\\n"},
+        {"D:\\nx 4", "UGII_BASE_DIR=D:\\nx 4\nUGII_ROOT_DIR=D:\\nx 4\\ugii\\\n"},
+        {"D:\\nx\\\\", "UGII_BASE_DIR=D:\\nx\\\nUGII_ROOT_DIR=D:\\nx\\\\ugii\\\n"}};
+    for (const auto& [value, expected] : installations) {
+        Support::writeLocalMachineText(key, "UGII_BASE_DIR", value);
+        std::vector<EnvironmentVariable> variables;
+        settings.mergeEnvVariables(variables);
+        EXPECT_TRUE(text(variables).starts_with(Support::hasRegistry ? expected : "UGII_HTML_BROWSER="))
+            << text(variables);
+    }
+    Support::deleteLocalMachineKey(key.substr(0, key.rfind('\\')));
+
+    const fs::path browser = site.makeFile("Program Files\\Internet Explorer\\iexplore.exe");
+    setEnvVariable("PROGRAMFILES", (site.root() / "Program Files").string());
+    EXPECT_TRUE(fs::equivalent(settings.getWebBrowser(), browser)) << settings.getWebBrowser();
+    EXPECT_EQ(settings.getWebBrowser().find(' ') == std::string::npos, Support::hasRegistry);
+}
+
+TEST_F(SiteStore, RegistersEveryEntryOfTheExternalPluginsInNameOrder) {
+    for (const char* name : {"b", "a", "B", "é", "a b"}) {
+        site.makeDirectory(fs::path("external") / name);
+    }
+    site.makeFile("external/c.txt");
+    site.makeDirectory("kym/plugins/internal");
+    Base::Archiver archiver(site.departments() / "site_settingsNx4.dat");
+    archiver.encode("Windows External Plugins Location Key", (site.root() / "external").string());
+    archiver.finishEncoding();
+    SiteInformation();
+    Texts names;
+    for (int row = 0; row < PluginsManagement().numberOfPlugins(); ++row) {
+        names.push_back(PluginsManagement().plugin(row, false)->name());
+    }
+    EXPECT_EQ(names, (Texts{"internal", "B", "a", "a b", "b", "c.txt", "é"}));
+}
