@@ -19,6 +19,8 @@ using Base::Archiver;
 using Base::TypeInfo;
 using Base::Unarchiver;
 
+using namespace std::string_literals;
+
 using Strings = std::vector<std::string>;
 
 struct Part {
@@ -68,7 +70,7 @@ Base::Coder<Machine> machineCoder("Machine");
 const Machine kMachine = {"Fräse <1> & \"co\"\r\n\tno. 2",
                           true,
                           {{"bolt", 12}, {" \n", -2147483647 - 1}, {"", 2147483647}},
-                          {"", " ", "]]>", std::string("nul\0\x1F", 5), "\xC3(", "\xEF\xBF\xBF", "&#13;\r"},
+                          {"", " ", "]]>", "nul\0\x1F"s, "\xC3(", "\xEF\xBF\xBF", "&#13;\r"},
                           {}};
 
 void save(const boost::filesystem::path& file, Machine machine) {
@@ -105,13 +107,13 @@ TEST_F(ArchiveTest, FirstFormatVersionIsWrittenAndReadForEver) {
 
 TEST_F(ArchiveTest, ByteStringsSurviveAsKeysAndAsValues) {
     std::mt19937 random(7);
-    const std::string alphabet("\0\x1\t\n\r \"&'<>];#a=\x7F\x80\xBF\xC2\xE0\xED\xA0\xEF\xF0\xF4\x90\xFF", 32);
+    const std::string alphabet = "\0\x1\t\n\r \"&'<>];#a=\x7F\x80\xBF\xC2\xE0\xED\xA0\xEF\xF0\xF4\x90\xFF"s;
     Strings strings = {"", std::string(200, '\xC3'), std::string(63, 'x') + "ä", "\xEF\xBB\xBF"};
     while (strings.size() < 600) {
         std::string text(random() % 5 + (strings.size() % 8 == 0 ? 62 : 0), 'x');
         for (int i = 0; i < 5 && !text.empty(); ++i) {
             text[text.size() - 1 - random() % std::min<std::size_t>(text.size(), 5)] =
-                alphabet[random() % 32];
+                alphabet[random() % alphabet.size()];
         }
         strings.push_back(text);
     }
@@ -185,7 +187,7 @@ TEST_F(ArchiveTest, DamageIsToldWithFileLineAndKey) {
         {machine("<string key='Label'>\n&#0;</string>"), 4, "", "\"&\" begins no"},
         {machine("<string key='Label'>\n&#xD800;</string>"), 4, "", "\"&\" begins no"},
         {machine("\n<string key='Label'>\xC3\xA4 \xE4</string>"), 4, "", "not UTF-8"},
-        {machine(std::string("<string key='Label'>\0</string>", 30)), 3, "", "control character"},
+        {machine("<string key='Label'>\0</string>"s), 3, "", "control character"},
         {"<?xml version='1.0' encoding='latin1'?>" + machine(""), 1, "", "encoding is latin1"},
         {machine("<int key='Label'>1</int>"), 3, "Label", "expected a string, found an integer"},
         {machine("<string key='Label'>a<b/></string>"), 3, "Label", "found other elements"},
@@ -241,7 +243,7 @@ TEST_F(ArchiveTest, ACutOrChangedFileIsReadWholeOrNotAtAll) {
         EXPECT_THROW(load(scratch.write("archive", whole.substr(0, size))), ArchiveError) << size;
     }
     int errors = 0;
-    for (std::size_t at = 0; at < whole.size(); ++at) {
+    for (std::size_t at = 0; at < whole.size(); at += 3) {
         std::string changed = whole;
         changed[at] = static_cast<char>(changed[at] ^ (1 << at % 8));
         try {
@@ -250,7 +252,7 @@ TEST_F(ArchiveTest, ACutOrChangedFileIsReadWholeOrNotAtAll) {
             ++errors;
         }
     }
-    EXPECT_GT(errors, static_cast<int>(whole.size() / 4));
+    EXPECT_GT(errors, static_cast<int>(whole.size() / 12));
 }
 
 TEST_F(ArchiveTest, AFileThatCouldNotBeReadIsKeptWhenItIsReplaced) {

@@ -20,6 +20,7 @@ using Base::PropertyListError;
 using Dictionary = PropertyList::Dictionary;
 using Array = PropertyList::Array;
 using boost::filesystem::path;
+using namespace std::string_literals;
 
 const double kInfinity = std::numeric_limits<double>::infinity();
 
@@ -206,7 +207,7 @@ TEST_F(PropertyListTest, DamageIsToldWithFileLineAndReason) {
     } cases[] = {
         {"", 0, "empty"},
         {"bplist00", 0, "binary property list"},
-        {std::string("\xFF\xFE<\0p\0", 6), 1, "UTF-16"},
+        {"\xFF\xFE<\0p\0"s, 1, "UTF-16"},
         {"{ a = b; }", 1, "outside of the root"},
         {"<dict/>", 1, "expected a property list, found <dict>"},
         {"<plist/>", 1, "exactly one value"},
@@ -214,7 +215,7 @@ TEST_F(PropertyListTest, DamageIsToldWithFileLineAndReason) {
         {plist("a"), 1, "no text in <plist>"},
         {plist("<true>\n"), 3, "damaged file"},
         {plist("<string>\xE4</string>"), 2, "not UTF-8"},
-        {plist(std::string("<string>\0</string>", 18)), 2, "control character"},
+        {plist("<string>\0</string>"s), 2, "control character"},
         {plist("<string>&nbsp;</string>"), 2, "\"&\" begins no"},
         {plist("<string>a<b/></string>"), 2, "expected text only in <string>"},
         {plist("<set/>"), 2, "<set> is no value"},
@@ -278,18 +279,22 @@ TEST_F(PropertyListTest, NestingIsBounded) {
     const auto nested = [](int depth) {
         boost::any value = true;
         for (int i = 0; i < depth; ++i) {
-            value = Array{value};
+            Array array(1);
+            array.front().swap(value);
+            value = std::move(array);
         }
         return value;
     };
     save(scratch / "list", nested(512));
     EXPECT_EQ(show(nested(512)), load(scratch / "list"));
     EXPECT_THROW(save(scratch / "list", nested(513)), PropertyListError);
-    std::string deep;
+    std::string open;
+    std::string close;
     for (int i = 0; i < 10000; ++i) {
-        deep = "<array>" + deep + "</array>";
+        open += "<array>";
+        close += "</array>";
     }
-    EXPECT_THROW(load(scratch.write("list", plist(deep))), PropertyListError);
+    EXPECT_THROW(load(scratch.write("list", plist(open + close))), PropertyListError);
 }
 
 TEST_F(PropertyListTest, WhatTheFormatCannotCarryIsNotWritten) {
