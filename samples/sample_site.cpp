@@ -143,8 +143,8 @@ void writeCommonDepartment(const fs::path& directory, const std::string& program
     department.save();
 }
 
-void writeDesignDepartment(const fs::path& directory, const std::string& program, const std::string& here) {
-    Kym::Configuration department(directory, false);
+void writeDesignDepartment(const Places& places, const std::string& program, const std::string& here) {
+    Kym::Configuration department(places.departments / "design", false);
     department.description = "Design of gearboxes";
     department.commonDepartment = "common";
     department.doFileCleanup = false;
@@ -155,7 +155,7 @@ void writeDesignDepartment(const fs::path& directory, const std::string& program
                      {"SAMPLE_PROJECT", "gearbox"},
                      {"SAMPLE_DRAWINGS", "${SAMPLE_PARTS_DIR}/${SAMPLE_PROJECT}"},
                      {"SAMPLE_TRIAL", ""}});
-    appendRow(*settings.workDirectories(), {{"Name", "Parts"}, {"Path", "${SAMPLE_DATA_DIR}\\parts"}});
+    appendRow(*settings.workDirectories(), {{"Name", "Parts"}, {"Path", nativeText(places.data / "parts")}});
     appendRow(*settings.workDirectories(),
               {{"Name", "New d\xC3\xA9signs"}, {"Path", "${SAMPLE_DATA_DIR}\\new d\xC3\xA9signs"}});
     appendApplications(
@@ -188,7 +188,7 @@ void writeAll(const Places& places, const fs::path& program) {
                 {{"materials", "CAD", "Materials", cadProgram, ""}});
     writeSite(places);
     writeCommonDepartment(places.departments / "common", cadProgram);
-    writeDesignDepartment(places.departments / "design", cadProgram, nativeText(program));
+    writeDesignDepartment(places, cadProgram, nativeText(program));
 }
 
 void layOut(const fs::path& directory, const fs::path& program) {
