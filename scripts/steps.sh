@@ -30,24 +30,12 @@ trap end_of_script EXIT
 trap 'exit 130' INT
 trap 'exit 143' TERM
 
-wineserver() { WINEPREFIX="$KYM_WINE_PREFIX" "${KYM_WINESERVER:-/usr/lib/wine/wineserver}" "$@"; }
-stop_wine() { wineserver -k > /dev/null 2>&1; }
+stop_wine() { "$project/scripts/wine-server" stop; }
 
-# start_wine: makes the project's own Wine prefix, or mends one whose making was interrupted, and keeps its server
-# alive for this run.
+# start_wine: for this run only.
 start_wine() {
   finally stop_wine
-  mkdir -p "$KYM_WINE_PREFIX"
-  if [ ! -e "$KYM_WINE_PREFIX/complete" ]; then
-    # It may say that a 32-bit program is missing; there is nothing 32-bit here, and nothing needs it.
-    "$project/scripts/wine" wineboot --update > "$KYM_WINE_PREFIX/making.log" 2>&1 || {
-      tail -n 20 "$KYM_WINE_PREFIX/making.log" >&2
-      return 1
-    }
-    wineserver -w
-    touch "$KYM_WINE_PREFIX/complete"
-  fi
-  wineserver -p
+  "$project/scripts/wine-server" start
 }
 
 use_windows_dependencies() {
