@@ -1,0 +1,198 @@
+#include <stdexcept>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "base/Archiver.h"
+#include "base/Unarchiver.h"
+#include "kym/Configuration.h"
+#include "kym/PluginsManager.h"
+
+#include "tests/support/SiteSupport.h"
+
+namespace {
+
+using boost::any_cast;
+using Kym::PluginSettings;
+using Strings = std::vector<std::string>;
+
+class Plugins : public Support::SiteTest {
+  protected:
+    /// A plugin that sets TRAIL to what it was before and its own name, and has one application.
+    void makePlugin(const std::string& directory, const std::string& type = "Site-wide") {
+        PluginSettings plugin(site.makeDirectory(directory));
+        plugin.pluginType = type;
+        plugin.commonVariables()->insertRow(-1);
+        plugin.commonVariables()->setValueForListColumnRow("Name", 0, std::string("TRAIL"));
+        plugin.commonVariables()->setValueForListColumnRow("Value", 0, "${TRAIL}/" + plugin.name());
+        plugin.applications()->insertRow(-1);
+        plugin.applications()->setValueForListColumnRow("AppID", 0, "app of " + plugin.name());
+        plugin.save();
+    }
+
+    static std::string trail(const Kym::Configuration& department) {
+        std::vector<Kym::EnvironmentVariable> variables;
+        Kym::PluginsManagement().mergeEnvVariables(&department, variables);
+        return variables.empty() ? "" : variables.at(0).value;
+    }
+
+    static Strings names(const Base::DataSourceInterface& table) {
+        Strings result;
+        for (int row = 0; row < table.numberOfRowsInList(); ++row) {
+            result.push_back(any_cast<std::string>(table.valueForListColumnRow("Name", row)));
+        }
+        return result;
+    }
+};
+
+TEST_F(Plugins, AreStoredAndStillNeedSavingAfterAWriteThatFailed) {
+    const auto directory = site.makeDirectory("cam");
+    PluginSettings plugin(directory);
+    EXPECT_EQ(plugin.pluginType, "Site-wide");
+    plugin.save();
+    EXPECT_FALSE(exists(directory / "settings.dat")) << "nothing needed saving";
+
+    plugin.applications()->insertRow(-1);
+    plugin.applications()->setEdited(false);
+    plugin.applications()->commonVariables(0)->insertRow(-1);
+    site.block(directory / "settings.dat");
+    EXPECT_THROW(plugin.save(), boost::filesystem::filesystem_error);
+    EXPECT_TRUE(plugin.needsSaving()) << "the application's variables were not written";
+
+    remove_all(directory / "settings.dat");
+    plugin.pluginType = "Test";
+    plugin.winVariables()->insertRow(-1);
+    plugin.winVariables()->setValueForListColumnRow("Name", 0, std::string("W"));
+    plugin.save();
+    EXPECT_FALSE(plugin.needsSaving());
+    plugin.setNeedsSaving(true);
+    plugin.save();
+    EXPECT_TRUE(plugin.needsSaving()) << "a mark that was set by hand stays";
+
+    PluginSettings read(directory);
+    EXPECT_EQ(read.pluginType, "Test");
+    EXPECT_EQ(names(*read.winVariables()), Strings{"W"});
+    ASSERT_EQ(read.applicationList().size(), 1u);
+    EXPECT_EQ(PluginSettings(read).applicationList().front().mConfigurationName, "cam Plugin");
+    EXPECT_FALSE(read.needsSaving());
+
+    site.makeFile("cam/settings.dat", "<archive");
+    EXPECT_THROW(read.load(), Base::ArchiveError);
+    EXPECT_EQ(read.pluginType, "Test");
+}
+
+TEST_F(Plugins, StandInOneOrderAndExternalOnesCanBeEditedAlone) {
+    makePlugin("kym/plugins/b");
+    makePlugin("kym/plugins/C");
+    site.makeFile("kym/plugins/a file");
+    auto& plugins = Kym::PluginsManagement();
+    EXPECT_EQ(names(plugins), (Strings{"C", "a file", "b"}));
+    EXPECT_EQ(plugins.plugin(1, false)->pluginType, "Site-wide");
+
+    const auto external = site.makeDirectory("external/x");
+    plugins.addPlugin(external);
+    site.makeFile("external/damaged/settings.dat", "no archive");
+    EXPECT_THROW(plugins.addPlugin(site.root() / "external/damaged"), Base::ArchiveError);
+    EXPECT_EQ(plugins.plugin(3, true)->name(), "x") << "the whole list is edited";
+    plugins.editExternalPluginsOnly();
+    EXPECT_EQ(names(plugins), Strings{"x"});
+    EXPECT_EQ(plugins.plugin(0, true)->name(), "x");
+    EXPECT_EQ(plugins.plugin(0, false)->name(), "C");
+    EXPECT_TRUE(plugins.isInternalPlugin(*plugins.plugin(2, false)));
+    EXPECT_FALSE(plugins.isInternalPlugin(*plugins.plugin(3, false)));
+
+    site.startLog("base.assert");
+    EXPECT_THROW(plugins.plugin(1, true), std::out_of_range);
+    EXPECT_TRUE(site.logLines().empty()) << "the check comes before the offset";
+    for (const int index : {-1, -3, 4}) {
+        EXPECT_THROW(plugins.plugin(index, true), std::out_of_range) << index;
+        EXPECT_THROW(plugins.valueForListColumnRow("Name", index), std::out_of_range) << index;
+    }
+    ASSERT_EQ(site.logLines().size(), 3u);
+    EXPECT_NE(site.logLines()[0].find("index >= 0 && index < mPlugins.size()"), std::string::npos);
+    EXPECT_NE(site.logLines()[0].find("index = -1: plugin index is out of range"), std::string::npos);
+
+    plugins.plugin(0, true)->setNeedsSaving(true);
+    EXPECT_TRUE(plugins.anyNeedsSaving());
+    plugins.saveSettings();
+    EXPECT_TRUE(exists(external / "settings.dat"));
+    plugins.removePlugin(external);
+    EXPECT_EQ(plugins.numberOfPlugins(), 3);
+    EXPECT_EQ(plugins.numberOfRowsInList(), 0);
+}
+
+TEST_F(Plugins, ApplyByTypeUnlessTheDepartmentDisablesThem) {
+    makePlugin("kym/plugins/all");
+    makePlugin("kym/plugins/cam", "Development");
+    makePlugin("kym/plugins/lower", "site-wide");
+    makePlugin("external/late", "Development");
+    Kym::PluginsManagement().addPlugin(site.root() / "external/late");
+    struct Case {
+        const char* type;
+        const char* disabled;
+        const char* trail;
+    };
+    const Case cases[] = {{"Development", "", "/all/cam/late"},    {"Production", "", "/all"},
+                          {"site-wide", "", "/all/lower"},         {"Development", "cam", "/all/late"},
+                          {"Development", "CAM", "/all/cam/late"}, {"Production", "all", ""}};
+    for (const Case& testCase : cases) {
+        Kym::Configuration department(site.root() / "department", false);
+        department.type = testCase.type;
+        auto* source = department.settings()->disablePlugins();
+        for (int row = 0; row < source->numberOfRowsInList(); ++row) {
+            if (any_cast<std::string>(source->valueForListColumnRow("Name", row)) == testCase.disabled) {
+                source->setValueForListColumnRow("Disable", row, std::string("True"));
+            }
+        }
+        EXPECT_EQ(trail(department), testCase.trail) << testCase.type << ' ' << testCase.disabled;
+        std::string applications;
+        for (auto& application : Kym::PluginsManagement().applicationList(department)) {
+            const std::string plugin = application.applicationId.substr(7);
+            EXPECT_EQ(application.configurationName(), plugin + " Plugin");
+            applications += '/' + plugin;
+        }
+        EXPECT_EQ(applications, testCase.trail);
+    }
+}
+
+TEST_F(Plugins, AreDisabledAndEnabledThroughATable) {
+    for (const char* name : {"a", "b", "c", "d"}) {
+        site.makeDirectory(std::string("kym/plugins/") + name);
+    }
+    Strings disabled;
+    Kym::DisablePluginSource source(&disabled);
+    struct Case {
+        int row;
+        const char* value;
+        Strings expected;
+    };
+    const Case cases[] = {{1, "false", {"a"}},
+                          {2, "true", {"a", "b"}},
+                          {3, "TRUE", {"a", "b", "c", "d"}},
+                          {0, "yes", {}},
+                          {3, "no", {"a", "b", "c"}}};
+    for (const Case& testCase : cases) {
+        disabled = {"a", "b", "c"};
+        source.setEdited(false);
+        EXPECT_TRUE(source.setValueForListColumnRow("Name", testCase.row, std::string(testCase.value)));
+        EXPECT_EQ(disabled, testCase.expected) << testCase.row << testCase.value;
+        EXPECT_TRUE(source.isEdited());
+    }
+    EXPECT_EQ(any_cast<std::string>(source.valueForListColumnRow("Disable", 2)), "True");
+    EXPECT_EQ(any_cast<std::string>(source.valueForListColumnRow("Disable", 3)), "False");
+
+    source.setEdited(false);
+    source.insertRow(0);
+    source.deleteRows({0});
+    EXPECT_THROW(source.setValueForListColumnRow("", 0, 1), boost::bad_any_cast);
+    EXPECT_THROW(source.setValueForListColumnRow("", 4, std::string("true")), std::out_of_range);
+    EXPECT_THROW(source.valueForListColumnRow("", -1), std::out_of_range);
+    Kym::PluginsManagement().addPlugin(site.makeDirectory("external/e"));
+    EXPECT_EQ(names(source), (Strings{"a", "b", "c", "d"})) << "later plugins are not seen";
+    source.setList(nullptr);
+    EXPECT_FALSE(source.setValueForListColumnRow("", 0, 1));
+    EXPECT_TRUE(source.valueForListColumnRow("Name", 0).empty());
+    EXPECT_EQ(source.numberOfRowsInList(), 4);
+    EXPECT_FALSE(source.isEdited());
+}
+
+}  // namespace

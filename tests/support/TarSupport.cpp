@@ -1,0 +1,48 @@
+#include "tests/support/TarSupport.h"
+
+#include <stdexcept>
+
+#include <archive.h>
+#include <archive_entry.h>
+
+namespace Support {
+namespace {
+
+la_ssize_t append(archive*, void* bytes, const void* data, std::size_t size) {
+    static_cast<std::string*>(bytes)->append(static_cast<const char*>(data), size);
+    return static_cast<la_ssize_t>(size);
+}
+
+void check(archive* writer, bool good) {
+    if (!good) {
+        throw std::runtime_error(archive_error_string(writer));
+    }
+}
+
+}  // namespace
+
+std::string tarGz(const std::vector<TarEntry>& entries) {
+    std::string bytes;
+    archive* writer = archive_write_new();
+    archive_write_add_filter_gzip(writer);
+    archive_write_set_format_pax_restricted(writer);
+    archive_write_set_options(writer, "hdrcharset=UTF-8");
+    archive_write_set_bytes_in_last_block(writer, 1);
+    check(writer, archive_write_open(writer, &bytes, nullptr, append, nullptr) == ARCHIVE_OK);
+    for (const TarEntry& entry : entries) {
+        archive_entry* header = archive_entry_new();
+        archive_entry_set_pathname_utf8(header, entry.name.c_str());
+        archive_entry_set_filetype(header, entry.name.ends_with('/') ? AE_IFDIR : AE_IFREG);
+        archive_entry_set_perm(header, static_cast<__LA_MODE_T>(entry.mode));
+        archive_entry_set_mtime(header, tarEntryTime, 0);
+        archive_entry_set_size(header, static_cast<la_int64_t>(entry.content.size()));
+        check(writer, archive_write_header(writer, header) == ARCHIVE_OK);
+        check(writer, archive_write_data(writer, entry.content.data(), entry.content.size()) >= 0);
+        archive_entry_free(header);
+    }
+    check(writer, archive_write_close(writer) == ARCHIVE_OK);
+    archive_write_free(writer);
+    return bytes;
+}
+
+}  // namespace Support

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <boost/filesystem/path.hpp>
+
+namespace Support {
+
+struct TarEntry {
+    std::string name;  ///< UTF-8; a "/" at its end makes a directory
+    std::string content;
+    unsigned mode = 0644;
+};
+
+/// The time of change that every entry carries.
+constexpr long long tarEntryTime = 1'000'000'000;
+
+/// The bytes of a gzip-compressed tar archive with these entries.
+std::string tarGz(const std::vector<TarEntry>& entries);
+
+}  // namespace Support
