@@ -1,6 +1,5 @@
 #pragma once
 
-#include <map>
 #include <string>
 #include <vector>
 
@@ -10,7 +9,8 @@ namespace Support {
 
 /// What the child program says that it got. Texts are UTF-8.
 struct ChildReport {
-    std::vector<std::string> arguments;    ///< without the program
+    std::vector<std::string> arguments;    ///< as the C run-time splits the command line, without the program
+    std::vector<std::string> words;        ///< as `CommandLineToArgvW` splits it
     std::vector<std::string> environment;  ///< NAME=VALUE, in the order of the child's block
     std::string directory;
 };

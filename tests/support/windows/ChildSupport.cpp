@@ -1,11 +1,14 @@
 #include "tests/support/ChildSupport.h"
 
 #include <chrono>
+#include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 
-#include <boost/filesystem/fstream.hpp>
 #include <boost/filesystem/operations.hpp>
+
+#include "tests/support/ScratchSupport.h"
 
 namespace Support {
 
@@ -19,6 +22,26 @@ std::string fromHex(const std::string& digits) {
     return bytes;
 }
 
+// Nothing while the report is not there or cannot be opened yet.
+std::optional<ChildReport> parse(const std::string& content) {
+    ChildReport report;
+    std::istringstream in(content);
+    for (std::string kind, digits; in >> kind >> digits;) {
+        const std::string text = fromHex(digits.substr(1));
+        if (kind == "argument") {
+            report.arguments.push_back(text);
+        } else if (kind == "word") {
+            report.words.push_back(text);
+        } else if (kind == "variable") {
+            report.environment.push_back(text);
+        } else if (kind == "directory") {
+            report.directory = text;
+            return report;
+        }
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
 boost::filesystem::path childProgram() {
@@ -27,29 +50,14 @@ boost::filesystem::path childProgram() {
 
 ChildReport awaitReport(const boost::filesystem::path& file) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!boost::filesystem::exists(file)) {
-        if (std::chrono::steady_clock::now() > end) {
-            throw std::runtime_error("The child wrote no report " + file.string());
+    while (std::chrono::steady_clock::now() < end) {
+        if (const auto report = parse(bytesOf(file))) {
+            boost::filesystem::remove(file);
+            return *report;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-    ChildReport report;
-    boost::filesystem::ifstream in(file, std::ios::binary);
-    std::string kind;
-    std::string digits;
-    while (in >> kind >> digits) {
-        const std::string text = fromHex(digits.substr(1));
-        if (kind == "argument") {
-            report.arguments.push_back(text);
-        } else if (kind == "variable") {
-            report.environment.push_back(text);
-        } else {
-            report.directory = text;
-        }
-    }
-    in.close();
-    boost::filesystem::remove(file);
-    return report;
+    throw std::runtime_error("The child wrote no report " + file.string());
 }
 
 }  // namespace Support

@@ -1,5 +1,6 @@
-// Tells what a started program gets: one line for every argument, variable and the working directory, each as
-// hexadecimal digits behind a colon. The file named by KYM_TEST_REPORT appears when it is complete.
+// Tells what a started program gets: a line for every argument, for every variable and, last, for the working
+// directory, each as hexadecimal digits behind a colon. The file named by KYM_TEST_REPORT appears when it is
+// complete.
 
 #include <cstdio>
 #include <string>
@@ -31,13 +32,16 @@ std::string record(const char* kind, const std::wstring& text) {
 
 }  // namespace
 
-int main() {
+int wmain(int count, wchar_t** arguments) {
     const std::wstring file = variable(L"KYM_TEST_REPORT");
     std::string report;
-    int count = 0;
-    wchar_t** arguments = ::CommandLineToArgvW(::GetCommandLineW(), &count);
     for (int i = 1; i < count; ++i) {
         report += record("argument", arguments[i]);
+    }
+    int wordCount = 0;
+    wchar_t** words = ::CommandLineToArgvW(::GetCommandLineW(), &wordCount);
+    for (int i = 1; i < wordCount; ++i) {
+        report += record("word", words[i]);
     }
     for (const wchar_t* entry = ::GetEnvironmentStringsW(); *entry;) {
         const std::wstring text(entry);
