@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 namespace Kym {
 
 // Classes of characters in the "C" locale. Names, path lists and arguments mean the same on every machine, so
@@ -13,6 +15,14 @@ constexpr bool isDigit(char c) {
 }
 constexpr bool isWordCharacter(char c) {
     return isLetter(c) || isDigit(c) || c == '_';
+}
+constexpr bool areWordCharacters(std::string_view text) {
+    for (const char c : text) {
+        if (!isWordCharacter(c)) {
+            return false;
+        }
+    }
+    return true;
 }
 constexpr bool isSpace(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');

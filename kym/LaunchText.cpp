@@ -56,18 +56,16 @@ void restoreDriveLetters(std::string& text) {
 std::string collapseSeparators(std::string_view text) {
     std::string result;
     result.reserve(text.size());
-    std::size_t position = 0;
-    while (position < text.size()) {
-        if (position + 2 < text.size() && isWordCharacter(text[position]) &&
-            isSeparator(text[position + 1]) && isSeparator(text[position + 2])) {
-            result.append(text, position, 2);
-            position += 3;
-        } else {
-            result.push_back(text[position]);
+    std::size_t copied = 0;
+    for (std::size_t position = 1; position + 1 < text.size(); ++position) {
+        if (isSeparator(text[position]) && isSeparator(text[position + 1]) &&
+            isWordCharacter(text[position - 1])) {
+            result.append(text, copied, position + 1 - copied);
+            copied = position + 2;
             ++position;
         }
     }
-    return result;
+    return result.append(text, copied);
 }
 
 void normalizeSeparators(std::string& value) {
@@ -98,7 +96,10 @@ std::string cleanPathList(const std::string& value) {
         if (piece.empty() || !seen.insert(piece).second) {
             continue;
         }
-        std::string kept = boost::replace_all_copy(std::string(piece), "//", "/");
+        std::string kept(piece);
+        if (piece.find("//") != std::string_view::npos) {
+            boost::replace_all(kept, "//", "/");
+        }
         if (LoggerStream line{verboseLogger()}) {
             line << "  " << kept << std::endl;
         }
@@ -118,8 +119,7 @@ bool isValidVariableName(std::string_view name) {
     if (!name.empty() && !isLetter(name.front())) {
         return false;
     }
-    return name.find("X86") != std::string_view::npos ||
-           std::all_of(name.begin(), name.end(), isWordCharacter);
+    return areWordCharacters(name) || name.find("X86") != std::string_view::npos;
 }
 
 std::vector<std::string> splitArguments(std::string_view text) {

@@ -17,7 +17,7 @@ namespace Kym {
 namespace {
 
 bool isPlainName(std::string_view name) {
-    return !name.empty() && std::all_of(name.begin(), name.end(), isWordCharacter);
+    return !name.empty() && areWordCharacters(name);
 }
 
 /// Whether the text means itself as the replacement text of a substitution, once its backslashes are doubled.
@@ -142,32 +142,29 @@ void VariableList::mergeLayered(const EnvironmentVariable& variable) {
     if (verbose) {
         LoggerStream(verboseLogger()) << "  merging " << variable.name << std::endl;
     }
-    const auto existing = mFirst.find(variable.name);
-    const bool found = existing != mFirst.end();
-    const bool plainName = found ? mEntries[existing->second].plainName : isPlainName(variable.name);
-    const std::string_view current = found ? mEntries[existing->second].value : std::string_view();
-    if (verbose && found) {
+    const auto [place, added] =
+        mFirst.try_emplace(variable.name, static_cast<std::uint32_t>(mEntries.size()));
+    if (added) {
+        mEntries.push_back(
+            {variable.name, {}, &variable.comment, variable.type, isPlainName(variable.name), true});
+    }
+    Entry& entry = mEntries[place->second];
+    if (verbose && !added) {
         LoggerStream(verboseLogger())
-            << "    current value: " << boost::replace_all_copy(std::string(current), "\\", "\\\\")
+            << "    current value: " << boost::replace_all_copy(std::string(entry.value), "\\", "\\\\")
             << std::endl;
     }
     std::string_view value = variable.value;
-    if (!plainName || value.find('$') != std::string_view::npos) {
-        value = mTexts.emplace_back(substituteOwnName(variable.name, variable.value, current));
+    if (!entry.plainName || value.find('$') != std::string_view::npos) {
+        value = mTexts.emplace_back(substituteOwnName(variable.name, variable.value, entry.value));
     }
     if (verbose) {
         LoggerStream(verboseLogger()) << "    value = " << value << std::endl;
     }
-    if (!found) {
-        mFirst.emplace(variable.name, static_cast<std::uint32_t>(mEntries.size()));
-        mEntries.push_back({variable.name, value, &variable.comment, variable.type, plainName, true});
-        return;
-    }
-    Entry& entry = mEntries[existing->second];
     entry.value = value;
     entry.comment = &variable.comment;
     entry.changed = true;
-    if (verbose) {
+    if (verbose && !added) {
         LoggerStream(verboseLogger()) << "    replacing existing value" << std::endl
                                       << "    new value: " << entry.value << std::endl;
     }

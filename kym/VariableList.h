@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -61,9 +62,9 @@ class VariableList {
 
   private:
     std::vector<Entry> mEntries;
-    boost::unordered_flat_map<std::string_view, std::uint32_t> mFirst;  // name to place
-    std::deque<EnvironmentVariable> mRecords;                           // what was handed over
-    std::deque<std::string> mTexts;                                     // what substitution gave
+    boost::unordered_flat_map<std::string_view, std::uint32_t, std::hash<std::string_view>> mFirst;  // places
+    std::deque<EnvironmentVariable> mRecords;  // what was handed over
+    std::deque<std::string> mTexts;            // what substitution gave
 };
 
 /// Lets `merge` work on an indexed list of `target`, and stores the result there. When it throws, the target
