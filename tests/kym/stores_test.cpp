@@ -1,3 +1,5 @@
+#include <boost/algorithm/string/join.hpp>
+#include <boost/algorithm/string/replace.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <gtest/gtest.h>
 
@@ -68,11 +70,11 @@ const std::string fallback = "@kym" + separator + "fb_ugsite";
 
 struct Discovery {
     const char* title;
-    const char* base;  // KYM_BASE_DIR and KYM_UGSITE_DIR; "@" stands for the root, which has a separator at
-    const char* variable;  // its end
-    Texts directories;     // what exists below the root; "departments" and "kym" always do
-    const char* found;     // null: nothing
-    Texts log;
+    const char* base;  // KYM_BASE_DIR and KYM_UGSITE_DIR; "@" stands for the root with a separator
+    const char* variable;
+    const char* directory;  // what exists below the root besides "departments" and "kym"
+    std::string found;      // empty: nothing
+    std::string log;
 };
 
 void PrintTo(const Discovery& discovery, std::ostream* out) {
@@ -82,10 +84,7 @@ void PrintTo(const Discovery& discovery, std::ostream* out) {
 class DepartmentsDiscovery : public testing::TestWithParam<Discovery> {
   protected:
     std::string whole(std::string pattern) const {
-        for (std::size_t at = 0; (at = pattern.find('@', at)) != pattern.npos;) {
-            pattern.replace(at, 1, native(site.root()) + separator);
-        }
-        return pattern;
+        return boost::replace_all_copy(pattern, "@", native(site.root()) + separator);
     }
 
     Support::Site site;
@@ -93,80 +92,44 @@ class DepartmentsDiscovery : public testing::TestWithParam<Discovery> {
 
 TEST_P(DepartmentsDiscovery, TakesTheFirstDirectory) {
     const Discovery& given = GetParam();
-    for (const std::string& directory : given.directories) {
-        site.makeDirectory(directory);
-    }
+    site.makeDirectory(given.directory);
     site.makeFile("file");
     setEnvVariable("KYM_TEST_ROOT", native(site.root()));
     setEnvVariable("KYM_BASE_DIR", whole(given.base));
     setEnvVariable("KYM_UGSITE_DIR", whole(given.variable));
     const SystemInfo& system = SystemInformation();
     site.startLog();
-    if (given.found) {
-        EXPECT_EQ(native(system.localDepartmentsPath()), whole(given.found));
-        setEnvVariable("KYM_UGSITE_DIR", native(site.makeDirectory("later")));
-        EXPECT_EQ(native(system.localDepartmentsPath()), whole(given.found));
-    } else {
-        const std::string error =
-            "Problem determining where local department directory is located.\n"
-            "Usually defined by KYM_UGSITE_DIR environment variable.";
-        EXPECT_EQ(errorOf([&] { system.localDepartmentsPath(); }), error);
-        site.makeDirectory("ugsite");
-        EXPECT_EQ(errorOf([&] { system.localDepartmentsPath(); }), error);
+    for (const char* later : {"unused", "ugsite"}) {
+        if (given.found.empty()) {
+            EXPECT_EQ(errorOf([&] { system.localDepartmentsPath(); }),
+                      "Problem determining where local department directory is located.\n"
+                      "Usually defined by KYM_UGSITE_DIR environment variable.");
+        } else {
+            EXPECT_EQ(native(system.localDepartmentsPath()), whole(given.found));
+        }
+        setEnvVariable("KYM_UGSITE_DIR", native(site.makeDirectory(later)));
     }
-    Texts lines;
-    for (const std::string& line : given.log) {
-        lines.push_back(whole(line));
-    }
-    EXPECT_EQ(site.logLines(), lines);
+    EXPECT_EQ(boost::join(site.logLines(), "\n"), whole(given.log));
 }
+
+const std::string beside = "Checking for ugsite as sibling of @kym\n  does this exist? @ugsite\n";
 
 INSTANTIATE_TEST_SUITE_P(
     SystemStore, DepartmentsDiscovery,
-    testing::Values(Discovery{"variable",
-                              "@kym",
+    testing::Values(Discovery{"variable", "${KYM_TEST_ROOT}/kym", "${KYM_TEST_ROOT}/departments/", "ugsite",
                               "@departments",
-                              {"ugsite"},
-                              "@departments",
-                              {"Checking if variable@departments can is a valid ugsite",
-                               "Using @departments as ugsite"}},
-                    Discovery{"reference",
-                              "${KYM_TEST_ROOT}/kym",
-                              "${KYM_TEST_ROOT}/departments/",
-                              {},
-                              "@departments",
-                              {"Checking if variable${KYM_TEST_ROOT}/departments/ can is a valid ugsite",
-                               "Using @departments as ugsite"}},
-                    Discovery{"variableNamesFile",
-                              "@kym",
-                              "@file",
-                              {"ugsite", "kym/fb_ugsite"},
-                              "@ugsite",
-                              {"Checking if variable@file can is a valid ugsite",
-                               "Checking for ugsite as sibling of @kym", "  does this exist? @ugsite",
-                               "Using @ugsite as ugsite"}},
-                    Discovery{"siblingOfBaseWithSeparators",
-                              "@kym//",
-                              "",
-                              {"ugsite"},
-                              "@ugsite",
-                              {"Checking for ugsite as sibling of @kym", "  does this exist? @ugsite",
-                               "Using @ugsite as ugsite"}},
-                    Discovery{"fallback",
-                              "@kym",
-                              "",
-                              {"kym/fb_ugsite"},
-                              fallback.c_str(),
-                              {"Checking for ugsite as sibling of @kym", "  does this exist? @ugsite",
-                               "Using fallback ugsite: " + fallback}},
-                    Discovery{"nothing",
-                              "@kym",
-                              "@missing",
-                              {},
-                              nullptr,
-                              {"Checking if variable@missing can is a valid ugsite",
-                               "Checking for ugsite as sibling of @kym", "  does this exist? @ugsite",
-                               "Using fallback ugsite: " + fallback}}),
+                              "Checking if variable${KYM_TEST_ROOT}/departments/ can is a valid ugsite\n"
+                              "Using @departments as ugsite"},
+                    Discovery{"variableNamesFile", "@kym", "@file", "ugsite", "@ugsite",
+                              "Checking if variable@file can is a valid ugsite\n" + beside +
+                                  "Using @ugsite as ugsite"},
+                    Discovery{"siblingOfBaseWithSeparators", "@kym//", "", "ugsite", "@ugsite",
+                              beside + "Using @ugsite as ugsite"},
+                    Discovery{"fallback", "@kym", "", "kym/fb_ugsite", fallback,
+                              beside + "Using fallback ugsite: " + fallback},
+                    Discovery{"nothing", "@kym", "@missing", "kym", "",
+                              "Checking if variable@missing can is a valid ugsite\n" + beside +
+                                  "Using fallback ugsite: " + fallback}),
     [](const auto& discovery) { return discovery.param.title; });
 
 TEST_F(SystemStore, NeedsAnInstallation) {
@@ -202,6 +165,18 @@ TEST_F(SystemStore, MakesTheApplicationDataDirectory) {
     system.KymApplicationDataDirectoryName = "other";
     EXPECT_EQ(SystemInfo(system).applicationDataPath(), wanted);
     fs::remove(wanted);
+}
+
+TEST_F(SystemStore, AsksForTheApplicationDataFolderOnce) {
+    setEnvVariable("XDG_CONFIG_HOME", "");
+    setEnvVariable("HOME", "");
+    SystemInfo& system = SystemInformation();
+    system.KymApplicationDataDirectoryName = fs::unique_path("kym-test-%%%%-%%%%-%%%%").string();
+    EXPECT_EQ(errorOf([&] { system.applicationDataPath(); }),
+              Support::onWindows ? "no error" : "ERROR: Problem getting user's application data folder.");
+    setEnvVariable("XDG_CONFIG_HOME", site.root().string());
+    EXPECT_EQ(system.applicationDataPath().empty(), !Support::onWindows);
+    EXPECT_EQ(fs::remove(system.applicationDataPath()), Support::onWindows);
 }
 
 TEST_F(SystemStore, ReadsItsConstantsBeforeAnythingUsesThem) {
@@ -458,8 +433,6 @@ TEST_F(SiteStore, MergesWhatItDerivesBeforeItsLists) {
     SiteSettings& settings = SiteInformation();
     settings.browser.value = settings.unixNxInstallPath.value = "never merged";
     addVariable(settings.unixVariables(), "UNIX", "never merged");
-    addVariable(settings.commonVariables(), "UGII_HTML_BROWSER", "own");
-    settings.commonVariables()->deleteRows({0});
     for (const Case& c : cases) {
         settings.useWindowsRegistry = c.registry;
         settings.winNxInstallPath.value = c.nx;
@@ -492,7 +465,7 @@ TEST_F(SiteStore, AsksTheSystemForTheInstallPathAndTheBrowser) {
         Support::writeLocalMachineText(key, "UGII_BASE_DIR", value);
         std::vector<EnvironmentVariable> variables;
         settings.mergeEnvVariables(variables);
-        EXPECT_TRUE(text(variables).starts_with(Support::hasRegistry ? expected : "UGII_HTML_BROWSER="))
+        EXPECT_TRUE(text(variables).starts_with(Support::onWindows ? expected : "UGII_HTML_BROWSER="))
             << text(variables);
     }
     Support::deleteLocalMachineKey(key.substr(0, key.rfind('\\')));
@@ -500,11 +473,11 @@ TEST_F(SiteStore, AsksTheSystemForTheInstallPathAndTheBrowser) {
     const fs::path browser = site.makeFile("Program Files\\Internet Explorer\\iexplore.exe");
     setEnvVariable("PROGRAMFILES", (site.root() / "Program Files").string());
     EXPECT_TRUE(fs::equivalent(settings.getWebBrowser(), browser)) << settings.getWebBrowser();
-    EXPECT_EQ(settings.getWebBrowser().find(' ') == std::string::npos, Support::hasRegistry);
+    EXPECT_EQ(settings.getWebBrowser().find(' ') == std::string::npos, Support::onWindows);
 }
 
 TEST_F(SiteStore, RegistersEveryEntryOfTheExternalPluginsInNameOrder) {
-    for (const char* name : {"b", "a", "B", "é", "a b"}) {
+    for (const char* name : {"b", "a", "B2", "é", "a b"}) {
         site.makeDirectory(fs::path("external") / name);
     }
     site.makeFile("external/c.txt");
@@ -517,5 +490,5 @@ TEST_F(SiteStore, RegistersEveryEntryOfTheExternalPluginsInNameOrder) {
     for (int row = 0; row < PluginsManagement().numberOfPlugins(); ++row) {
         names.push_back(PluginsManagement().plugin(row, false)->name());
     }
-    EXPECT_EQ(names, (Texts{"internal", "B", "a", "a b", "b", "c.txt", "é"}));
+    EXPECT_EQ(names, (Texts{"internal", "B2", "a", "a b", "b", "c.txt", "é"}));
 }

@@ -4,8 +4,9 @@
 
 namespace Support {
 
-/// Whether this system has a registry, and short paths without blanks.
-extern const bool hasRegistry;
+/// Whether there are a registry, short paths without blanks, and a folder of application data that no
+/// environment variable moves.
+extern const bool onWindows;
 
 /// Writes a text under HKEY_LOCAL_MACHINE, making the key when it is missing; removes the key with all that
 /// it holds. `std::runtime_error` when that fails. Where the system has no registry, nothing happens.

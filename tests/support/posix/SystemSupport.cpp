@@ -2,7 +2,7 @@
 
 namespace Support {
 
-const bool hasRegistry = false;
+const bool onWindows = false;
 
 void writeLocalMachineText(const std::string&, const std::string&, const std::string&) {}
 

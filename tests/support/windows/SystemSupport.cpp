@@ -14,7 +14,7 @@ void check(LSTATUS status, const std::string& key) {
 
 }  // namespace
 
-const bool hasRegistry = true;
+const bool onWindows = true;
 
 void writeLocalMachineText(const std::string& key, const std::string& valueName, const std::string& text) {
     check(::RegSetKeyValueA(HKEY_LOCAL_MACHINE, key.c_str(), valueName.c_str(), REG_SZ, text.c_str(),
