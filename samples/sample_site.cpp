@@ -43,6 +43,12 @@ struct Places {
     fs::path data;
 };
 
+/// The executables that the sample's applications name.
+struct Programs {
+    std::string installed;  // in the CAD system's directory, as a variable names it
+    std::string given;      // as the caller named it
+};
+
 void requireVariable(const char* name, const fs::path& expected) {
     const char* value = std::getenv(name);
     if (!value || fs::path(value).lexically_normal() != expected.lexically_normal()) {
@@ -69,15 +75,16 @@ void writeSystemInfo() {
     system.save();
 }
 
-void writeBaseSettings(const std::string& program) {
+void writeBaseSettings(const Programs& programs) {
     Kym::BaseSettings& base = Kym::BaseInformation();
     appendVariables(*base.commonVariables(), {{"SAMPLE_LAYERS", "${SAMPLE_LAYERS};base"},
                                               {"SAMPLE_PARTS_DIR", "${SAMPLE_DATA_DIR}/parts"},
                                               {"SAMPLE_TRIAL", "on"}});
     appendVariables(*base.winVariables(), {{"PATH", "${KYM_BASE_DIR}/bin;$PATH"}});
-    appendApplications(*base.applications(), {{"nx", "CAD", "NX", program, "-units=mm"},
-                                              {"viewer", "CAD", "Viewer of the installation", program, ""},
-                                              {"licences", "Tools", "Licence manager", program, ""}});
+    appendApplications(*base.applications(),
+                       {{"nx", "CAD", "NX", programs.installed, "-units=mm"},
+                        {"viewer", "CAD", "Viewer of the installation", programs.given, ""},
+                        {"licences", "Tools", "Licence manager", programs.installed, ""}});
     base.save();
 }
 
@@ -129,7 +136,7 @@ void overlay(Kym::ConfigurationSettings& settings, const std::string& configurat
     settings.setOverlay(changed);
 }
 
-void writeCommonDepartment(const fs::path& directory, const std::string& program) {
+void writeCommonDepartment(const fs::path& directory, const Programs& programs) {
     Kym::Configuration department(directory, false);
     department.description = "What all departments share";
     department.type = "Common";
@@ -137,13 +144,13 @@ void writeCommonDepartment(const fs::path& directory, const std::string& program
     Kym::ConfigurationSettings& settings = *department.settings();
     appendVariables(*settings.commonVariables(),
                     {{"SAMPLE_LAYERS", "${SAMPLE_LAYERS};common"}, {"SAMPLE_STANDARD", "ISO 128"}});
-    appendApplications(*settings.applications(),
-                       {{"viewer", "CAD", "Viewer", program, "-read-only"},
-                        {"translator", "Tools", "Translator", program, "-from=step -to=\"part file\""}});
+    appendApplications(*settings.applications(), {{"viewer", "CAD", "Viewer", programs.given, "-read-only"},
+                                                  {"translator", "Tools", "Translator", programs.installed,
+                                                   "-from=step \"part file\""}});
     department.save();
 }
 
-void writeDesignDepartment(const Places& places, const std::string& program, const std::string& here) {
+void writeDesignDepartment(const Places& places, const Programs& programs) {
     Kym::Configuration department(places.departments / "design", false);
     department.description = "Design of gearboxes";
     department.commonDepartment = "common";
@@ -162,11 +169,16 @@ void writeDesignDepartment(const Places& places, const std::string& program, con
         *settings.applications(),
         {{"gearbox",
           "Design",
-          "Gearbox",
-          program,
+          "\xC3\x89tude of a gearbox",
+          programs.installed,
           "-project=${SAMPLE_PROJECT} \"first \xC3\xA9tude of ${SAMPLE_PROJECT}\" -layers=$SAMPLE_LAYERS",
           {{"SAMPLE_LAYERS", "${SAMPLE_LAYERS};gearbox"}, {"SAMPLE_STANDARD", "${SAMPLE_STANDARD} A"}}},
-         {"report", "Tools", "Report of the environment", here, "-all \"of ${SAMPLE_PROJECT}\"", {}}});
+         {"report",
+          "Tools",
+          "Report of the environment",
+          programs.given,
+          "-all \"of ${SAMPLE_PROJECT}\"",
+          {}}});
     disablePlugin(settings, "machining");
     overlay(settings, "Base KYM", "nx", "Design", "NX for gearboxes", false);
     overlay(settings, "Base KYM", "licences", "Tools", "Licence manager", true);
@@ -174,21 +186,22 @@ void writeDesignDepartment(const Places& places, const std::string& program, con
 }
 
 void writeAll(const Places& places, const fs::path& program) {
-    const std::string cadProgram = "${UGII_BASE_DIR}/ugii/" + program.filename().string();
+    const Programs programs{"${UGII_BASE_DIR}/ugii/" + program.filename().string(), nativeText(program)};
     makeDirectories(places);
     fs::copy_file(program, places.cadSystem / "ugii" / program.filename());
     writeVersionFiles(places.installation / "data" / "install" / "versionFiles.tar.gz");
     writeSystemInfo();
-    writeBaseSettings(cadProgram);
+    writeBaseSettings(programs);
     const fs::path internal = places.installation / "plugins";
     writePlugin(internal / "drafting", "Site-wide",
-                {{"drafting", "CAD", "Drafting", cadProgram, "-sheet=A3"}});
-    writePlugin(internal / "machining", "Production", {{"machining", "CAM", "Machining", cadProgram, ""}});
+                {{"drafting", "CAD", "Drafting", programs.installed, "-sheet=A3"}});
+    writePlugin(internal / "machining", "Production",
+                {{"machining", "CAM", "Machining", programs.installed, ""}});
     writePlugin(places.plugins / "materials", "Production",
-                {{"materials", "CAD", "Materials", cadProgram, ""}});
+                {{"materials", "CAD", "Materials", programs.installed, ""}});
     writeSite(places);
-    writeCommonDepartment(places.departments / "common", cadProgram);
-    writeDesignDepartment(places, cadProgram, nativeText(program));
+    writeCommonDepartment(places.departments / "common", programs);
+    writeDesignDepartment(places, programs);
 }
 
 void layOut(const fs::path& directory, const fs::path& program) {
