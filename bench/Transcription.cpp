@@ -50,37 +50,29 @@ bool isValidName(const std::string& name) {
 using Map = std::map<std::string, std::string>;
 
 std::string expand(const std::string& text, const Map& map, std::vector<std::string>& chain) {
+    const boost::regex reference("\\$\\{([^}]*)\\}|\\$([A-Za-z_][A-Za-z0-9_]*)|\\$\\{");
     std::string result;
-    for (std::size_t at = 0; at < text.size();) {
-        std::string name;
-        std::size_t end = at + 1;
-        if (text[at] == '$' && at + 1 < text.size() && text[at + 1] == '{') {
-            end = text.find('}', at);
-            if (end == std::string::npos) {
-                throw std::runtime_error("no closing brace");
-            }
-            name = text.substr(at + 2, end - at - 2);
-            ++end;
-        } else if (text[at] == '$' && end < text.size() && (isLetter(text[end]) || text[end] == '_')) {
-            while (end < text.size() && isNameCharacter(text[end])) {
-                ++end;
-            }
-            name = text.substr(at + 1, end - at - 1);
+    auto copied = text.begin();
+    for (boost::sregex_iterator match(text.begin(), text.end(), reference), end; match != end; ++match) {
+        if (match->str() == "${") {
+            throw std::runtime_error("no closing brace");
         }
+        const std::string name = (*match)[1].matched ? (*match)[1].str() : (*match)[2].str();
         const auto entry = name.empty() ? map.end() : map.find(name);
+        result.append(copied, (*match)[0].first);
+        copied = (*match)[0].second;
         if (entry == map.end()) {
-            result += text.substr(at, end - at);
-        } else {
-            if (std::find(chain.begin(), chain.end(), name) != chain.end()) {
-                throw std::runtime_error("cycle");
-            }
-            chain.push_back(name);
-            result += expand(entry->second, map, chain);
-            chain.pop_back();
+            result += match->str();
+            continue;
         }
-        at = end;
+        if (std::find(chain.begin(), chain.end(), name) != chain.end()) {
+            throw std::runtime_error("cycle");
+        }
+        chain.push_back(name);
+        result += expand(entry->second, map, chain);
+        chain.pop_back();
     }
-    return result;
+    return result.append(copied, text.end());
 }
 
 }  // namespace

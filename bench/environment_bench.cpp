@@ -29,7 +29,7 @@ using BenchSite::Variables;
 
 namespace {
 
-std::vector<std::string> processStrings;
+std::vector<const char*> processStrings;
 
 std::string native(fs::path path) {
     return path.make_preferred().string();
@@ -66,8 +66,21 @@ class Place {
             mInput.layers.push_back(BenchSite::layerVariables(layer, count));
             BenchSite::fill(lists[layer], mInput.layers.back());
         }
+        if (byLibrary() != byTranscription()) {
+            throw std::runtime_error("the library and the transcription disagree");
+        }
+    }
+
+    std::map<std::string, std::string> byLibrary() const {
+        std::map<std::string, std::string> env;
+        mLauncher.buildEnvVarMap(mConfig, &mCommon, mApplication, env);
+        return env;
+    }
+
+    /// Asks the process, the site and the file system for the same things as the library does.
+    std::map<std::string, std::string> byTranscription() {
         const Kym::SystemInfo& system = Kym::SystemInformation();
-        mInput.process = processStrings;
+        mInput.process.assign(processStrings.begin(), processStrings.end());
         mInput.siteDerived = {{"UGII_BASE_DIR", "C:\\nx"}, {"UGII_ROOT_DIR", "C:\\nx\\ugii\\"}};
         mInput.siteAppended = {{system.CadWebBrowserVariable, Kym::SiteInformation().getWebBrowser()},
                                {"UGII_UGDOC_BASE_DIR", "${UGII_BASE_DIR}/ugdoc"}};
@@ -81,18 +94,12 @@ class Place {
                            {"SCRIPTx", system.scriptExtension()},
                            {"UGII_SITE_DIR", "${KYM_COMMONDEPT_DIR}/${UG_VER}"},
                            {"UGII_GROUP_DIR", "${KYM_DEPT_DIR}/${UG_VER}"}};
-        if (byLibrary() != byTranscription()) {
-            throw std::runtime_error("the library and the transcription disagree");
+        for (const fs::path& directory :
+             {mConfig.versionPath(), mConfig.commonConfigVersionPath(), system.installPath()}) {
+            if (fs::exists(directory / "symbol" / "symbol_library.txt")) {
+                throw std::runtime_error("the place has a symbol library");
+            }
         }
-    }
-
-    std::map<std::string, std::string> byLibrary() const {
-        std::map<std::string, std::string> env;
-        mLauncher.buildEnvVarMap(mConfig, &mCommon, mApplication, env);
-        return env;
-    }
-
-    std::map<std::string, std::string> byTranscription() const {
         return Transcription::buildEnvironment(mInput);
     }
 
@@ -120,7 +127,7 @@ class Place {
 
 int main(int argc, char** argv, char** envp) {
     for (; *envp; ++envp) {
-        processStrings.emplace_back(*envp);
+        processStrings.push_back(*envp);
     }
     try {
         Place place;

@@ -278,7 +278,7 @@ void Launcher::fillMap(const VariableList& vars, EnvironmentMap& env) const {
     std::vector<const VariableList::Entry*> order;
     order.reserve(vars.entries().size());
     for (const VariableList::Entry& variable : vars.entries()) {
-        if (isValidVariableName(variable.name)) {
+        if (variable.plainName ? isLetter(variable.name.front()) : isValidVariableName(variable.name)) {
             order.push_back(&variable);
         }
     }
