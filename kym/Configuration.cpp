@@ -119,12 +119,19 @@ void Configuration::save() {
 
 void Configuration::loadProperties() {
     const boost::filesystem::path file = mPath / kPropertyFile;
-    boost::system::error_code ignored;
-    if (!boost::filesystem::is_regular_file(file, ignored) || !Base::FileManager::isReadable(file)) {
+    const auto refuse = [this] {
         throw InvalidConfiguration("Directory " + Base::FileManager::native(mPath) +
                                    " is not valid department.");
+    };
+    boost::system::error_code ignored;
+    if (!Base::FileManager::exists(file) || boost::filesystem::is_directory(file, ignored) ||
+        !Base::FileManager::isReadable(file)) {
+        refuse();
     }
     const Base::PropertyList list(file);
+    if (!list.list()) {
+        refuse();  // it was removed since
+    }
     if (Base::log::LoggerStream line{verboseLogger()}) {
         line << "  Loading configuration's properties" << std::endl;
     }
