@@ -44,10 +44,13 @@ void Task::launch() {
     const auto fail = [&](const std::string& reason) {
         throw TaskError("Program " + FileManager::native(mProgram) + " could not be started: " + reason);
     };
+    boost::system::error_code error;
     Platform::ProcessStart start;
     start.program = Platform::fullPath(mProgram);
+    if (boost::filesystem::is_directory(start.program, error)) {
+        fail("it is a directory");
+    }
     if (!mDirectory.empty()) {
-        boost::system::error_code error;
         start.directory = Platform::fullPath(mDirectory);
         const auto type = boost::filesystem::status(start.directory, error).type();
         if (type == boost::filesystem::file_not_found) {
@@ -59,7 +62,6 @@ void Task::launch() {
     }
     const std::string program = start.program.string();
     if (CommandLine::isBatchFile(program)) {
-        boost::system::error_code error;
         if (!boost::filesystem::is_regular_file(start.program, error)) {
             fail("there is no such batch file");
         }

@@ -22,7 +22,9 @@ class TaskError : public BaseException {
 ///
 /// The child inherits no handle. Each argument arrives byte for byte (texts are UTF-8): a program receives
 /// them by the rules of `CommandLineToArgvW`, a batch file (.bat, .cmd) through `cmd.exe` with quoting that
-/// keeps every character from being interpreted; an argument that cannot be passed safely is refused.
+/// keeps every character from being interpreted; an argument that cannot be passed safely is refused. The
+/// program is the file of that path and searched nowhere else. Offered on Windows only: elsewhere every start
+/// is a `TaskError`.
 class Task {
   public:
     Task();
@@ -35,10 +37,12 @@ class Task {
     void setArguments(const std::vector<std::string>& arguments);
     void setCurrentDirectoryPath(const boost::filesystem::path& directory);
 
-    /// The complete environment of the child, in place of the inherited one.
+    /// The complete environment of the child, in place of the inherited one. An entry without a name is left
+    /// out.
     void setEnvironment(const std::map<std::string, std::string>& environment);
 
-    /// Starts the program and returns; `TaskError` when it cannot be started.
+    /// Starts the program and returns; `TaskError` when it cannot be started or the working directory is
+    /// none.
     void launch();
 
   private:

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "gtest/gtest.h"
-#include "tests/support/SystemSupport.h"
 
 namespace {
 
@@ -126,8 +125,10 @@ TEST(ProcessEnvironment, TakesAndGivesValues) {
     setEnvVariable("KYM_TEST_OUTER", "<${" + name + "}>");
     std::string text = "$KYM_TEST_OUTER ${KYM_TEST_NOT} ${=C:} ${KYM_TEST_\xFF}";
     EXPECT_EQ(expandEnvVariables(text), "<" + value + "> ${KYM_TEST_NOT} ${=C:} ${KYM_TEST_\xFF}");
+#if defined(_WIN32)
     text = "$kym_test_outer";
-    EXPECT_EQ(expandEnvVariables(text), Support::hasRegistry ? "<" + value + ">" : "$kym_test_outer");
+    EXPECT_EQ(expandEnvVariables(text), "<" + value + ">");
+#endif
 
     setEnvVariable(name, "");
     EXPECT_EQ(getEnvVariable(name), "");

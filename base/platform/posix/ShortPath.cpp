@@ -5,6 +5,9 @@
 namespace Base::Platform {
 
 std::string shortPath(const std::string& longPath) {
+    if (longPath.find('\0') != std::string::npos) {
+        return {};
+    }
     boost::system::error_code error;
     return boost::filesystem::exists(longPath, error) ? longPath : std::string();
 }

@@ -1,0 +1,113 @@
+#include <string>
+#include <vector>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "base/Environment.h"
+#include "base/FileManager.h"
+#include "base/platform/Registry.h"
+#include "base/platform/ShortPath.h"
+#include "base/platform/UserFolders.h"
+
+#include "gtest/gtest.h"
+#include "tests/support/ScratchSupport.h"
+
+#if defined(_WIN32)
+#include <windows.h>
+#endif
+
+namespace {
+
+namespace fs = boost::filesystem;
+using namespace std::string_literals;
+
+TEST(ShortPath, NamesTheSameFile) {
+    const Support::Scratch scratch;
+    const fs::path file = scratch / "a long name with blanks \xC3\xA4.txt";
+    Base::FileManager::replaceFile(file, "x");
+    const std::string result = Base::Platform::shortPath(file.string());
+    ASSERT_NE(result, "");
+    EXPECT_TRUE(fs::equivalent(result, file)) << result;
+#if defined(_WIN32)
+    EXPECT_LE(fs::path(result).filename().native().size(), 12U) << result;
+#endif
+    EXPECT_EQ(Base::Platform::shortPath((scratch / "missing").string()), "");
+    EXPECT_EQ(Base::Platform::shortPath(file.string() + "\0x"s), "");
+    EXPECT_EQ(Base::Platform::shortPath(file.string() + "\xFF"), "");
+    EXPECT_EQ(Base::Platform::shortPath(""), "");
+}
+
+#if defined(_WIN32)
+
+TEST(UserFolders, ApplicationDataIsADirectory) {
+    const auto folder = Base::Platform::applicationDataFolder();
+    ASSERT_TRUE(folder);
+    EXPECT_TRUE(fs::is_directory(*folder)) << *folder;
+}
+
+TEST(Registry, ReadsTextsWithinTheLimit) {
+    struct Case {
+        DWORD type;
+        std::wstring data;  // as it is stored, with its terminating NUL if any
+        std::string expected;
+    };
+    const auto text = [](std::size_t count, wchar_t letter = L'x') {
+        return std::wstring(count, letter) + L'\0';
+    };
+    std::string euros;
+    for (int i = 0; i < 86; ++i) {
+        euros += "\xE2\x82\xAC";
+    }
+    const std::vector<Case> cases = {
+        {REG_SZ, L"D:\\nx\\\0"s, "D:\\nx\\"},
+        {REG_EXPAND_SZ, L"%ProgramFiles%\\nx\0"s, "%ProgramFiles%\\nx"},
+        {REG_SZ, L"unterminated"s, "unterminated"},
+        {REG_SZ, L"first\0second\0"s, "first"},
+        {REG_SZ, L"\u00E4\u20AC\0"s, "\xC3\xA4\xE2\x82\xAC"},
+        {REG_SZ, L""s, ""},
+        {REG_SZ, text(259), std::string(259, 'x')},
+        {REG_SZ, text(260), ""},
+        {REG_SZ, std::wstring(259, L'x'), std::string(259, 'x')},
+        {REG_SZ, std::wstring(260, L'x'), ""},
+        {REG_SZ, text(86, L'\u20AC'), euros},
+        {REG_SZ, text(87, L'\u20AC'), ""},
+        {REG_SZ, text(5000), ""},
+        {REG_BINARY, L"binary\0"s, ""},
+        {REG_MULTI_SZ, L"multi\0\0"s, ""},
+    };
+    const std::wstring key = L"SOFTWARE\\KymTest \u00E4 " + std::to_wstring(::GetCurrentProcessId());
+    const std::string narrowKey = "SOFTWARE\\KymTest \xC3\xA4 " + std::to_string(::GetCurrentProcessId());
+    EXPECT_EQ(Base::Platform::localMachineText(narrowKey, "Value"), "");
+    for (const Case& one : cases) {
+        ASSERT_EQ(::RegSetKeyValueW(HKEY_LOCAL_MACHINE, key.c_str(), L"Value \u00E4", one.type,
+                                    one.data.data(), static_cast<DWORD>(one.data.size() * sizeof(wchar_t))),
+                  ERROR_SUCCESS);
+        EXPECT_EQ(Base::Platform::localMachineText(narrowKey, "Value \xC3\xA4"), one.expected)
+            << one.type << " of " << one.data.size();
+    }
+    EXPECT_EQ(Base::Platform::localMachineText(narrowKey, "Missing"), "");
+    EXPECT_EQ(Base::Platform::localMachineText(narrowKey + "\xFF", "Value"), "");
+    EXPECT_EQ(::RegDeleteTreeW(HKEY_LOCAL_MACHINE, key.c_str()), ERROR_SUCCESS);
+}
+
+#else
+
+TEST(UserFolders, FollowTheEnvironment) {
+    const Support::Scratch scratch;
+    const auto folder = [](const std::string& configured, const std::string& home) {
+        Base::Environment::setEnvVariable("XDG_CONFIG_HOME", configured);
+        Base::Environment::setEnvVariable("HOME", home);
+        return Base::Platform::applicationDataFolder();
+    };
+    EXPECT_EQ(folder("", ""), std::nullopt);
+    EXPECT_EQ(folder("relative", ""), std::nullopt);
+    EXPECT_EQ(folder("", (scratch / "home").string()), scratch / "home" / ".config");
+    EXPECT_TRUE(fs::is_directory(scratch / "home" / ".config"));
+    EXPECT_EQ(folder((scratch / "config").string(), (scratch / "home").string()), scratch / "config");
+    const fs::path file = scratch.write("file", "");
+    EXPECT_EQ(folder("", file.string()), std::nullopt);
+}
+
+#endif
+
+}  // namespace

@@ -1,0 +1,234 @@
+#include "base/Task.h"
+
+#include <string>
+#include <vector>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "base/FileManager.h"
+
+#include "gtest/gtest.h"
+#include "tests/support/ScratchSupport.h"
+
+#if defined(_WIN32)
+#include <chrono>
+#include <random>
+#include <thread>
+
+#include "base/CommandLine.h"
+#include "base/platform/Process.h"
+
+#include "tests/support/ChildSupport.h"
+#endif
+
+namespace {
+
+namespace fs = boost::filesystem;
+using Strings = std::vector<std::string>;
+
+std::string failureOf(Base::Task& task) {
+    try {
+        task.launch();
+    } catch (const Base::TaskError& error) {
+        return error.what();
+    }
+    return "no failure";
+}
+
+std::string failureOf(const fs::path& program, const fs::path& directory = {}) {
+    Base::Task task;
+    task.setLaunchPath(program);
+    task.setCurrentDirectoryPath(directory);
+    return failureOf(task);
+}
+
+std::string failedStart(const fs::path& program) {
+    return "Program " + Base::FileManager::native(program) + " could not be started: ";
+}
+
+TEST(Task, SaysWhyItCannotStart) {
+    const Support::Scratch scratch;
+    const fs::path file = scratch.write("text.txt", "no program");
+    const std::string directory = "the working directory ";
+    Base::Task unset;
+    EXPECT_NE(failureOf(unset).find("No program"), std::string::npos);
+    EXPECT_EQ(
+        failureOf(file, scratch / "gone"),
+        failedStart(file) + directory + Base::FileManager::native(scratch / "gone") + " does not exist");
+    EXPECT_EQ(failureOf(file, file),
+              failedStart(file) + directory + Base::FileManager::native(file) + " is not a directory");
+    EXPECT_EQ(failureOf(file.parent_path()), failedStart(file.parent_path()) + "it is a directory");
+    EXPECT_EQ(failureOf(scratch / "gone.bat"),
+              failedStart(scratch / "gone.bat") + "there is no such batch file");
+}
+
+#if !defined(_WIN32)
+
+TEST(Task, IsOfferedOnWindowsOnly) {
+    EXPECT_EQ(failureOf("/bin/true"),
+              failedStart("/bin/true") + "starting programs is offered on Windows only");
+}
+
+#else
+
+class StartTest : public testing::Test {
+  protected:
+    const Support::Scratch scratch;
+    const fs::path report = scratch / "report";
+    std::map<std::string, std::string> environment = {{"KYM_TEST_REPORT", report.string()},
+                                                      {"KYM_TEST_CHILD", Support::childProgram().string()},
+                                                      {"KYM_TEST_VALUE", "\"&echo x>marker&\""},
+                                                      {"SystemRoot", "C:\\windows"}};
+
+    void start(const fs::path& program, const Strings& arguments, const fs::path& directory = {}) {
+        Base::Task task;
+        task.setLaunchPath(program);
+        task.setArguments(arguments);
+        task.setCurrentDirectoryPath(directory);
+        task.setEnvironment(environment);
+        task.launch();
+    }
+
+    fs::path batchFile(const std::string& name) {
+        return scratch.write(name, "@\"%KYM_TEST_CHILD%\" %*\r\n");
+    }
+};
+
+// What cmd.exe would take apart, expand or redirect.
+const Strings hostile = {"",
+                         "a b",
+                         "a\tb",
+                         "\"",
+                         "\"x y\"",
+                         "a\"b c",
+                         "a\\",
+                         "a b\\",
+                         "\\\"",
+                         "a\\\\\"b\\",
+                         "&echo x>marker",
+                         "a&echo x>marker",
+                         "\"&echo x>marker&\"",
+                         "\"\"&echo x>marker",
+                         "|echo x>marker",
+                         "^",
+                         "^\"&echo x>marker",
+                         "<in",
+                         ">marker",
+                         "(a)",
+                         "!PATH!",
+                         "a=b,c;d",
+                         "/?",
+                         "*",
+                         "'a'`b`",
+                         "\xC3\xA4 \xE2\x82\xAC \xF0\x9F\x98\x80"};
+const Strings percent = {"%",
+                         "100%",
+                         "%PATH%",
+                         "a%KYM_TEST_VALUE%b",
+                         "%KYM_TEST_VALUE:~1%",
+                         "%%KYM_TEST_VALUE%%",
+                         "\"%KYM_TEST_VALUE%\"",
+                         "%1 %*",
+                         "%cd%",
+                         "%=C:%",
+                         "^%PATH^%"};
+
+TEST_F(StartTest, EveryArgumentArrivesByteForByte) {
+    std::mt19937 random(11);
+    const Strings pieces = {"a",  " ", "\t", "\"", "\\", "\\\"", "%", "&", "\xC3\xA4", "\xF0\x9F\x98\x80",
+                            "\n", "^", "*"};
+    const auto below = [&](std::size_t end) { return static_cast<std::size_t>(random() % end); };
+    for (int round = 0; round < 30; ++round) {
+        Strings arguments(20);
+        for (std::string& argument : arguments) {
+            for (std::size_t i = below(8); i > 0; --i) {
+                argument += pieces[below(pieces.size())];
+            }
+        }
+        start(Support::childProgram(), arguments);
+        const Support::ChildReport got = Support::awaitReport(report);
+        EXPECT_EQ(got.arguments, arguments);
+        EXPECT_EQ(got.words, arguments);
+    }
+}
+
+TEST_F(StartTest, EnvironmentAndDirectoryArriveExactly) {
+    environment["LONG"] = std::string(32000, 'v') + "\xE2\x82\xAC";
+    environment["\xC3\x84ther"] = "\xC3\xA4\\;=%x%";
+    environment["a"] = environment["EMPTY"] = "";
+    const fs::path directory = scratch / "working directory \xE2\x82\xAC";
+    const fs::path program = directory / "a program \xC3\xA4.exe";
+    fs::create_directory(directory);
+    fs::copy_file(Support::childProgram(), program);
+    start(program, {}, directory);
+    const Support::ChildReport got = Support::awaitReport(report);
+    Strings variables;
+    for (const std::string& variable : got.environment) {
+        if (variable.rfind("WINE", 0) != 0 && variable.rfind("System", 0) != 0) {  // what Wine adds
+            variables.push_back(variable);
+        }
+    }
+    EXPECT_EQ(
+        variables,
+        (Strings{"a=", "EMPTY=", "KYM_TEST_CHILD=" + environment["KYM_TEST_CHILD"],
+                 "KYM_TEST_REPORT=" + report.string(), "KYM_TEST_VALUE=" + environment["KYM_TEST_VALUE"],
+                 "LONG=" + environment["LONG"], "\xC3\x84ther=" + environment["\xC3\x84ther"]}));
+    EXPECT_TRUE(fs::equivalent(got.directory, directory)) << got.directory;
+}
+
+TEST_F(StartTest, BatchFilesGetTheirArgumentsAndNothingElseRuns) {
+    const fs::path folder = scratch / "b&c (100%) \xC3\xA4";
+    fs::create_directory(folder);
+    const fs::path plain = batchFile("x.bat");
+    const fs::path odd = folder / "y ^.CMD";
+    fs::copy_file(plain, odd);
+    Strings all = hostile;
+    all.push_back("END");
+    for (const fs::path& script :
+         {plain, odd, fs::path(plain.string() + "."), fs::path(plain.string() + " ")}) {
+        start(script, all, fs::absolute(plain).parent_path());
+        EXPECT_EQ(Support::awaitReport(report).arguments, all) << script;
+    }
+    for (const std::string& argument : hostile) {
+        start(plain, {argument, "END"}, fs::absolute(plain).parent_path());
+        EXPECT_EQ(Support::awaitReport(report).arguments, (Strings{argument, "END"}));
+    }
+    EXPECT_FALSE(fs::exists(scratch / "marker"));
+
+    Base::Task task;
+    task.setLaunchPath(plain.string() + "::$DATA");
+    EXPECT_NE(failureOf(task), "no failure");
+    task.setLaunchPath(plain);
+    task.setArguments({"a\nb"});
+    EXPECT_NE(failureOf(task).find("line break"), std::string::npos);
+}
+
+// Some emulations of cmd.exe expand what a batch file gets a second time, so the program stands in its place.
+TEST_F(StartTest, TheInterpreterExpandsNothing) {
+    Strings all = hostile;
+    all.insert(all.end(), percent.begin(), percent.end());
+    Base::Platform::ProcessStart command;
+    command.program = Base::Platform::batchInterpreter();
+    command.directory = fs::absolute(report).parent_path();
+    command.environment = Base::CommandLine::environmentBlock(environment);
+    command.commandLine = Base::CommandLine::batchCommandLine(command.program.string(), "C:\\x.bat", all);
+    const std::size_t script = command.commandLine.find("C:\\x.bat");
+    command.commandLine.replace(script, 8, Support::childProgram().string());
+    ASSERT_EQ(Base::Platform::startProcess(command), std::nullopt);
+    EXPECT_EQ(Support::awaitReport(report).arguments, all);
+    EXPECT_FALSE(fs::exists(scratch / "marker"));
+}
+
+TEST_F(StartTest, GivesTheReasonOfTheSystem) {
+    const fs::path text = scratch.write("text.exe", "no program");
+    for (const auto& [program, number] : std::vector<std::pair<fs::path, std::string> >{
+             {scratch / "gone.exe", "(error 2)"}, {text, "(error 193)"}}) {
+        const std::string message = failureOf(program);
+        EXPECT_EQ(message.find(failedStart(program)), 0U) << message;
+        EXPECT_NE(message.find(number), std::string::npos) << message;
+    }
+}
+
+#endif
+
+}  // namespace
