@@ -116,6 +116,11 @@ class Expander {
             append(reference);
             return;
         }
+        if (value->find('$') == std::string_view::npos) {
+            checkSize(value->size(), name);
+            mResult.append(*value);
+            return;
+        }
         const auto entry = mVariables.emplace(name, Span{mResult.size(), open}).first;
         mFrames.push_back({&*entry, *value, 0});
     }

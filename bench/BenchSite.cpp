@@ -10,8 +10,9 @@ Variables layerVariables(std::size_t layer, std::size_t count) {
     for (std::size_t number = 0; number < count; ++number) {
         const bool extends = number % 5 == 0;
         const bool isPathList = number % 10 == 0;
-        std::string name = extends ? "SHARED_" : "LAYER" + std::to_string(layer) + "_";
-        name += "UGII_SETTING_" + std::to_string(number) + (isPathList ? "_PATH" : "");
+        const char group = extends ? 'S' : static_cast<char>('A' + layer);  // S: every layer extends these
+        const std::string name =
+            std::string("UGII_") + group + "_" + std::to_string(number) + (isPathList ? "_PATH" : "");
         const std::string own =
             "C:/Siteware/layer" + std::to_string(layer) + "/part" + std::to_string(number);
         std::string value = own;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <string_view>
 
 namespace Kym {
@@ -10,11 +11,24 @@ namespace Kym {
 constexpr bool isLetter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
-constexpr bool isDigit(char c) {
-    return c >= '0' && c <= '9';
+constexpr bool isSpace(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
 }
+constexpr char toUpper(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+
+/// Letters, digits and "_".
+inline constexpr std::array<bool, 256> wordCharacters = [] {
+    std::array<bool, 256> table{};
+    for (unsigned c = 0; c < 128; ++c) {
+        const char character = static_cast<char>(c);
+        table[c] = isLetter(character) || (character >= '0' && character <= '9') || character == '_';
+    }
+    return table;
+}();
 constexpr bool isWordCharacter(char c) {
-    return isLetter(c) || isDigit(c) || c == '_';
+    return wordCharacters[static_cast<unsigned char>(c)];
 }
 constexpr bool areWordCharacters(std::string_view text) {
     for (const char c : text) {
@@ -23,12 +37,6 @@ constexpr bool areWordCharacters(std::string_view text) {
         }
     }
     return true;
-}
-constexpr bool isSpace(char c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
-constexpr char toUpper(char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
 }
 
 }  // namespace Kym

@@ -2,10 +2,8 @@
 
 #include <algorithm>
 
-#include <boost/algorithm/string/replace.hpp>
 #include <boost/unordered/unordered_flat_set.hpp>
 
-#include "base/FileManager.h"
 #include "kym/CharacterClass.h"
 #include "kym/Loggers.h"
 
@@ -96,17 +94,18 @@ std::string cleanPathList(const std::string& value) {
         if (piece.empty() || !seen.insert(piece).second) {
             continue;
         }
-        std::string kept(piece);
-        if (piece.find("//") != std::string_view::npos) {
-            boost::replace_all(kept, "//", "/");
-        }
-        if (LoggerStream line{verboseLogger()}) {
-            line << "  " << kept << std::endl;
-        }
         if (!result.empty()) {
             result.push_back(';');
         }
-        result += Base::FileManager::nativeText(kept);
+        const std::size_t start = result.size();
+        for (std::size_t at = 0; at < piece.size(); ++at) {
+            result.push_back(piece[at]);
+            at += piece.substr(at).starts_with("//") ? 1U : 0U;
+        }
+        if (LoggerStream line{verboseLogger()}) {
+            line << "  " << result.substr(start) << std::endl;
+        }
+        std::replace(result.begin() + static_cast<std::ptrdiff_t>(start), result.end(), '/', '\\');
     }
     return result;
 }

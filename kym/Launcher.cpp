@@ -1,6 +1,7 @@
 #include "kym/Launcher.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <exception>
 #include <stdexcept>
 #include <utility>
@@ -37,6 +38,33 @@ void logInfo(const char* text) {
         line << text << std::endl;
     }
 }
+
+/// An entry to be put in the order of the names. The beginning of the name, as a number, decides most
+/// comparisons.
+struct NamedEntry {
+    explicit NamedEntry(const VariableList::Entry& variable) : entry(&variable) {
+        const std::string_view name = variable.name;
+        for (std::size_t i = 0; i < 16; ++i) {
+            std::uint64_t& word = i < 8 ? head : tail;
+            word = word << 8U | (i < name.size() ? static_cast<unsigned char>(name[i]) : 0U);
+        }
+    }
+
+    bool operator<(const NamedEntry& other) const {
+        if (head != other.head) {
+            return head < other.head;
+        }
+        if (tail != other.tail) {
+            return tail < other.tail;
+        }
+        const int difference = entry->name.compare(other.entry->name);
+        return difference != 0 ? difference < 0 : entry < other.entry;
+    }
+
+    std::uint64_t head = 0;
+    std::uint64_t tail = 0;
+    const VariableList::Entry* entry;
+};
 
 }  // namespace
 
@@ -275,22 +303,20 @@ void Launcher::fillMap(const VariableList& vars, EnvironmentMap& env) const {
     }
     // In the order of the names, each is put at the end of the map without a search; of several variables of
     // one name, the last one in the list counts.
-    std::vector<const VariableList::Entry*> order;
+    std::vector<NamedEntry> order;
     order.reserve(vars.entries().size());
     for (const VariableList::Entry& variable : vars.entries()) {
         if (variable.plainName ? isLetter(variable.name.front()) : isValidVariableName(variable.name)) {
-            order.push_back(&variable);
+            order.emplace_back(variable);
         }
     }
-    std::sort(order.begin(), order.end(), [](const auto* left, const auto* right) {
-        const int difference = left->name.compare(right->name);
-        return difference != 0 ? difference < 0 : left < right;
-    });
-    for (const VariableList::Entry* variable : order) {
-        if (variable->value.empty()) {
-            env.erase(std::string(variable->name));
+    std::sort(order.begin(), order.end());
+    for (const NamedEntry& named : order) {
+        const VariableList::Entry& variable = *named.entry;
+        if (variable.value.empty()) {
+            env.erase(std::string(variable.name));
         } else {
-            env.insert_or_assign(env.end(), std::string(variable->name), std::string(variable->value));
+            env.insert_or_assign(env.end(), std::string(variable.name), std::string(variable.value));
         }
     }
 }

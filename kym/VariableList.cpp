@@ -43,12 +43,17 @@ bool isPlainReplacement(std::string_view text) {
     return true;
 }
 
+/// The new value of a layered merge, by its definition: every $NAME and ${NAME} in the value is replaced by
+/// the current value. The name is part of a regular expression, and the current value, with its backslashes
+/// doubled, is the replacement text of the substitution, in which "$1", "$&" and "$$" have their usual
+/// meaning.
 std::string substituteByExpression(const std::string& name, const std::string& value,
                                    std::string_view current) {
     const boost::regex ownName("\\$" + name + "|\\$\\{" + name + "\\}");
     return boost::regex_replace(value, ownName, boost::replace_all_copy(std::string(current), "\\", "\\\\"));
 }
 
+/// The same where name and current value mean themselves, without the cost of an expression.
 std::string substituteLiterally(std::string_view name, std::string_view text, std::string_view current) {
     std::string result;
     result.reserve(text.size() + current.size());
@@ -74,20 +79,6 @@ std::string substituteLiterally(std::string_view name, std::string_view text, st
 }
 
 }  // namespace
-
-std::string substituteOwnName(const std::string& name, const std::string& value, std::string_view current) {
-    // A name of word characters means itself in the expression, so that in most cases the outcome is known
-    // without compiling an expression for every variable.
-    if (isPlainName(name)) {
-        if (value.find('$') == std::string::npos) {
-            return value;
-        }
-        if (isPlainReplacement(current)) {
-            return substituteLiterally(name, value, current);
-        }
-    }
-    return substituteByExpression(name, value, current);
-}
 
 VariableList::VariableList(const std::vector<EnvironmentVariable>& start) {
     mEntries.reserve(2 * start.size());
@@ -155,8 +146,12 @@ void VariableList::mergeLayered(const EnvironmentVariable& variable) {
             << std::endl;
     }
     std::string_view value = variable.value;
-    if (!entry.plainName || value.find('$') != std::string_view::npos) {
-        value = mTexts.emplace_back(substituteOwnName(variable.name, variable.value, entry.value));
+    if (!entry.plainName) {
+        value = mTexts.emplace_back(substituteByExpression(variable.name, variable.value, entry.value));
+    } else if (value.find('$') != std::string_view::npos) {
+        value = mTexts.emplace_back(isPlainReplacement(entry.value)
+                                        ? substituteLiterally(variable.name, value, entry.value)
+                                        : substituteByExpression(variable.name, variable.value, entry.value));
     }
     if (verbose) {
         LoggerStream(verboseLogger()) << "    value = " << value << std::endl;

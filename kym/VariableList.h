@@ -76,10 +76,4 @@ void mergeIndexed(std::vector<EnvironmentVariable>& target, const Merge& merge) 
     list.storeInto(target);
 }
 
-/// The new value of a layered merge: `value` with every $NAME and ${NAME} of its own name replaced by
-/// `current`. The name is part of a regular expression and `current`, with its backslashes doubled, is the
-/// replacement text of a regular-expression substitution, in which "$1", "$&" and "$$" have their usual
-/// meaning.
-std::string substituteOwnName(const std::string& name, const std::string& value, std::string_view current);
-
 }  // namespace Kym
