@@ -10,6 +10,7 @@
 #include "tests/support/SiteSupport.h"
 
 using namespace Kym;
+using namespace std::string_literals;
 using Texts = std::vector<std::string>;
 
 namespace {
@@ -206,7 +207,7 @@ TEST(Applications, AreFoundByConfigurationAndIdentifier) {
 
 namespace {
 
-const std::string hostile("a\0<&>\"' \r\n\t\xff\xc3(${X}\\", 22);
+const std::string hostile = "a\0<&>\"' \r\n\t\xff\xc3(${X}\\"s;
 
 // Through a file, by the coder of the type, into an object that is already there.
 template <typename Object>
