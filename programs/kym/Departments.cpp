@@ -98,6 +98,7 @@ Kym::ConfigApplication Departments::findApplication(Kym::Configuration& departme
     }
     if (found == applications.rend()) {
         std::vector<std::string> names;
+        names.reserve(applications.size());
         for (const Kym::ConfigApplication& application : applications) {
             names.push_back(application.applicationId);
         }

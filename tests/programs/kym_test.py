@@ -5,6 +5,7 @@ SUFFIX is that of an executable; EMULATOR runs a Windows program where the syste
 """
 import os
 import pathlib
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -61,6 +62,9 @@ class KymTest(unittest.TestCase):
         made = cls.run_program("kym-sample-site", as_seen_by_programs(cls.site), cls.program)
         if made.returncode != 0:
             raise RuntimeError(made.stderr)
+        unprepared = cls.site / "ugsite" / "archive"
+        unprepared.mkdir()
+        shutil.copy(cls.site / "ugsite" / "design" / ".dirinfo.plist", unprepared)
 
     @classmethod
     def run_program(cls, name, *arguments):
@@ -120,6 +124,7 @@ class KymTest(unittest.TestCase):
     def test_says_what_is_wrong(self):
         for arguments, status, message in (
                 (["applications", "sales"], 1, 'no department "sales". There are: common, design.'),
+                (["applications", "archive"], 1, '"archive" is not prepared for the release "nx4".'),
                 (["show", "design", "licences"], 1, 'no application "licences". There are: drafting, gearbox,'),
                 (["show", "design", "design:nx"], 1, 'no application "design:nx"'),
                 (["launch", "design", "report", "--work-directory", "parts"], 1,
