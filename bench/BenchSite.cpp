@@ -11,8 +11,8 @@ Variables layerVariables(std::size_t layer, std::size_t count) {
         const bool extends = number % 5 == 0;
         const bool isPathList = number % 10 == 0;
         const char group = extends ? 'S' : static_cast<char>('A' + layer);  // S: every layer extends these
-        const std::string name =
-            std::string("UGII_") + group + "_" + std::to_string(number) + (isPathList ? "_PATH" : "");
+        const std::string name = std::string("UGII_") + group + "_SETTING_" + std::to_string(10000 + number) +
+                                 (isPathList ? "_PATH" : "");
         const std::string own =
             "C:/Siteware/layer" + std::to_string(layer) + "/part" + std::to_string(number);
         std::string value = own;

@@ -39,32 +39,56 @@ void logInfo(const char* text) {
     }
 }
 
-/// An entry to be put in the order of the names. The beginning of the name, as a number, decides most
-/// comparisons.
+/// An entry to be put in the order of the names, with the part of the name that is being compared.
 struct NamedEntry {
-    explicit NamedEntry(const VariableList::Entry& variable) : entry(&variable) {
-        const std::string_view name = variable.name;
-        for (std::size_t i = 0; i < 16; ++i) {
-            std::uint64_t& word = i < 8 ? head : tail;
-            word = word << 8U | (i < name.size() ? static_cast<unsigned char>(name[i]) : 0U);
-        }
-    }
-
-    bool operator<(const NamedEntry& other) const {
-        if (head != other.head) {
-            return head < other.head;
-        }
-        if (tail != other.tail) {
-            return tail < other.tail;
-        }
-        const int difference = entry->name.compare(other.entry->name);
-        return difference != 0 ? difference < 0 : entry < other.entry;
-    }
-
-    std::uint64_t head = 0;
-    std::uint64_t tail = 0;
+    std::uint64_t part;
     const VariableList::Entry* entry;
 };
+constexpr std::size_t partSize = sizeof(NamedEntry::part);
+
+/// The bytes from `start` on, as a number in whose order they stand; behind the end of the name, zeros.
+std::uint64_t partOf(std::string_view name, std::size_t start) {
+    std::uint64_t part = 0;
+    for (std::size_t i = start; i < start + partSize; ++i) {
+        part = part << 8U | (i < name.size() ? static_cast<unsigned char>(name[i]) : 0U);
+    }
+    return part;
+}
+
+/// Puts entries whose names agree up to `start` in the order of the names, and those of one name in the order
+/// of the list. Names of variables begin alike, so that comparing them part by part costs less than comparing
+/// them whole.
+void sortByName(std::vector<NamedEntry>::iterator first, std::vector<NamedEntry>::iterator last,
+                std::size_t start) {
+    constexpr std::size_t usualLength = 64;
+    if (start >= usualLength) {
+        std::sort(first, last, [](const NamedEntry& left, const NamedEntry& right) {
+            const int difference = left.entry->name.compare(right.entry->name);
+            return difference != 0 ? difference < 0 : left.entry < right.entry;
+        });
+        return;
+    }
+    bool namesGoOn = false;
+    bool partsDiffer = false;
+    for (auto named = first; named != last; ++named) {
+        named->part = partOf(named->entry->name, start);
+        namesGoOn = namesGoOn || named->entry->name.size() > start;
+        partsDiffer = partsDiffer || named->part != first->part;
+    }
+    if (partsDiffer || !namesGoOn) {
+        std::sort(first, last, [](const NamedEntry& left, const NamedEntry& right) {
+            return left.part != right.part ? left.part < right.part : left.entry < right.entry;
+        });
+    }
+    while (namesGoOn && first != last) {
+        const auto end =
+            std::find_if(first, last, [&](const NamedEntry& other) { return other.part != first->part; });
+        if (end - first > 1) {
+            sortByName(first, end, start + partSize);
+        }
+        first = end;
+    }
+}
 
 }  // namespace
 
@@ -201,12 +225,14 @@ void Launcher::buildEnvVarMap(const Configuration& config, const Configuration* 
             layer.merge(assembly, vars);
         }
     }
-    fillMap(vars, env);
+    fillMap(std::move(vars), env);
 
     logInfo("Evaluating the completed environment");
+    std::vector<std::string*> pathLists;
+    const bool verbose = verboseLogger().isOn();
     for (auto& [name, value] : env) {
-        if (LoggerStream line{verboseLogger()}) {
-            line << "  Expanding variable " << name << "=" << value << std::endl;
+        if (verbose) {
+            LoggerStream(verboseLogger()) << "  Expanding variable " << name << "=" << value << std::endl;
         }
         try {
             Base::Environment::expandEnvVariables(value, env);
@@ -214,13 +240,14 @@ void Launcher::buildEnvVarMap(const Configuration& config, const Configuration* 
             throw std::runtime_error("Error expanding variable '" + name + "'.\n" + error.what());
         }
         normalizeSeparators(value);
+        if (isPathVariable(name)) {
+            pathLists.push_back(&value);
+        }
     }
 
     logInfo("Removing duplicate paths from PATH variables");
-    for (auto& [name, value] : env) {
-        if (isPathVariable(name)) {
-            value = cleanPathList(value);
-        }
+    for (std::string* value : pathLists) {
+        *value = cleanPathList(*value);
     }
 }
 
@@ -293,7 +320,7 @@ void Launcher::setCustomerDefaultVariables(const Configuration& config, Variable
     vars.append({"UGII_GROUP_DIR", "${KYM_DEPT_DIR}/${UG_VER}"});
 }
 
-void Launcher::fillMap(const VariableList& vars, EnvironmentMap& env) const {
+void Launcher::fillMap(VariableList&& vars, EnvironmentMap& env) const {
     if (verboseLogger().isOn()) {
         for (const VariableList::Entry& variable : vars.entries()) {
             LoggerStream(verboseLogger())
@@ -307,16 +334,18 @@ void Launcher::fillMap(const VariableList& vars, EnvironmentMap& env) const {
     order.reserve(vars.entries().size());
     for (const VariableList::Entry& variable : vars.entries()) {
         if (variable.plainName ? isLetter(variable.name.front()) : isValidVariableName(variable.name)) {
-            order.emplace_back(variable);
+            order.push_back({0, &variable});
         }
     }
-    std::sort(order.begin(), order.end());
+    sortByName(order.begin(), order.end(), 0);
     for (const NamedEntry& named : order) {
         const VariableList::Entry& variable = *named.entry;
         if (variable.value.empty()) {
             env.erase(std::string(variable.name));
         } else {
-            env.insert_or_assign(env.end(), std::string(variable.name), std::string(variable.value));
+            env.insert_or_assign(
+                env.end(), std::string(variable.name),
+                variable.ownText ? std::move(*variable.ownText) : std::string(variable.value));
         }
     }
 }

@@ -72,7 +72,7 @@ class KYM_EXPORT Launcher {
     void addKymSystemEnvVarsToMap(const Configuration& config, VariableList& vars) const;
     void setSymbolDirVariable(const Configuration& config, VariableList& vars) const;
     void setCustomerDefaultVariables(const Configuration& config, VariableList& vars) const;
-    void fillMap(const VariableList& vars, EnvironmentMap& env) const;
+    void fillMap(VariableList&& vars, EnvironmentMap& env) const;
     std::vector<std::string> buildArgList(const ConfigApplication& app, const EnvironmentMap& env) const;
 };
 

@@ -78,12 +78,12 @@ std::string registeredInstallPath() {
     if (system.CadWindowsRegistryPath.empty()) {
         return {};
     }
-    std::string installation =
-        Base::Platform::localMachineText(system.CadWindowsRegistryPath, system.CadInstallPathVariable);
-    if (!installation.empty() && installation.back() == '\\') {
-        installation.pop_back();
-    }
-    return installation;
+    return Base::Platform::localMachineText(system.CadWindowsRegistryPath, system.CadInstallPathVariable);
+}
+
+void mergeInstallation(VariableList& list, const EnvironmentVariable& installation) {
+    list.mergePlain(installation);
+    list.mergePlain(EnvironmentVariable("UGII_ROOT_DIR", installation.value + "\\ugii\\"));
 }
 
 }  // namespace
@@ -161,13 +161,16 @@ void SiteSettings::mergeEnvVariables(VariableList& list) const {
         line << "  merging site envirnment variables" << std::endl;
     }
     const SystemInfo& system = SystemInformation();
-    EnvironmentVariable cad = winNxInstallPath;
     if (useWindowsRegistry) {
-        cad = EnvironmentVariable(system.CadInstallPathVariable, registeredInstallPath());
-    }
-    list.mergePlain(cad);
-    if (!cad.value.empty()) {
-        list.mergePlain(EnvironmentVariable("UGII_ROOT_DIR", cad.value + "\\ugii\\"));
+        std::string installation = registeredInstallPath();
+        if (!installation.empty()) {
+            if (installation.back() == '\\') {
+                installation.pop_back();
+            }
+            mergeInstallation(list, EnvironmentVariable(system.CadInstallPathVariable, installation));
+        }
+    } else if (!winNxInstallPath.value.empty()) {
+        mergeInstallation(list, winNxInstallPath);
     }
     list.mergePlain(winTcEngInstallPath);
     list.mergePlain(winPortalInstallPath);
@@ -208,7 +211,7 @@ void SiteSettings::updateVarNames() {
 
 void SiteSettings::initializeExternalPlugins() {
     const boost::filesystem::path location(winExternalPluginsLocation);
-    if (location.empty() || !boost::filesystem::exists(location)) {
+    if (location.empty() || !boost::filesystem::is_directory(location)) {
         return;
     }
     if (LoggerStream line{infoLogger()}) {

@@ -80,21 +80,27 @@ std::string substituteLiterally(std::string_view name, std::string_view text, st
 
 }  // namespace
 
+VariableList::VariableList() {
+    constexpr std::size_t usual = 1000;
+    mEntries.reserve(usual);
+    mFirst.reserve(usual);
+}
+
 VariableList::VariableList(const std::vector<EnvironmentVariable>& start) {
     mEntries.reserve(2 * start.size());
     mFirst.reserve(2 * start.size());
     for (const EnvironmentVariable& record : start) {
-        mFirst.try_emplace(record.name, static_cast<std::uint32_t>(mEntries.size()));
-        mEntries.push_back(
-            {record.name, record.value, &record.comment, record.type, isPlainName(record.name), false});
+        mFirst.try_emplace(keyOf(record.name), static_cast<std::uint32_t>(mEntries.size()));
+        mEntries.push_back({record.name, record.value, nullptr, &record.comment, record.type,
+                            isPlainName(record.name), false});
     }
 }
 
 void VariableList::append(EnvironmentVariable variable) {
-    const EnvironmentVariable& record = mRecords.emplace_back(std::move(variable));
-    mFirst.try_emplace(record.name, static_cast<std::uint32_t>(mEntries.size()));
-    mEntries.push_back(
-        {record.name, record.value, &record.comment, record.type, isPlainName(record.name), true});
+    EnvironmentVariable& record = mRecords.emplace_back(std::move(variable));
+    mFirst.try_emplace(keyOf(record.name), static_cast<std::uint32_t>(mEntries.size()));
+    mEntries.push_back({record.name, record.value, &record.value, &record.comment, record.type,
+                        isPlainName(record.name), true});
 }
 
 void VariableList::mergePlain(EnvironmentVariable variable) {
@@ -104,12 +110,12 @@ void VariableList::mergePlain(EnvironmentVariable variable) {
     if (LoggerStream line{verboseLogger()}) {
         line << "  merging " << variable.name << std::endl;
     }
-    const auto existing = mFirst.find(variable.name);
+    const auto existing = mFirst.find(keyOf(variable.name));
     if (existing == mFirst.end()) {
         append(std::move(variable));
         return;
     }
-    const EnvironmentVariable& record = mRecords.emplace_back(std::move(variable));
+    EnvironmentVariable& record = mRecords.emplace_back(std::move(variable));
     Entry& entry = mEntries[existing->second];
     if (LoggerStream line{verboseLogger()}) {
         line << "    Replacing " << record.name << " value." << std::endl
@@ -117,6 +123,7 @@ void VariableList::mergePlain(EnvironmentVariable variable) {
              << "      new value: " << record.value << std::endl;
     }
     entry.value = record.value;
+    entry.ownText = &record.value;
     entry.comment = &record.comment;
     entry.type = record.type;
     entry.changed = true;
@@ -134,10 +141,10 @@ void VariableList::mergeLayered(const EnvironmentVariable& variable) {
         LoggerStream(verboseLogger()) << "  merging " << variable.name << std::endl;
     }
     const auto [place, added] =
-        mFirst.try_emplace(variable.name, static_cast<std::uint32_t>(mEntries.size()));
+        mFirst.try_emplace(keyOf(variable.name), static_cast<std::uint32_t>(mEntries.size()));
     if (added) {
         mEntries.push_back(
-            {variable.name, {}, &variable.comment, variable.type, isPlainName(variable.name), true});
+            {variable.name, {}, nullptr, &variable.comment, variable.type, isPlainName(variable.name), true});
     }
     Entry& entry = mEntries[place->second];
     if (verbose && !added) {
@@ -145,18 +152,19 @@ void VariableList::mergeLayered(const EnvironmentVariable& variable) {
             << "    current value: " << boost::replace_all_copy(std::string(entry.value), "\\", "\\\\")
             << std::endl;
     }
-    std::string_view value = variable.value;
+    std::string* text = nullptr;
     if (!entry.plainName) {
-        value = mTexts.emplace_back(substituteByExpression(variable.name, variable.value, entry.value));
-    } else if (value.find('$') != std::string_view::npos) {
-        value = mTexts.emplace_back(isPlainReplacement(entry.value)
-                                        ? substituteLiterally(variable.name, value, entry.value)
+        text = &mTexts.emplace_back(substituteByExpression(variable.name, variable.value, entry.value));
+    } else if (variable.value.find('$') != std::string::npos) {
+        text = &mTexts.emplace_back(isPlainReplacement(entry.value)
+                                        ? substituteLiterally(variable.name, variable.value, entry.value)
                                         : substituteByExpression(variable.name, variable.value, entry.value));
     }
+    entry.ownText = text;
+    entry.value = text ? *text : variable.value;
     if (verbose) {
-        LoggerStream(verboseLogger()) << "    value = " << value << std::endl;
+        LoggerStream(verboseLogger()) << "    value = " << entry.value << std::endl;
     }
-    entry.value = value;
     entry.comment = &variable.comment;
     entry.changed = true;
     if (verbose && !added) {
@@ -166,13 +174,14 @@ void VariableList::mergeLayered(const EnvironmentVariable& variable) {
 }
 
 std::optional<std::string_view> VariableList::valueOf(std::string_view name) const {
-    const auto found = mFirst.find(name);
+    const auto found = mFirst.find(keyOf(name));
     return found == mFirst.end() ? std::nullopt : std::optional(mEntries[found->second].value);
 }
 
 void VariableList::setValue(std::string_view name, std::string value) {
-    Entry& entry = mEntries.at(mFirst.at(name));
-    entry.value = mTexts.emplace_back(std::move(value));
+    Entry& entry = mEntries.at(mFirst.at(keyOf(name)));
+    entry.ownText = &mTexts.emplace_back(std::move(value));
+    entry.value = *entry.ownText;
     entry.changed = true;
 }
 

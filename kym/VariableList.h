@@ -25,13 +25,15 @@ class VariableList {
     struct Entry {
         std::string_view name;
         std::string_view value;
+        std::string* ownText;  ///< where the list holds the value itself; else null
         const std::string* comment;
         PlatformType type;
         bool plainName;  ///< word characters only, which mean themselves in an expression
         bool changed;    ///< differs from the record at this place that the list started from
     };
 
-    VariableList() = default;
+    /// An empty list, with room for a usual environment.
+    VariableList();
     explicit VariableList(const std::vector<EnvironmentVariable>& start);
     VariableList(const VariableList&) = delete;
     VariableList& operator=(const VariableList&) = delete;
@@ -61,10 +63,21 @@ class VariableList {
     void storeInto(std::vector<EnvironmentVariable>& variables) const;
 
   private:
+    // A name with its hash, so that the index can grow without another look at the names.
+    struct Key {
+        std::string_view name;
+        std::size_t hash;
+        bool operator==(const Key& other) const { return hash == other.hash && name == other.name; }
+    };
+    struct KeyHash {
+        std::size_t operator()(const Key& key) const { return key.hash; }
+    };
+    static Key keyOf(std::string_view name) { return {name, std::hash<std::string_view>()(name)}; }
+
     std::vector<Entry> mEntries;
-    boost::unordered_flat_map<std::string_view, std::uint32_t, std::hash<std::string_view>> mFirst;  // places
-    std::deque<EnvironmentVariable> mRecords;  // what was handed over
-    std::deque<std::string> mTexts;            // what substitution gave
+    boost::unordered_flat_map<Key, std::uint32_t, KeyHash> mFirst;  // places in the list
+    std::deque<EnvironmentVariable> mRecords;                       // what was handed over
+    std::deque<std::string> mTexts;                                 // what substitution gave
 };
 
 /// Lets `merge` work on an indexed list of `target`, and stores the result there. When it throws, the target
