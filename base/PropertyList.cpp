@@ -5,7 +5,6 @@
 #include <boost/filesystem/exception.hpp>
 #include <boost/smart_ptr/make_shared.hpp>
 
-#include "base/Environment.h"
 #include "base/FileManager.h"
 #include "base/PropertyListFormat.h"
 #include "base/XmlFile.h"
@@ -15,11 +14,6 @@ namespace Base {
 namespace {
 
 using boost::filesystem::path;
-
-path expanded(const path& file) {
-    std::string text = file.string();
-    return text.find('$') == std::string::npos ? file : path(Environment::expandEnvVariables(text));
-}
 
 [[noreturn]] void failToRead(const path& file, int line, const std::string& reason) {
     FileManager::noteDamaged(file);
@@ -53,13 +47,13 @@ PropertyListError::~PropertyListError() = default;
 
 PropertyList::PropertyList() = default;
 
-PropertyList::PropertyList(const path& file) : mFile(expanded(file)), mRoot(readRoot(mFile)) {}
+PropertyList::PropertyList(const path& file) : mFile(file), mRoot(readRoot(mFile)) {}
 
 PropertyList::PropertyList(const path& file, const boost::shared_ptr<boost::any>& root)
-    : mFile(expanded(file)), mRoot(root) {}
+    : mFile(file), mRoot(root) {}
 
 void PropertyList::setFile(const path& file) {
-    mFile = expanded(file);
+    mFile = file;
 }
 const path& PropertyList::file() const {
     return mFile;

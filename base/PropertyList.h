@@ -44,7 +44,7 @@ class PropertyList {
     PropertyList();
 
     /// Reads the file. A file that does not exist gives a list without a root; one that cannot be read
-    /// is a `PropertyListError`. References to environment variables in the path are expanded.
+    /// is a `PropertyListError`.
     explicit PropertyList(const boost::filesystem::path& file);
 
     /// Prepares a write of `root` to `file`; nothing is read.
