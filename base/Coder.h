@@ -17,7 +17,7 @@ namespace Base {
 /// which code looks it up; it stays registered until it is destroyed. A coder is normally a static object of
 /// the source file that implements its type. Two coders for one name or one type are a programming error and
 /// throw `std::logic_error`.
-class BASE_EXPORT CoderBase {
+class CoderBase {
   public:
     CoderBase(const CoderBase&) = delete;
     CoderBase& operator=(const CoderBase&) = delete;
