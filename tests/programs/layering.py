@@ -52,6 +52,8 @@ def offences(project, file, installed):
             if system_header(room, angled) and (not in_platform or name in installed):
                 yield number, f"<{angled}> is not for this file"
             continue
+        if ".." in quoted.split("/"):
+            yield number, f'"{quoted}": a header is named from the top of the project'
         if room == "base" and quoted.startswith("kym/"):
             yield number, "base/ knows nothing of kym/"
         if room in ("programs", "samples", "bench") and quoted not in installed and not (file.parent / quoted).exists():
