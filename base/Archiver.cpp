@@ -17,13 +17,19 @@ class Archiver::Writer {
     const boost::filesystem::path& file() const { return mFile; }
 
     void writeString(std::string_view key, std::string_view value) {
+        const bool isPlain = Text::isPlain(value);
+        if (!isPlain && !Text::isXml(value)) {
+            std::string encoded;
+            Text::appendBase64(encoded, value);
+            writePlain("bytes", key, encoded);
+            return;
+        }
         startTag("string", key);
-        if (Text::isXml(value)) {
-            mText += '>';
-            Text::appendXmlText(mText, value);
+        mText += '>';
+        if (isPlain) {
+            mText += value;
         } else {
-            mText += " encoding=\"base64\">";
-            Text::appendBase64(mText, value);
+            Text::appendXmlText(mText, value);
         }
         mText += "</string>\n";
     }
@@ -79,7 +85,9 @@ class Archiver::Writer {
 
     void writeName(const char* attribute, std::string_view name) {
         mText.append(" ").append(attribute);
-        if (Text::isXml(name)) {
+        if (Text::isPlain(name)) {
+            mText.append("=\"").append(name);
+        } else if (Text::isXml(name)) {
             mText += "=\"";
             Text::appendXmlAttribute(mText, name);
         } else {

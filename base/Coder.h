@@ -81,15 +81,15 @@ class CollectionCoder : public CoderBase {
     void decode(Unarchiver& unarchiver, void* object) override {
         Collection& items = *static_cast<Collection*>(object);
         unarchiver.beginContainer(unarchiver.getObjectList());
-        items.reserve(items.size() + unarchiver.currentContainer().remaining());
-        while (!unarchiver.currentContainer().endOfAnyArray()) {
-            Item item;
+        Unarchiver::ObjectContainer& container = unarchiver.currentContainer();
+        items.reserve(items.size() + container.remaining());
+        while (!container.endOfAnyArray()) {
+            Item& item = items.emplace_back();
             Item* decoded = unarchiver.decodeObject("NOTUSED", &item);
             if (decoded != &item) {
                 item = *decoded;
             }
-            items.push_back(std::move(item));
-            unarchiver.currentContainer().nextItem();
+            container.nextItem();
         }
         unarchiver.endContainer();
     }

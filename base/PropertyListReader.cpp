@@ -155,11 +155,12 @@ class Reader {
     }
 
     std::string text(pugi::xml_node node) const {
-        std::string text;
-        if (!XmlFile::readText(node, text)) {
+        std::string joined;
+        const std::optional<std::string_view> text = XmlFile::text(node, joined);
+        if (!text) {
             fail(node, std::string("expected text only in <") + node.name() + ">");
         }
-        return text;
+        return std::string(*text);
     }
 
     void checkHoldsOnlyElements(pugi::xml_node node) const {

@@ -1,5 +1,6 @@
 #include "base/Text.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -7,22 +8,23 @@ namespace Base::Text {
 
 namespace {
 
-constexpr std::size_t kBlock = 64;
 constexpr std::string_view kBase64 = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 constexpr bool isBlank(char c) {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
 
-// Without a branch in the loop, so that compilers turn it into vector instructions.
+// Counts without a branch in the loop, so that compilers turn it into vector instructions. Signed, bytes
+// beyond ASCII are below zero.
+template <std::size_t Size>
 bool isPlainBlock(const unsigned char* bytes) {
-    unsigned char bad = 0;
-    for (std::size_t i = 0; i < kBlock; ++i) {
-        const unsigned char c = bytes[i];
-        const bool control = (c < 0x20) & (c != '\t') & (c != '\n') & (c != '\r');
-        bad = static_cast<unsigned char>(bad | static_cast<unsigned char>(control | (c >= 0x80)));
+    static_assert(Size < 256);
+    unsigned char wrong = 0;
+    for (std::size_t i = 0; i < Size; ++i) {
+        const auto c = static_cast<signed char>(bytes[i]);
+        wrong = static_cast<unsigned char>(wrong + (c < 0x20) - (c == '\t') - (c == '\n') - (c == '\r'));
     }
-    return bad == 0;
+    return wrong == 0;
 }
 
 bool isTail(unsigned char c) {
@@ -94,6 +96,14 @@ void appendEscaped(std::string& out, std::string_view text) {
     out.append(text, done);
 }
 
+constexpr std::array<bool, 256> plainBytes() {
+    std::array<bool, 256> plain{};
+    for (std::size_t c = 0x20; c < 0x80; ++c) {
+        plain[c] = c != '&' && c != '<' && c != '>' && c != '"';
+    }
+    return plain;
+}
+
 constexpr std::array<std::int8_t, 256> base64Values() {
     std::array<std::int8_t, 256> values{};
     values.fill(-1);
@@ -107,23 +117,36 @@ constexpr std::array<std::int8_t, 256> base64Values() {
 
 std::size_t findNonXml(std::string_view text) {
     const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+    constexpr std::size_t large = 128;
+    constexpr std::size_t small = 16;
     std::size_t i = 0;
     while (i < text.size()) {
         const std::size_t left = text.size() - i;
-        if (left >= kBlock && isPlainBlock(bytes + i)) {
-            i += kBlock;
-            continue;
-        }
-        const std::size_t end = i + (left < kBlock ? left : kBlock);
-        while (i < end) {
-            const std::size_t length = characterLength(bytes + i, text.size() - i);
-            if (length == 0) {
-                return i;
+        if (left >= large && isPlainBlock<large>(bytes + i)) {
+            i += large;
+        } else if (left >= small && isPlainBlock<small>(bytes + i)) {
+            i += small;
+        } else {
+            const std::size_t end = i + std::min(left, small);
+            while (i < end) {
+                const std::size_t length = characterLength(bytes + i, text.size() - i);
+                if (length == 0) {
+                    return i;
+                }
+                i += length;
             }
-            i += length;
         }
     }
     return std::string_view::npos;
+}
+
+bool isPlain(std::string_view text) {
+    static constexpr std::array<bool, 256> plain = plainBytes();
+    bool all = true;
+    for (const char c : text) {
+        all &= plain[static_cast<unsigned char>(c)];
+    }
+    return all;
 }
 
 bool isXmlCharacter(unsigned long code) {

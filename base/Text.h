@@ -11,6 +11,10 @@ namespace Base::Text {
 /// character other than tab, line feed and carriage return, U+FFFE or U+FFFF. `npos` when there is none.
 std::size_t findNonXml(std::string_view text);
 
+/// Whether `text` can be written as it is, between two tags as well as in a value between double quotes:
+/// ASCII without control characters and markup. The quick question before `isXml`.
+bool isPlain(std::string_view text);
+
 inline bool isXml(std::string_view text) {
     return findNonXml(text) == std::string_view::npos;
 }

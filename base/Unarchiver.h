@@ -14,8 +14,10 @@
 
 namespace Base {
 
-/// An archive that cannot be read, or a value in it that is not what its reader expects. The message names the
-/// file, the line and, where one is concerned, the key.
+class ArchiveReader;
+
+/// An archive that cannot be read, or a value in it that is not what its reader expects. The message names
+/// the file, the line and, where one is concerned, the key.
 class BASE_EXPORT ArchiveError : public BaseException {
   public:
     ArchiveError(const std::string& file, int line, const std::string& key, const std::string& reason);
@@ -33,10 +35,10 @@ class BASE_EXPORT ArchiveError : public BaseException {
 
 /// Reads a keyed archive that `Archiver` wrote.
 ///
-/// Members may be read in any order; asking in the order of writing is the fast way. A key that the file lacks
-/// leaves its target as it was. Keys and type names that the program does not know are skipped, so that a file
-/// of a later program of the same format version still loads. A damaged file, a newer format version and a
-/// value of the wrong kind are `ArchiveError`.
+/// Members may be read in any order; asking in the order of writing is the fast way. A key that the file
+/// lacks leaves its target as it was. Keys and type names that the program does not know are skipped, so that
+/// a file of a later program of the same format version still loads. A damaged file, a newer format version
+/// and a value of the wrong kind are `ArchiveError`.
 class BASE_EXPORT Unarchiver {
   public:
     /// A cursor over the items of one collection.
@@ -47,7 +49,7 @@ class BASE_EXPORT Unarchiver {
         bool endOfAnyArray() const { return mPosition >= mItems->size(); }
         void nextItem() { ++mPosition; }
         std::size_t remaining() const { return endOfAnyArray() ? 0 : mItems->size() - mPosition; }
-        const boost::any& item() const { return mItems->at(mPosition); }
+        std::size_t position() const { return mPosition; }
 
       private:
         std::vector<boost::any>* mItems;
@@ -67,26 +69,29 @@ class BASE_EXPORT Unarchiver {
     void decode(const std::string& key, int& target);
 
     /// Decodes the nested object under the key into the target, through the coder whose type name is recorded
-    /// with it, and returns a pointer to the decoded object. The target's type is checked against the recorded
-    /// one, so that a file can never be read into an object of another type.
+    /// with it, and returns a pointer to the decoded object. The target's type is checked against the
+    /// recorded one, so that a file can never be read into an object of another type. For a null target the
+    /// object is made, and owned by the unarchiver.
     template <typename T>
     T* decodeObject(const std::string& key, T* target) {
         return static_cast<T*>(decodeObject(key, target, TypeInfo::of<T>()));
     }
     void* decodeObject(const std::string& key, void* target, const TypeInfo& type);
 
-    /// The items of the collection that is current; owned by the unarchiver until the object that holds the
-    /// collection is done. Items of a type name that nobody registered are left out.
+    /// The item list of the collection that is current: one entry for each item, in order. Items of a type
+    /// name that nobody registered are left out. The entries are empty; what an item holds stays in the
+    /// file's tree until it is decoded, so that a long list costs little. Owned by the unarchiver until the
+    /// object that holds the collection is done.
     std::vector<boost::any>* getObjectList();
 
-    /// Push and pop a container cursor over an item list; the cursor on top is the current one.
+    /// Push and pop a container cursor over an item list of this unarchiver; the cursor on top is the current
+    /// one.
     void beginContainer(std::vector<boost::any>* items);
     void endContainer();
     ObjectContainer& currentContainer();
 
   private:
-    class Reader;
-    std::unique_ptr<Reader> mReader;
+    std::unique_ptr<ArchiveReader> mReader;
 };
 
 }  // namespace Base

@@ -162,17 +162,19 @@ bool XmlFile::holdsOnlyElements(pugi::xml_node element) {
     return true;
 }
 
-bool XmlFile::readText(pugi::xml_node element, std::string& text) {
-    for (const pugi::xml_node child : element.children()) {
+std::optional<std::string_view> XmlFile::text(pugi::xml_node element, std::string& joined) {
+    const pugi::xml_node first = element.first_child();
+    if (isNone(first)) {
+        return element.value();
+    }
+    joined = element.value();
+    for (pugi::xml_node child = first; child; child = child.next_sibling()) {
         if (child.type() == pugi::node_element) {
-            return false;
+            return std::nullopt;
         }
+        joined += child.value();
     }
-    text = element.value();
-    for (const pugi::xml_node child : element.children()) {
-        text += child.value();
-    }
-    return true;
+    return joined;
 }
 
 }  // namespace Base

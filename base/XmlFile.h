@@ -1,6 +1,10 @@
 #pragma once
 
+#include <array>
+#include <bit>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include <boost/filesystem/path.hpp>
 #include <pugixml.hpp>
@@ -14,8 +18,8 @@ namespace Base {
 ///
 /// Taken is XML 1.0 in UTF-8 (with or without a byte order mark) with exactly one root element. Entities that
 /// a document type declares are not: a reference that is not predefined is an error. White space between
-/// elements is dropped; white space that is the whole text of an element is kept. (Not kept is white space that
-/// stands alone between two comments or CDATA sections inside a text.)
+/// elements is dropped; white space that is the whole text of an element is kept. (Not kept is white space
+/// that stands alone between two comments or CDATA sections inside a text.)
 class XmlFile {
   public:
     /// A file that is not such a file.
@@ -41,14 +45,21 @@ class XmlFile {
     /// for messages only. 0 when that fails.
     int line(pugi::xml_node element) const;
 
+    /// Whether there is no element; as `!element`, without a call into the parser's library.
+    static bool isNone(pugi::xml_node element) {
+        return std::bit_cast<Handle>(element) == std::bit_cast<Handle>(pugi::xml_node());
+    }
+
     /// Whether an element has no text of its own but white space.
     static bool holdsOnlyElements(pugi::xml_node element);
 
-    /// Puts the text of an element, which a comment or a CDATA section may divide, into `text`. False, and
-    /// `text` as it was, when the element holds other elements.
-    static bool readText(pugi::xml_node element, std::string& text);
+    /// The text of an element. Where a comment or a CDATA section divides it, it is put together in `joined`;
+    /// else the result is the text in the file. None when the element holds other elements.
+    static std::optional<std::string_view> text(pugi::xml_node element, std::string& joined);
 
   private:
+    using Handle = std::array<unsigned char, sizeof(pugi::xml_node)>;
+
     int lineAt(std::ptrdiff_t offset) const;
 
     boost::filesystem::path mFile;

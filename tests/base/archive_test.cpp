@@ -191,10 +191,9 @@ TEST_F(ArchiveTest, DamageIsToldWithFileLineAndKey) {
         {"<?xml version='1.0' encoding='latin1'?>" + machine(""), 1, "", "encoding is latin1"},
         {machine("<int key='Label'>1</int>"), 3, "Label", "expected a string, found an integer"},
         {machine("<string key='Label'>a<b/></string>"), 3, "Label", "found other elements"},
-        {machine("<string key='Label' encoding='hex'>00</string>"), 3, "Label", "'hex' is not known"},
-        {machine("<string key='Label' encoding='base64'>QQ=</string>"), 3, "Label", "no base64"},
-        {machine("<string key='Label' encoding='base64'>QQ==QQ==</string>"), 3, "Label", "no base64"},
-        {machine("<string key='Label'/>\n<string key='Label'/>"), 2, "Label", "stands twice"},
+        {machine("<bytes key='Label'>QQ=</bytes>"), 3, "Label", "no base64"},
+        {machine("<bytes key='Label'>QQ==QQ==</bytes>"), 3, "Label", "no base64"},
+        {machine("<string key='Label'/>\n<string key='Label'/>"), 4, "Label", "stands twice"},
         {machine("<string>no key</string>"), 3, "", "a string without a key"},
         {machine("text"), 2, "Machine", "text between"},
         {machine("<bool key='Running'>yes</bool>"), 3, "Running", "expected true or false, found 'yes'"},
@@ -205,6 +204,12 @@ TEST_F(ArchiveTest, DamageIsToldWithFileLineAndKey) {
         {machine("<object key='Parts'/>"), 3, "Parts", "an object without a type"},
         {machine("<string key='Parts'/>"), 3, "Parts", "'PartList', found a string"},
         {machine("<object key='Parts' type='PartList'>text</object>"), 3, "Parts", "text between"},
+        {machine("<object key='Parts' type='PartList'>\n<object type='Part'><string key='Name'/>"
+                 "<int key='Count'>1</int>text</object></object>"),
+         4, "", "text between"},
+        {machine("<object key='Parts' type='PartList'>\n<object type='Part'><string key='Name'/>"
+                 "<int key='Count'>1</int>\n<int key='Count'>2</int></object></object>"),
+         5, "Count", "stands twice"},
         {machine("<object key='Notes' type='StringList'>\n<int>1</int></object>"), 4, "Notes",
          "found an integer"},
         {machine("<object key='Notes' type='StringList'>\n<object type='Part'/></object>"), 4, "Notes",
@@ -290,6 +295,8 @@ TEST_F(ArchiveTest, MisuseIsRefused) {
     Unarchiver unarchiver(Support::recorded("archive-1.dat"));
     EXPECT_THROW(unarchiver.currentContainer(), std::logic_error);
     EXPECT_THROW(unarchiver.endContainer(), std::logic_error);
+    std::vector<boost::any> foreign(1);
+    EXPECT_THROW(unarchiver.beginContainer(&foreign), std::logic_error);
 }
 
 }  // namespace
