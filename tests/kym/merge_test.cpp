@@ -127,7 +127,7 @@ TEST(Merge, EqualsItsDefinitionOnHostileInput) {
         Variables expected;
         Variables actual;
         for (int step = 0; step < 4; ++step) {
-            const EnvironmentVariable variable(names(2), values(5));
+            const EnvironmentVariable variable(round % 3 == 0 ? names(2) : "A", values(5));
             std::string expectedFailure;
             std::string actualFailure;
             try {
