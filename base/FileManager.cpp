@@ -192,6 +192,9 @@ void replaceFile(const path& file, std::string_view content) {
     const path target = linkTarget(Platform::reachablePath(file));
     error_code error;
     const fs::file_status status = fs::status(target, error);
+    if (status.type() == fs::status_error) {
+        fail("Cannot tell what stands in the place of the file", file, error);
+    }
     const path key = damagedKey(file);
     if (fs::exists(status)) {
         if (fs::is_directory(status)) {

@@ -69,10 +69,13 @@ bool isExecutableFile(const path& file) {
 std::string readFile(const path& file, error_code& error) {
     error.clear();
     std::string content;
-    const int opened = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    // Without waiting, since nobody may ever write into a pipe of that name.
+    const int opened = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     struct stat status {};
     if (opened < 0 || ::fstat(opened, &status) != 0) {
         error = lastError();
+    } else if (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode)) {
+        error = make_error_code(boost::system::errc::operation_not_permitted);
     } else {
         content.resize(static_cast<std::size_t>(status.st_size) + 1);  // one more, to see the end at once
         std::size_t size = 0;
@@ -135,7 +138,10 @@ void ReplacementFile::write(std::string_view content, error_code& error) {
 void ReplacementFile::replace(const path& target, error_code& error) {
     error.clear();
     struct stat old {};
-    if (::stat(target.c_str(), &old) == 0 && ::fchmod(descriptor(mHandle), old.st_mode & 07777) != 0) {
+    struct stat made {};
+    const bool otherMode = ::stat(target.c_str(), &old) == 0 && ::fstat(descriptor(mHandle), &made) == 0 &&
+                           (old.st_mode & 07777) != (made.st_mode & 07777);
+    if (otherMode && ::fchmod(descriptor(mHandle), old.st_mode & 07777) != 0) {
         error = lastError();
     } else if (::rename(mName.c_str(), target.c_str()) != 0) {
         error = lastError();

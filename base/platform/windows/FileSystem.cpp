@@ -49,6 +49,11 @@ bool writeAll(HANDLE file, std::string_view text) {
     return true;
 }
 
+// How often, and with which pauses in milliseconds, to ask for a file that somebody has open: about two
+// seconds.
+constexpr int attempts = 40;
+constexpr DWORD pause = 50;
+
 bool isBusy(const error_code& error) {
     return error.value() == ERROR_ACCESS_DENIED || error.value() == ERROR_SHARING_VIOLATION ||
            error.value() == ERROR_LOCK_VIOLATION;
@@ -94,11 +99,20 @@ bool isExecutableFile(const path& file) {
 
 std::string readFile(const path& file, error_code& error) {
     error.clear();
-    const HANDLE opened = open(file, GENERIC_READ, shareAll, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN);
-    if (opened == INVALID_HANDLE_VALUE) {
-        error = lastError();
-        return {};
+    HANDLE opened = INVALID_HANDLE_VALUE;
+    for (int attempt = 1; opened == INVALID_HANDLE_VALUE; ++attempt) {
+        opened = open(file, GENERIC_READ, shareAll, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN);
+        if (opened == INVALID_HANDLE_VALUE) {
+            error = lastError();
+            const bool shared =
+                error.value() == ERROR_SHARING_VIOLATION || error.value() == ERROR_LOCK_VIOLATION;
+            if (!shared || attempt == attempts) {
+                return {};
+            }
+            ::Sleep(pause);
+        }
     }
+    error.clear();
     std::string content;
     LARGE_INTEGER known{};
     if (!::GetFileSizeEx(opened, &known)) {
@@ -155,8 +169,6 @@ void ReplacementFile::write(std::string_view content, error_code& error) {
 
 void ReplacementFile::replace(const path& target, error_code& error) {
     close();
-    constexpr int attempts = 40;
-    constexpr DWORD pause = 50;  // milliseconds
     for (int attempt = 1;; ++attempt) {
         if (::MoveFileExW(mName.c_str(), target.c_str(),
                           MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
