@@ -138,6 +138,14 @@ bool exists(const path& file) {
     return fs::exists(Platform::reachablePath(file), error);
 }
 
+bool isMissing(const path& file) {
+    error_code error;
+    const fs::file_status status = fs::status(Platform::reachablePath(file), error);
+    // Boost.Filesystem calls a server that does not answer, too, a file that was not found.
+    return status.type() == fs::file_not_found &&
+           (error == errc::no_such_file_or_directory || error == errc::not_a_directory);
+}
+
 bool isReadable(const path& file) {
     return Platform::isReadable(Platform::reachablePath(file));
 }

@@ -13,6 +13,10 @@ using boost::filesystem::path;
 /// Whether something exists at the path; false when that cannot be told.
 bool exists(const path& file);
 
+/// Whether the system says that nothing stands at the path. False when that cannot be told, so that what
+/// cannot be reached for a moment is not taken for a file that was never written.
+bool isMissing(const path& file);
+
 /// Whether this process may open the file for reading, or list the directory.
 bool isReadable(const path& file);
 
