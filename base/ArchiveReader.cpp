@@ -67,7 +67,7 @@ ArchiveReader::ArchiveReader(const boost::filesystem::path& file) : mFile(file) 
              "the archive has the newer format version " + std::to_string(version) +
                  "; this program reads version " + std::to_string(kFormatVersion));
     }
-    push(root);
+    listMembers(push(root));
 }
 
 ArchiveReader::~ArchiveReader() = default;

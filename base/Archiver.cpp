@@ -40,6 +40,9 @@ class Archiver::Writer {
     }
 
     void writeObject(const std::string& key, void* object, CoderBase* coder, Archiver& archiver) {
+        if (!coder) {
+            throw std::logic_error("the object under \"" + key + "\" has no coder");
+        }
         startTag("object", key);
         writeName("type", coder->name());
         mText += ">\n";

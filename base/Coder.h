@@ -85,9 +85,14 @@ class CollectionCoder : public CoderBase {
         items.reserve(items.size() + container.remaining());
         while (!container.endOfAnyArray()) {
             Item& item = items.emplace_back();
-            Item* decoded = unarchiver.decodeObject("NOTUSED", &item);
-            if (decoded != &item) {
-                item = *decoded;
+            try {
+                const Item* decoded = unarchiver.decodeObject("NOTUSED", &item);
+                if (decoded != &item) {
+                    item = *decoded;
+                }
+            } catch (...) {
+                items.pop_back();  // no item that was read by half
+                throw;
             }
             container.nextItem();
         }

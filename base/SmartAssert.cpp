@@ -20,7 +20,11 @@ const log::Logger& assertLogger() {
 }  // namespace
 
 smart_assert::smart_assert(const char* expression, int level, const char* file, int line,
-                           const char* function) {
+                           const char* function)
+    : mOn(assertLogger().isOn()) {
+    if (!mOn) {
+        return;
+    }
     std::ostringstream head;
     head << "Assertion failed (level " << level << "): " << expression << ", " << fileName(file) << ':'
          << line << ", " << function;
@@ -28,6 +32,9 @@ smart_assert::smart_assert(const char* expression, int level, const char* file, 
 }
 
 smart_assert::~smart_assert() {
+    if (!mOn) {
+        return;
+    }
     try {
         log::LoggerStream line(assertLogger());
         line << mHead;

@@ -22,6 +22,9 @@ class smart_assert {
 
     template <typename Value>
     smart_assert& value(const char* name, const Value& value) {
+        if (!mOn) {
+            return *this;
+        }
         std::ostringstream text;
         text << (mValues.empty() ? " " : ", ") << name << " = " << value;
         mValues += text.str();
@@ -30,6 +33,7 @@ class smart_assert {
     smart_assert& message(const std::string& text);
 
   private:
+    bool mOn;  // with the logger off, nothing is formatted
     std::string mHead;
     std::string mValues;
     std::string mMessage;

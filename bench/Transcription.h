@@ -6,9 +6,9 @@
 
 #include "kym/EnvironmentVariable.h"
 
-/// The rules by which an environment is assembled, written down step by step as they are told: a linear
-/// search for every name, and a regular expression, compiled where it is used, for every text rule. It is
-/// slow and plain on purpose: what the library computes must be equal to it, and is measured against it.
+/// The rules by which an environment is assembled, in the plainest way: a linear search for every name, and a
+/// regular expression, compiled where it is used, for every text rule. What the library computes must be
+/// equal to it, and is measured against it.
 namespace Transcription {
 
 using Variables = std::vector<Kym::EnvironmentVariable>;
