@@ -50,7 +50,7 @@ std::string readFile(const path& file);
 /// file and the reason, on failure.
 void replaceFile(const path& file, std::string_view content);
 
-/// Remembers, for the life of this process, that the file could not be understood when it was read.
+/// Remembers that the file could not be understood when it was read, until it is replaced.
 void noteDamaged(const path& file);
 
 /// A path in the form of the system that the product runs on: every "/" becomes "\". For texts that are only
