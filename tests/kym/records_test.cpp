@@ -174,6 +174,21 @@ TEST(TableModels, LeadToTheVariablesOfAnApplication) {
     EXPECT_FALSE(source.isEdited());
 }
 
+TEST(TableModels, ReportTheMisuseOfAnIndex) {
+    const Support::Site site;
+    site.startLog("base.assert");
+    std::vector<ConfigApplication> list(1);
+    ApplicationListSource source(&list);
+    EXPECT_THROW(source.application(-1), std::out_of_range);
+    EXPECT_THROW(source.winVariables(1), std::out_of_range);
+    const std::vector<std::string> lines = site.logLines();
+    ASSERT_EQ(lines.size(), 2U);
+    const std::string message = ": tried to access out of range application";
+    EXPECT_EQ(lines[0].find("Assertion failed (level 300): index < mList->size(), ConfigApplication"), 0U);
+    EXPECT_NE(lines[0].find("index = -1" + message), std::string::npos);
+    EXPECT_NE(lines[1].find("index = 1" + message), std::string::npos);
+}
+
 TEST(Applications, AreOrderedByCategoryThenDescription) {
     const std::pair<const char*, const char*> ascending[] = {{"", "z"},    {"CAD", "B"},       {"CAD", "a"},
                                                              {"CAD", "é"}, {"CAD tools", "A"}, {"cad", ""}};
