@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include "base/Archiver.h"
 #include "base/Unarchiver.h"
@@ -19,6 +20,20 @@ void decodeMember(Base::Unarchiver& unarchiver, const std::string& key, Object& 
     Object* decoded = unarchiver.decodeObject(key, &target);
     if (decoded != &target) {
         target = *decoded;
+    }
+}
+
+/// What `encodeMember` wrote, owned by the unarchiver; null when the file lacks the key.
+template <typename Object>
+Object* readMember(Base::Unarchiver& unarchiver, const std::string& key) {
+    return unarchiver.decodeObject(key, static_cast<Object*>(nullptr));
+}
+
+/// Replaces `target` by what `readMember` gave; null leaves it alone.
+template <typename Object>
+void takeMember(Object* read, Object& target) {
+    if (read) {
+        target = std::move(*read);
     }
 }
 

@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include <boost/filesystem/operations.hpp>
-
+#include "base/FileManager.h"
 #include "kym/ApplicationMarks.h"
 #include "kym/ArchiveMembers.h"
 #include "kym/Loggers.h"
@@ -27,20 +26,18 @@ BaseSettings::BaseSettings() : mDataFile(SystemInformation().installPath() / "co
 }
 
 void BaseSettings::load() {
-    if (!boost::filesystem::exists(mDataFile)) {
+    if (Base::FileManager::isMissing(mDataFile)) {
         return;
     }
-    std::vector<EnvironmentVariable> commonList, unixList, winList;
-    std::vector<ConfigApplication> applicationList;
     Base::Unarchiver unarchiver(mDataFile);
-    decodeMember(unarchiver, commonVariablesKey, commonList);
-    decodeMember(unarchiver, unixVariablesKey, unixList);
-    decodeMember(unarchiver, winVariablesKey, winList);
-    decodeMember(unarchiver, applicationListKey, applicationList);
-    mCommonVariables = std::move(commonList);
-    mUnixVariables = std::move(unixList);
-    mWinVariables = std::move(winList);
-    mApplications = std::move(applicationList);
+    auto* common = readMember<std::vector<EnvironmentVariable>>(unarchiver, commonVariablesKey);
+    auto* unixOnes = readMember<std::vector<EnvironmentVariable>>(unarchiver, unixVariablesKey);
+    auto* windows = readMember<std::vector<EnvironmentVariable>>(unarchiver, winVariablesKey);
+    auto* applicationsRead = readMember<std::vector<ConfigApplication>>(unarchiver, applicationListKey);
+    takeMember(common, mCommonVariables);
+    takeMember(unixOnes, mUnixVariables);
+    takeMember(windows, mWinVariables);
+    takeMember(applicationsRead, mApplications);
 }
 
 void BaseSettings::save() {

@@ -15,9 +15,8 @@ class KYM_EXPORT BaseSettings : public SettingsProtocol {
     /// Loads the data file; errors as of `load` and of `SystemInfo::installPath`.
     BaseSettings();
 
-    /// Replaces the lists by the content of the data file; without a file they stay as they are. After an
-    /// error
-    /// (`Base::ArchiveError`) nothing has changed.
+    /// Replaces the lists by the content of the data file. A list that the file lacks stays as it is, and so
+    /// do all of them when there is no file. After an error (`Base::ArchiveError`) nothing has changed.
     void load();
 
     /// Writes the data file when `needsSaving()`. After an error the store still needs saving.

@@ -36,26 +36,21 @@ std::string PluginSettings::name() const {
 }
 
 void PluginSettings::load() {
-    if (!Base::FileManager::exists(mDataFile)) {
+    if (Base::FileManager::isMissing(mDataFile)) {
         return;
     }
     Base::Unarchiver unarchiver(mDataFile);
     std::string type = pluginType;
-    std::vector<EnvironmentVariable> common;
-    std::vector<EnvironmentVariable> unixOnes;
-    std::vector<EnvironmentVariable> windows;
-    std::vector<ConfigApplication> applicationsRead;
     unarchiver.decode(kPluginType, type);
-    decodeMember(unarchiver, kCommonVariables, common);
-    decodeMember(unarchiver, kUnixVariables, unixOnes);
-    decodeMember(unarchiver, kWindowsVariables, windows);
-    decodeMember(unarchiver, kApplicationList, applicationsRead);
-
+    auto* common = readMember<std::vector<EnvironmentVariable>>(unarchiver, kCommonVariables);
+    auto* unixOnes = readMember<std::vector<EnvironmentVariable>>(unarchiver, kUnixVariables);
+    auto* windows = readMember<std::vector<EnvironmentVariable>>(unarchiver, kWindowsVariables);
+    auto* applicationsRead = readMember<std::vector<ConfigApplication>>(unarchiver, kApplicationList);
     pluginType = std::move(type);
-    mCommonVariables = std::move(common);
-    mUnixVariables = std::move(unixOnes);
-    mWinVariables = std::move(windows);
-    mApplications = std::move(applicationsRead);
+    takeMember(common, mCommonVariables);
+    takeMember(unixOnes, mUnixVariables);
+    takeMember(windows, mWinVariables);
+    takeMember(applicationsRead, mApplications);
 }
 
 void PluginSettings::save() {

@@ -21,8 +21,8 @@ class KYM_EXPORT PluginSettings : public SettingsProtocol {
     std::string name() const;
     boost::filesystem::path path() const { return mDirectory; }
 
-    /// Reads `settings.dat`; a plugin without that file keeps what it has. `Base::ArchiveError` when the file
-    /// cannot be read; the plugin then is as it was before.
+    /// Reads `settings.dat`; a plugin without that file keeps what it has, and so does a member whose key the
+    /// file lacks. `Base::ArchiveError` when the file cannot be read; the plugin then is as it was before.
     void load();
 
     /// Writes `settings.dat` when something needs saving and clears the edited marks of the lists. A mark

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include <boost/filesystem/operations.hpp>
+#include <boost/system/system_error.hpp>
 
 #include "base/Environment.h"
 #include "base/FileManager.h"
@@ -44,25 +45,25 @@ constexpr std::array<Derived, 7> installations{{
     {"UNIX Browser Key", &SiteSettings::browser},
 }};
 constexpr std::array<Derived, 2> plotConfigurations{{
-    {"UNIX NX Plot Conf Directory Base Key", &SiteSettings::unixPlotConfBase},
+    {"Unix NX Plot Conf Directory Base Key", &SiteSettings::unixPlotConfBase},
     {"Windows NX Plot Conf Directory Base Key", &SiteSettings::winPlotConfBase},
 }};
 
 template <std::size_t Size>
-std::array<EnvironmentVariable, Size> decodeAll(Base::Unarchiver& unarchiver,
-                                                const std::array<Derived, Size>& members) {
-    std::array<EnvironmentVariable, Size> variables;
+std::array<EnvironmentVariable*, Size> readAll(Base::Unarchiver& unarchiver,
+                                               const std::array<Derived, Size>& members) {
+    std::array<EnvironmentVariable*, Size> variables;
     for (std::size_t i = 0; i < Size; ++i) {
-        decodeMember(unarchiver, members[i].key, variables[i]);
+        variables[i] = readMember<EnvironmentVariable>(unarchiver, members[i].key);
     }
     return variables;
 }
 
 template <std::size_t Size>
-void take(SiteSettings& site, const std::array<Derived, Size>& members,
-          std::array<EnvironmentVariable, Size>& variables) {
+void takeAll(SiteSettings& site, const std::array<Derived, Size>& members,
+             const std::array<EnvironmentVariable*, Size>& variables) {
     for (std::size_t i = 0; i < Size; ++i) {
-        site.*members[i].member = std::move(variables[i]);
+        takeMember(variables[i], site.*members[i].member);
     }
 }
 
@@ -79,6 +80,19 @@ std::string registeredInstallPath() {
         return {};
     }
     return Base::Platform::localMachineText(system.CadWindowsRegistryPath, system.CadInstallPathVariable);
+}
+
+// Empty when the text names no directory, or none that can be reached.
+boost::filesystem::path directoryOf(const std::string& text) {
+    try {
+        const boost::filesystem::path directory(text);
+        boost::system::error_code unknown;
+        const bool endsEarly = text.find('\0') != std::string::npos;
+        return !endsEarly && boost::filesystem::is_directory(directory, unknown) ? directory
+                                                                                 : boost::filesystem::path();
+    } catch (const boost::system::system_error&) {
+        return {};  // no UTF-8
+    }
 }
 
 void mergeInstallation(VariableList& list, const EnvironmentVariable& installation) {
@@ -99,28 +113,27 @@ void SiteSettings::load() {
     if (LoggerStream line{infoLogger()}) {
         line << "Loading site settings file: " << native(file) << std::endl;
     }
-    if (!boost::filesystem::exists(file)) {
+    if (Base::FileManager::isMissing(file)) {
         return;
     }
-    std::vector<EnvironmentVariable> commonList, unixList, winList;
-    bool registry = true;
-    std::string unixPlugins, winPlugins;
+    bool registry = useWindowsRegistry;
+    std::string unixPlugins = unixExternalPluginsLocation, winPlugins = winExternalPluginsLocation;
     Base::Unarchiver unarchiver(file);
-    auto installPaths = decodeAll(unarchiver, installations);
+    const auto installPaths = readAll(unarchiver, installations);
     unarchiver.decode(useWindowsRegistryKey, registry);
-    decodeMember(unarchiver, commonVariablesKey, commonList);
-    decodeMember(unarchiver, unixVariablesKey, unixList);
-    decodeMember(unarchiver, winVariablesKey, winList);
-    auto plotBases = decodeAll(unarchiver, plotConfigurations);
+    auto* common = readMember<std::vector<EnvironmentVariable>>(unarchiver, commonVariablesKey);
+    auto* unixOnes = readMember<std::vector<EnvironmentVariable>>(unarchiver, unixVariablesKey);
+    auto* windows = readMember<std::vector<EnvironmentVariable>>(unarchiver, winVariablesKey);
+    const auto plotBases = readAll(unarchiver, plotConfigurations);
     unarchiver.decode(unixExternalPluginsKey, unixPlugins);
     unarchiver.decode(winExternalPluginsKey, winPlugins);
 
-    take(*this, installations, installPaths);
+    takeAll(*this, installations, installPaths);
     useWindowsRegistry = registry;
-    mCommonVariables = std::move(commonList);
-    mUnixVariables = std::move(unixList);
-    mWinVariables = std::move(winList);
-    take(*this, plotConfigurations, plotBases);
+    takeMember(common, mCommonVariables);
+    takeMember(unixOnes, mUnixVariables);
+    takeMember(windows, mWinVariables);
+    takeAll(*this, plotConfigurations, plotBases);
     unixExternalPluginsLocation = std::move(unixPlugins);
     winExternalPluginsLocation = std::move(winPlugins);
     updateVarNames();
@@ -187,7 +200,11 @@ void SiteSettings::mergeEnvVariables(VariableList& list) const {
 
 std::string SiteSettings::getWebBrowser() const {
     std::string longPath = "${PROGRAMFILES}\\Internet Explorer\\iexplore.exe";
-    Base::Environment::expandEnvVariables(longPath);
+    try {
+        Base::Environment::expandEnvVariables(longPath);
+    } catch (const Base::Environment::ExpansionError&) {
+        // The text as it stands tells whoever does not find the browser what is at fault.
+    }
     const std::string shortPath = Base::Platform::shortPath(longPath);
     return shortPath.empty() ? longPath : shortPath;
 }
@@ -210,15 +227,24 @@ void SiteSettings::updateVarNames() {
 }
 
 void SiteSettings::initializeExternalPlugins() {
-    const boost::filesystem::path location(winExternalPluginsLocation);
-    if (location.empty() || !boost::filesystem::is_directory(location)) {
+    const boost::filesystem::path location = directoryOf(winExternalPluginsLocation);
+    if (location.empty()) {
         return;
     }
     if (LoggerStream line{infoLogger()}) {
         line << "adding external plugins" << std::endl;
     }
-    for (const boost::filesystem::path& directory : entriesInNameOrder(location)) {
-        addExternalPlugin(directory);
+    std::vector<boost::filesystem::path> added;
+    try {
+        for (const boost::filesystem::path& directory : entriesInNameOrder(location)) {
+            addExternalPlugin(directory);
+            added.push_back(directory);
+        }
+    } catch (...) {
+        for (const boost::filesystem::path& directory : added) {
+            PluginsManagement().removePlugin(directory);
+        }
+        throw;
     }
 }
 

@@ -18,11 +18,12 @@ namespace Kym {
 class KYM_EXPORT SiteSettings : public SettingsProtocol {
   public:
     /// Loads the data file and registers the external plugins with `PluginsManagement()`. Errors as of
-    /// `load`, of the plugins' files and of `SystemInfo::localDepartmentsPath`.
+    /// `load`, of the plugins' files and of `SystemInfo::localDepartmentsPath`; no external plugin is
+    /// registered then.
     SiteSettings();
 
-    /// Replaces all settings by the content of the data file; without a file they stay as they are. After an
-    /// error (`Base::ArchiveError`) nothing has changed.
+    /// Replaces the settings by the content of the data file. One that the file lacks stays as it is, and so
+    /// do all of them when there is no file. After an error (`Base::ArchiveError`) nothing has changed.
     void load();
 
     /// Writes the data file when `needsSaving()`. After an error the store still needs saving.
@@ -35,7 +36,8 @@ class KYM_EXPORT SiteSettings : public SettingsProtocol {
     void mergeEnvVariables(std::vector<EnvironmentVariable>& list) const;
 
     /// The browser that shows documentation, as a short path; as a long path when there is no short one, so
-    /// that a message can name what is missing. The member `browser` is not asked.
+    /// that a message can name what is missing; with its reference to PROGRAMFILES, when that cannot be
+    /// expanded. The member `browser` is not asked.
     std::string getWebBrowser() const;
 
     EnvironmentVariable unixNxInstallPath;
@@ -49,7 +51,7 @@ class KYM_EXPORT SiteSettings : public SettingsProtocol {
     EnvironmentVariable winPlotConfBase;
     bool useWindowsRegistry = true;  ///< take the CAD install path from the registry
     std::string unixExternalPluginsLocation;
-    std::string winExternalPluginsLocation;  ///< a directory, each entry of which is a plugin
+    std::string winExternalPluginsLocation;  ///< a directory, each entry of which is a plugin; else unused
 
   private:
     friend class Launcher;

@@ -52,9 +52,16 @@ bool isDirectory(const path& candidate) {
     return boost::filesystem::is_directory(candidate, ignored);
 }
 
+std::optional<path> expanded(std::string text) {
+    try {
+        return Base::Environment::expandEnvVariables(text);
+    } catch (const Base::Environment::ExpansionError&) {
+        return std::nullopt;
+    }
+}
+
 // The directory beside "C:\kym\" is the one beside "C:\kym"; its parent would else be "C:\kym" itself.
-path expandedDirectory(std::string text) {
-    path directory = Base::Environment::expandEnvVariables(text);
+path withoutSeparatorsAtEnd(path directory) {
     while (directory.has_relative_path() && (directory.native().back() == path::separator ||
                                              directory.native().back() == path::preferred_separator)) {
         directory.remove_trailing_separator();
@@ -70,12 +77,12 @@ std::optional<path> departmentsOfVariable(const std::string& variable) {
     if (LoggerStream line{infoLogger()}) {
         line << "Checking if variable" << value << " can is a valid ugsite" << std::endl;
     }
-    path candidate = expandedDirectory(value);
-    if (!isDirectory(candidate)) {
+    const std::optional<path> candidate = expanded(value);
+    if (!candidate || !isDirectory(*candidate)) {
         return std::nullopt;
     }
     if (LoggerStream line{verboseLogger()}) {
-        line << "Using " << native(candidate) << " as ugsite" << std::endl;
+        line << "Using " << native(*candidate) << " as ugsite" << std::endl;
     }
     return candidate;
 }
@@ -114,7 +121,11 @@ void SystemInfo::load() {
     if (LoggerStream line{infoLogger()}) {
         line << "Loading system information: " << native(mDataFile) << std::endl;
     }
-    if (!Base::FileManager::exists(mDataFile) || !Base::FileManager::isReadable(mDataFile)) {
+    const bool missing = Base::FileManager::isMissing(mDataFile);
+    if (missing || !Base::FileManager::isReadable(mDataFile)) {
+        if (!missing) {
+            Base::FileManager::noteDamaged(mDataFile);
+        }
         if (LoggerStream line{infoLogger()}) {
             line << "  Data file was not found or not readable. Using default settings." << std::endl;
         }
@@ -148,8 +159,10 @@ void SystemInfo::save() {
 }
 
 const path& SystemInfo::installPath() const {
-    static const path installation =
-        expandedDirectory(Base::Environment::getEnvVariable(installPathVariable));
+    static const path installation = [] {
+        const std::string value = Base::Environment::getEnvVariable(installPathVariable);
+        return withoutSeparatorsAtEnd(expanded(value).value_or(value));
+    }();
     if (installation.empty()) {
         throw std::runtime_error(installPathVariable + " is not set.");
     }
@@ -166,18 +179,21 @@ const path& SystemInfo::applicationDataPath() const {
     if (computed) {
         return data;
     }
-    computed = true;
+    computed = true;  // also when there is no such folder: the system is asked once
     const std::optional<path> folder = Base::Platform::applicationDataFolder();
     if (!folder) {
         throw std::runtime_error("ERROR: Problem getting user's application data folder.");
     }
-    data = *folder / KymApplicationDataDirectoryName;
-    if (!boost::filesystem::exists(data)) {
-        boost::filesystem::create_directory(data);
-    } else if (!boost::filesystem::is_directory(data)) {
-        computed = false;
-        throw std::runtime_error("The path " + native(data) + " is not a directory.\n");
+    computed = false;
+    const path wanted = *folder / KymApplicationDataDirectoryName;
+    if (!boost::filesystem::exists(wanted)) {
+        boost::filesystem::create_directory(wanted);
+        Base::FileManager::setPermissions(wanted, 0775);
+    } else if (!boost::filesystem::is_directory(wanted)) {
+        throw std::runtime_error("The path " + native(wanted) + " is not a directory.\n");
     }
+    data = wanted;
+    computed = true;
     return data;
 }
 

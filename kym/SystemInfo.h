@@ -16,7 +16,8 @@ class KYM_EXPORT SystemInfo {
     SystemInfo();
 
     /// Reads the data file over the present values. A file that is missing or cannot be read is no error:
-    /// what could not be read keeps its value.
+    /// what could not be read keeps its value. A file that is there but cannot be read is not overwritten by
+    /// a later save before a copy of it was made.
     void load();
 
     /// Writes the data file when `needsSaving()`. After an error the store still needs saving.
@@ -29,18 +30,20 @@ class KYM_EXPORT SystemInfo {
     // The directories and the platform names are found once per process, whatever happens to the environment
     // or to this object later.
 
-    /// The install directory, as KYM_BASE_DIR names it (references to variables are expanded; no separator at
-    /// the end). `std::runtime_error` when the variable is not set or names no directory.
+    /// The install directory, as KYM_BASE_DIR names it (references to variables are expanded where they can
+    /// be; no separator at the end). `std::runtime_error` when the variable is not set or names no directory.
     const boost::filesystem::path& installPath() const;
 
     /// The directory `KymApplicationDataDirectoryName` in the user's application data folder, made when it is
-    /// missing. `std::runtime_error` when the system cannot tell the folder (later calls then return an empty
-    /// path) or when something else stands there (later calls try again).
+    /// missing, with the permissions 0775. `std::runtime_error` when the system cannot tell the folder (later
+    /// calls then return an empty path) or when something else stands there (later calls try again, as after
+    /// an error of the file system).
     const boost::filesystem::path& applicationDataPath() const;
 
     /// The directory of the departments: the one that the variable `KymConfigPathEnvVarName` names, else
-    /// "ugsite" beside the install directory, else `KymConfigFallbackDirectoryName` in it.
-    /// `std::runtime_error`, from the first and every later call, when there is none of them.
+    /// "ugsite" beside the install directory, else `KymConfigFallbackDirectoryName` in it. What is no
+    /// directory or cannot be expanded is passed over. `std::runtime_error`, from the first and every later
+    /// call, when there is none of them.
     const boost::filesystem::path& localDepartmentsPath() const;
 
     const std::string& osDirectoryName() const;

@@ -361,7 +361,7 @@ TEST_F(SiteStore, WritesItsFileWhenChangedAndReadsItBack) {
                      "Windows TcEng Install Path Key", "UNIX Portal Install Path Key",
                      "Windows Portal Install Path Key", "UNIX Browser Key", "Use Windows Registry Key",
                      "Common Environment Variables Key", "Unix Environment Variables Key",
-                     "Windows Environment Variables Key", "UNIX NX Plot Conf Directory Base Key",
+                     "Windows Environment Variables Key", "Unix NX Plot Conf Directory Base Key",
                      "Windows NX Plot Conf Directory Base Key", "Unix External Plugins Location Key",
                      "Windows External Plugins Location Key"}));
     SiteSettings again;
