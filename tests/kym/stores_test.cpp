@@ -1,3 +1,5 @@
+#include <functional>
+
 #include <boost/algorithm/string/join.hpp>
 #include <boost/algorithm/string/replace.hpp>
 #include <boost/filesystem/operations.hpp>
@@ -16,6 +18,10 @@
 
 #include "tests/support/SiteSupport.h"
 #include "tests/support/SystemSupport.h"
+
+#if defined(_WIN32)
+#include <windows.h>
+#endif
 
 using namespace Kym;
 using Base::Environment::setEnvVariable;
@@ -57,6 +63,32 @@ std::string merged(const SettingsProtocol& layer) {
     return text(variables);
 }
 
+/// Keeps a file from being read for a while, whoever runs the test.
+class Unreadable {
+  public:
+#if defined(_WIN32)
+    explicit Unreadable(const fs::path& file)
+        : mHeld(::CreateFileW(file.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)) {}
+    ~Unreadable() {
+        ::CloseHandle(mHeld);
+    }
+
+  private:
+    HANDLE mHeld;
+#else
+    explicit Unreadable(const fs::path& file) : mFile(file), mAside(file.string() + ".aside") {
+        fs::rename(mFile, mAside);
+        fs::create_symlink(mFile, mFile);
+    }
+    ~Unreadable() {
+        fs::rename(mAside, mFile);
+    }
+
+  private:
+    fs::path mFile, mAside;
+#endif
+};
+
 using SystemStore = Support::SiteTest;
 using BaseStore = Support::SiteTest;
 using SiteStore = Support::SiteTest;
@@ -74,7 +106,8 @@ struct Discovery {
     const char* variable;
     const char* directory;  // what exists below the root besides "departments" and "kym"
     std::string found;      // empty: nothing
-    std::string log;
+    const char* logger;
+    std::string log;  // its lines
 };
 
 void PrintTo(const Discovery& discovery, std::ostream* out) {
@@ -98,7 +131,7 @@ TEST_P(DepartmentsDiscovery, TakesTheFirstDirectory) {
     setEnvVariable("KYM_BASE_DIR", whole(given.base));
     setEnvVariable("KYM_UGSITE_DIR", whole(given.variable));
     const SystemInfo& system = SystemInformation();
-    site.startLog();
+    site.startLog(given.logger);
     for (const char* later : {"unused", "ugsite"}) {
         if (given.found.empty()) {
             EXPECT_EQ(errorOf([&] { system.localDepartmentsPath(); }),
@@ -109,36 +142,42 @@ TEST_P(DepartmentsDiscovery, TakesTheFirstDirectory) {
         }
         setEnvVariable("KYM_UGSITE_DIR", native(site.makeDirectory(later)));
     }
-    EXPECT_EQ(boost::join(site.logLines(), "\n"), whole(given.log));
+    EXPECT_EQ(boost::join(site.logLines(), "\n") + "\n", whole(given.log));
 }
 
-const std::string beside = "Checking for ugsite as sibling of @kym\n  does this exist? @ugsite\n";
+const std::string beside = "Checking for ugsite as sibling of @kym\n";
+const std::string question = "  does this exist? @ugsite\n";
 
 INSTANTIATE_TEST_SUITE_P(
     SystemStore, DepartmentsDiscovery,
     testing::Values(Discovery{"variable", "${KYM_TEST_ROOT}/kym", "${KYM_TEST_ROOT}/departments/", "ugsite",
-                              "@departments",
-                              "Checking if variable${KYM_TEST_ROOT}/departments/ can is a valid ugsite\n"
-                              "Using @departments as ugsite"},
-                    Discovery{"variableNamesFile", "@kym", "@file", "ugsite", "@ugsite",
-                              "Checking if variable@file can is a valid ugsite\n" + beside +
-                                  "Using @ugsite as ugsite"},
-                    Discovery{"siblingOfBaseWithSeparators", "@kym//", "", "ugsite", "@ugsite",
-                              beside + "Using @ugsite as ugsite"},
-                    Discovery{"fallback", "@kym", "", "kym/fb_ugsite", fallback,
-                              beside + "Using fallback ugsite: " + fallback},
-                    Discovery{"nothing", "@kym", "@missing", "kym", "",
-                              "Checking if variable@missing can is a valid ugsite\n" + beside +
-                                  "Using fallback ugsite: " + fallback}),
+                              "@departments" + separator, "kym.verbose",
+                              "Using @departments" + separator + " as ugsite\n"},
+                    Discovery{"variableNamesFile", "@kym", "@file", "ugsite", "@ugsite", "kym.info",
+                              "Checking if variable@file can is a valid ugsite\n" + beside},
+                    Discovery{"variableCannotBeExpanded", "@kym", "${KYM_UGSITE_DIR}", "ugsite", "@ugsite",
+                              "kym.info",
+                              "Checking if variable${KYM_UGSITE_DIR} can is a valid ugsite\n" + beside},
+                    Discovery{"siblingOfBaseWithSeparators", "@kym//", "", "ugsite", "@ugsite", "kym.verbose",
+                              question + "Using @ugsite as ugsite\n"},
+                    Discovery{"fallback", "@kym", "", "kym/fb_ugsite", fallback, "kym.info",
+                              beside + "Using fallback ugsite: " + fallback + "\n"},
+                    Discovery{"nothing", "@kym", "@missing", "kym", "", "kym.verbose", question}),
     [](const auto& discovery) { return discovery.param.title; });
 
-TEST_F(SystemStore, NeedsAnInstallation) {
-    setEnvVariable("KYM_BASE_DIR", "");
-    const std::string unset = "KYM_BASE_DIR is not set.";
-    EXPECT_EQ(errorOf([] { SystemInformation(); }), unset);
+class Installation : public SystemStore, public testing::WithParamInterface<Texts> {};
+
+TEST_P(Installation, MustBeNamed) {
+    setEnvVariable("KYM_BASE_DIR", GetParam().at(0));
+    EXPECT_EQ(errorOf([] { SystemInformation(); }), GetParam().at(1));
     setEnvVariable("KYM_BASE_DIR", site.installation().string());
-    EXPECT_EQ(errorOf([] { BaseInformation(); }), unset) << "the variable is read once";
+    EXPECT_EQ(errorOf([] { BaseInformation(); }), GetParam().at(1)) << "the variable is read once";
 }
+
+INSTANTIATE_TEST_SUITE_P(SystemStore, Installation,
+                         testing::Values(Texts{"", "KYM_BASE_DIR is not set."},
+                                         Texts{"${kym",
+                                               "KYM_BASE_DIR is set to a invalid directory:\n  ${kym"}));
 
 TEST_F(SystemStore, NeedsADirectoryAsInstallation) {
     const fs::path place = site.makeFile("file");
@@ -154,6 +193,8 @@ TEST_F(SystemStore, NeedsADirectoryAsInstallation) {
 TEST_F(SystemStore, MakesTheApplicationDataDirectory) {
     setEnvVariable("XDG_CONFIG_HOME", site.root().string());  // where the system asks the environment
     SystemInfo& system = SystemInformation();
+    system.KymApplicationDataDirectoryName = "no such directory/below";
+    EXPECT_THROW(system.applicationDataPath(), fs::filesystem_error);
     system.KymApplicationDataDirectoryName = fs::unique_path("kym-test-%%%%-%%%%-%%%%").string();
     const fs::path wanted = *Base::Platform::applicationDataFolder() / system.KymApplicationDataDirectoryName;
     Base::FileManager::replaceFile(wanted, "");
@@ -162,6 +203,9 @@ TEST_F(SystemStore, MakesTheApplicationDataDirectory) {
     fs::remove(wanted);
     EXPECT_EQ(system.applicationDataPath(), wanted);
     EXPECT_TRUE(fs::is_directory(wanted));
+    if (!Support::onWindows) {
+        EXPECT_EQ(fs::status(wanted).permissions(), 0775);
+    }
     system.KymApplicationDataDirectoryName = "other";
     EXPECT_EQ(SystemInfo(system).applicationDataPath(), wanted);
     fs::remove(wanted);
@@ -239,6 +283,18 @@ TEST_F(SystemStore, SurvivesADamagedFileAndAFailedSave) {
                loading, loading, "  Data file was not found or not readable. Using default settings."}));
 }
 
+TEST_F(SystemStore, KeepsACopyOfAFileThatCouldNotBeRead) {
+    const fs::path file = site.makeFile("kym/config/sysinfo.dat", "content");
+    site.startLog("kym.info");
+    {
+        const Unreadable held(file);
+        SystemInformation().settingsChanged();
+    }
+    SystemInformation().save();
+    EXPECT_EQ(contentOf(file.string() + ".damaged"), "content");
+    EXPECT_EQ(site.logLines().at(1), "  Data file was not found or not readable. Using default settings.");
+}
+
 TEST_F(BaseStore, WritesItsFileWhenEditedAndReadsItBack) {
     const fs::path file = site.installation() / "config" / "baseSettings.dat";
     BaseSettings& base = BaseInformation();
@@ -285,31 +341,19 @@ TEST_F(BaseStore, WritesItsFileWhenEditedAndReadsItBack) {
     for (ConfigApplication application : again.applicationList()) {
         EXPECT_EQ(application.configurationName(), "Base KYM");
     }
+    {
+        std::vector<EnvironmentVariable> others{{"WIN", "other"}};
+        Base::Archiver bad(file);
+        encodeMember(bad, "Windows Variables", others);
+        bad.encode("Application List", true);
+        bad.finishEncoding();
+    }
+    EXPECT_THROW(again.load(), Base::ArchiveError);
     site.startLog("kym.info");
     std::vector<EnvironmentVariable> variables{{"WIN", "old"}};
     again.mergeEnvVariables(variables);
     EXPECT_EQ(text(variables), "WIN=w\nCOMMON=c\n");
     EXPECT_EQ(site.logLines(), Texts{"  merging core KYM envirnment variables"});
-}
-
-TEST_F(BaseStore, KeepsItsListsWhenALoadFails) {
-    const fs::path file = site.installation() / "config" / "baseSettings.dat";
-    std::vector<EnvironmentVariable> first{{"A", "1"}};
-    Base::Archiver good(file);
-    encodeMember(good, "Common Variables", first);
-    good.finishEncoding();
-    BaseSettings& base = BaseInformation();
-    base.load();
-    EXPECT_EQ(merged(base), "A=1\n") << "a load replaces what there was";
-
-    std::vector<EnvironmentVariable> second{{"B", "2"}};
-    Base::Archiver bad(file);
-    encodeMember(bad, "Common Variables", second);
-    bad.encode("Application List", true);
-    bad.finishEncoding();
-    EXPECT_THROW(base.load(), Base::ArchiveError);
-    EXPECT_EQ(merged(base), "A=1\n");
-    EXPECT_THROW(BaseSettings(), Base::ArchiveError);
 }
 
 TEST_F(SiteStore, WritesItsFileWhenChangedAndReadsItBack) {
@@ -375,15 +419,55 @@ TEST_F(SiteStore, WritesItsFileWhenChangedAndReadsItBack) {
     addVariable(again.unixVariables(), "V", "v");
     EXPECT_TRUE(again.needsSaving()) << "the lists have marks of their own";
 
-    const std::string broken = contentOf(file).substr(0, 500);
-    site.makeFile("departments/site_settingsNx4.dat", broken);
-    again.browser.value = "kept";
-    EXPECT_THROW(again.load(), Base::ArchiveError);
-    EXPECT_EQ(again.browser.value, "kept");
-
     const std::string loading = "Loading site settings file: " + native(file);
     const std::string saving = "Saving site settings file: " + native(file);
-    EXPECT_EQ(site.logLines(), (Texts{loading, saving, saving, loading, loading}));
+    EXPECT_EQ(site.logLines(), (Texts{loading, saving, saving, loading}));
+}
+
+TEST_F(SiteStore, LoadsWhatItsFileHoldsOrNothing) {
+    using List = std::vector<EnvironmentVariable>;
+    struct Load {
+        const char* title;
+        std::function<void(Base::Archiver&)> write;
+        const char* state;  // after the loads so far
+    };
+    const auto list = [](const char* key, List variables) {
+        return [=](Base::Archiver& archiver) mutable { encodeMember(archiver, key, variables); };
+    };
+    const Load loads[] = {
+        {"list", list("Common Environment Variables Key", {{"A", "1"}, {"B", "2"}}), "1||A=1\nB=2\n"},
+        {"list again", list("Common Environment Variables Key", {{"C", "3"}}), "1||C=3\n"},
+        {"other list", list("Windows Environment Variables Key", {{"W", "4"}}), "1||C=3\nW=4\n"},
+        {"record",
+         [](Base::Archiver& archiver) {
+             EnvironmentVariable path("other name", "C:\\nx");
+             encodeMember(archiver, "Windows NX Install Path Key", path);
+         },
+         "1|C:\\nx|C=3\nW=4\n"},
+        {"boolean", [](Base::Archiver& archiver) { archiver.encode("Use Windows Registry Key", false); },
+         "0|C:\\nx|C=3\nW=4\n"},
+        {"damaged",
+         [](Base::Archiver& archiver) {
+             archiver.encode("Use Windows Registry Key", true);
+             archiver.encode("Windows External Plugins Location Key", 5);
+         },
+         "0|C:\\nx|C=3\nW=4\n"}};
+    SiteSettings& settings = SiteInformation();
+    for (const Load& load : loads) {
+        SCOPED_TRACE(load.title);
+        Base::Archiver archiver(site.departments() / "site_settingsNx4.dat");
+        load.write(archiver);
+        archiver.finishEncoding();
+        if (load.title == std::string("damaged")) {
+            EXPECT_THROW(settings.load(), Base::ArchiveError);
+        } else {
+            settings.load();
+        }
+        EXPECT_EQ(std::to_string(settings.useWindowsRegistry) + "|" + settings.winNxInstallPath.value + "|" +
+                      merged(settings),
+                  load.state);
+        EXPECT_EQ(settings.winNxInstallPath.name, "UGII_BASE_DIR");
+    }
 }
 
 TEST_F(SiteStore, MergesWhatItDerivesBeforeItsLists) {
@@ -445,16 +529,29 @@ TEST_F(SiteStore, MergesWhatItDerivesBeforeItsLists) {
         expected.replace(expected.find("<browser>"), 9, browser);
         EXPECT_EQ(text(variables), expected);
     }
+    settings.useWindowsRegistry = false;
+    settings.winNxInstallPath.value = "C:\\nx";
     addVariable(settings.winVariables(), "UGII_UGDOC_BASE_DIR", "D:\\doc;$UGII_UGDOC_BASE_DIR");
-    site.startLog("kym.info");
-    std::vector<EnvironmentVariable> variables;
-    settings.mergeEnvVariables(variables);
-    EXPECT_EQ(variables.back().value, "D:\\doc;${UGII_BASE_DIR}/ugdoc");
-    EXPECT_EQ(site.logLines(), Texts{"  merging site envirnment variables"});
+    addVariable(settings.winVariables(), "NEW", "n");
+    const std::pair<const char*, Texts> logs[] = {
+        {"kym.info", {"  merging site envirnment variables"}},
+        {"kym.verbose",
+         {"  merging UGII_BASE_DIR", "    Replacing UGII_BASE_DIR value.", "      current value: C:\\old",
+          "      new value: C:\\nx", "  merging UGII_ROOT_DIR", "  merging UGII_UGDOC_BASE_DIR",
+          "    current value: C:\\\\doc", "    value = D:\\doc;C:\\doc", "    replacing existing value",
+          "    new value: D:\\doc;C:\\doc", "  merging NEW", "    value = n"}}};
+    for (const auto& [logger, lines] : logs) {
+        std::vector<EnvironmentVariable> variables{{"UGII_BASE_DIR", "C:\\old"},
+                                                   {"UGII_UGDOC_BASE_DIR", "C:\\doc"}};
+        site.startLog(logger);
+        settings.mergeEnvVariables(variables);
+        EXPECT_EQ(site.logLines(), lines) << logger;
+    }
 }
 
 TEST_F(SiteStore, AsksTheSystemForTheInstallPathAndTheBrowser) {
-    const std::string key = SystemInformation().CadWindowsRegistryPath =
+    SystemInfo& system = SystemInformation();
+    const std::string key = system.CadWindowsRegistryPath =
         "SOFTWARE\\" + fs::unique_path("KymTest%%%%%%%%").string() + "\\NX";
     const SiteSettings& settings = SiteInformation();
     const std::pair<std::string, std::string> installations[] = {
@@ -470,10 +567,19 @@ TEST_F(SiteStore, AsksTheSystemForTheInstallPathAndTheBrowser) {
     }
     Support::deleteLocalMachineKey(key.substr(0, key.rfind('\\')));
 
+    Support::writeLocalMachineText("", "KymTest", "D:\\nx");  // where an empty path would lead
+    system.CadWindowsRegistryPath.clear();
+    system.CadInstallPathVariable = "KymTest";
+    std::vector<EnvironmentVariable> variables;
+    settings.mergeEnvVariables(variables);
+    EXPECT_TRUE(text(variables).starts_with("UGII_HTML_BROWSER=")) << text(variables);
+
     const fs::path browser = site.makeFile("Program Files\\Internet Explorer\\iexplore.exe");
     setEnvVariable("PROGRAMFILES", (site.root() / "Program Files").string());
     EXPECT_TRUE(fs::equivalent(settings.getWebBrowser(), browser)) << settings.getWebBrowser();
     EXPECT_EQ(settings.getWebBrowser().find(' ') == std::string::npos, Support::onWindows);
+    setEnvVariable("PROGRAMFILES", "${");
+    EXPECT_EQ(settings.getWebBrowser(), "${PROGRAMFILES}\\Internet Explorer\\iexplore.exe");
 }
 
 TEST_F(SiteStore, RegistersEveryEntryOfTheExternalPluginsInNameOrder) {
@@ -485,10 +591,26 @@ TEST_F(SiteStore, RegistersEveryEntryOfTheExternalPluginsInNameOrder) {
     Base::Archiver archiver(site.departments() / "site_settingsNx4.dat");
     archiver.encode("Windows External Plugins Location Key", (site.root() / "external").string());
     archiver.finishEncoding();
+    site.makeFile("external/b/settings.dat", "damaged");
+    EXPECT_THROW(SiteInformation(), Base::ArchiveError);
+    EXPECT_EQ(PluginsManagement().numberOfPlugins(), 1) << "the external ones come all or none";
+    fs::remove(site.root() / "external" / "b" / "settings.dat");
     SiteInformation();
     Texts names;
     for (int row = 0; row < PluginsManagement().numberOfPlugins(); ++row) {
         names.push_back(PluginsManagement().plugin(row, false)->name());
     }
     EXPECT_EQ(names, (Texts{"internal", "B2", "a", "a b", "b", "c.txt", "é"}));
+}
+
+TEST_F(SiteStore, PassesOverAPlaceOfPluginsThatIsNoDirectory) {
+    const std::string external = site.makeDirectory("external/plugin").parent_path().string();
+    for (const std::string& location : {external + std::string(1, '\0'), std::string("\xff\xfe"),
+                                        external + "/none", std::string(70000, 'x')}) {
+        Base::Archiver archiver(site.departments() / "site_settingsNx4.dat");
+        archiver.encode("Windows External Plugins Location Key", location);
+        archiver.finishEncoding();
+        EXPECT_NO_THROW(SiteSettings());
+    }
+    EXPECT_EQ(PluginsManagement().numberOfPlugins(), 0);
 }
