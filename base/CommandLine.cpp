@@ -220,6 +220,10 @@ std::u16string environmentBlock(const std::map<std::string, std::string>& variab
         }
         std::u16string key = utf16(name, what);
         std::u16string text = key + u'=' + utf16(value, what);
+        if (text.size() >= systemLimit) {
+            refuse(what, "its name and value have " + std::to_string(text.size()) +
+                             " characters, less than " + std::to_string(systemLimit) + " are possible.");
+        }
         std::transform(key.begin(), key.end(), key.begin(), upperCase);
         entries.push_back({std::move(key), std::move(text)});
     }

@@ -135,7 +135,7 @@ void copyDamaged(const path& file, const path& target) {
 
 bool exists(const path& file) {
     error_code error;
-    return fs::exists(Platform::reachablePath(file), error);
+    return !file.empty() && fs::exists(Platform::reachablePath(file), error);
 }
 
 bool isMissing(const path& file) {

@@ -45,6 +45,13 @@ void Task::launch() {
         throw TaskError("Program " + FileManager::native(mProgram) + " could not be started: " + reason);
     };
     boost::system::error_code error;
+    const auto holdsNul = [](const boost::filesystem::path& path) {
+        return path.native().find(boost::filesystem::path::value_type()) !=
+               boost::filesystem::path::string_type::npos;
+    };
+    if (holdsNul(mProgram) || holdsNul(mDirectory)) {
+        fail("the path of the program or of the working directory holds a NUL");
+    }
     Platform::ProcessStart start;
     start.program = Platform::fullPath(mProgram);
     if (boost::filesystem::is_directory(start.program, error)) {

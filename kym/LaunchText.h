@@ -25,8 +25,7 @@ std::string cleanPathList(const std::string& value);
 bool isPathVariable(std::string_view name);
 
 /// Whether a variable of that name is handed to a program: it begins with a letter and holds letters, digits
-/// and
-/// "_" only, or holds "X86", as COMMONPROGRAMFILES(X86) does. The empty name passes.
+/// and "_" only, or holds "X86", as COMMONPROGRAMFILES(X86) does. The empty name passes.
 bool isValidVariableName(std::string_view name);
 
 /// Splits an argument text into every match of (".*"|[^\s]+), from left to right: from a quote to the last

@@ -230,12 +230,19 @@ void Launcher::buildEnvVarMap(const Configuration& config, const Configuration* 
     logInfo("Evaluating the completed environment");
     std::vector<std::string*> pathLists;
     const bool verbose = verboseLogger().isOn();
+    constexpr std::size_t sizeLimit = std::size_t{64} << 20U;
+    std::size_t size = 0;
     for (auto& [name, value] : env) {
         if (verbose) {
             LoggerStream(verboseLogger()) << "  Expanding variable " << name << "=" << value << std::endl;
         }
         try {
             Base::Environment::expandEnvVariables(value, env);
+            size += value.size();
+            if (size > sizeLimit) {
+                throw std::runtime_error("The environment grows beyond " + std::to_string(sizeLimit) +
+                                         " bytes.");
+            }
         } catch (const std::exception& error) {
             throw std::runtime_error("Error expanding variable '" + name + "'.\n" + error.what());
         }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <stdexcept>
 #include <utility>
 
 #include <boost/algorithm/string/replace.hpp>
@@ -76,6 +77,22 @@ std::string substituteLiterally(std::string_view name, std::string_view text, st
     }
     result.append(text, copied);
     return result;
+}
+
+constexpr std::size_t sizeLimit = std::size_t{1} << 20U;
+
+void refuseBeyond(std::size_t limit, std::size_t size, const std::string& name) {
+    if (size > limit) {
+        throw std::runtime_error("The value of the variable " + name + " refers to itself and grows beyond " +
+                                 std::to_string(sizeLimit) + " bytes.");
+    }
+}
+
+/// Values that double from layer to layer must not use up the memory before their size is known.
+void checkGrowth(const EnvironmentVariable& variable, std::string_view current) {
+    const auto references =
+        static_cast<std::size_t>(std::count(variable.value.begin(), variable.value.end(), '$'));
+    refuseBeyond(64 * sizeLimit, variable.value.size() + references * current.size(), variable.name);
 }
 
 }  // namespace
@@ -153,12 +170,13 @@ void VariableList::mergeLayered(const EnvironmentVariable& variable) {
             << std::endl;
     }
     std::string* text = nullptr;
-    if (!entry.plainName) {
-        text = &mTexts.emplace_back(substituteByExpression(variable.name, variable.value, entry.value));
-    } else if (variable.value.find('$') != std::string::npos) {
-        text = &mTexts.emplace_back(isPlainReplacement(entry.value)
+    if (!entry.plainName || variable.value.find('$') != std::string::npos) {
+        const bool literally = entry.plainName && isPlainReplacement(entry.value);
+        checkGrowth(variable, entry.value);
+        text = &mTexts.emplace_back(literally
                                         ? substituteLiterally(variable.name, variable.value, entry.value)
                                         : substituteByExpression(variable.name, variable.value, entry.value));
+        refuseBeyond(sizeLimit, text->size(), variable.name);
     }
     entry.ownText = text;
     entry.value = text ? *text : variable.value;

@@ -19,6 +19,7 @@
 
 #include "bench/Transcription.h"
 #include "tests/support/SiteSupport.h"
+#include "tests/support/SystemSupport.h"
 
 using Base::FileManager::native;
 using Kym::Configuration;
@@ -109,6 +110,8 @@ TEST_F(LauncherTest, LaterLayersExtendAndReplaceEarlierOnes) {
     EXPECT_EQ(variable("LAUNCHER_TEST_FROM_PROCESS"), "(unset)");
     EXPECT_EQ(variable("UG_VER"), Kym::SystemInformation().CadVersionDirectory);
 
+    site.makeFile("kym/symbol/symbol_library.txt");
+    EXPECT_NE(variable("UGII_SYMBOL_LIBRARY_DIR"), "(unset)");
     app.disableCustomization = true;
     auto env = build(&shared);
     EXPECT_EQ(env["TRACE"], ">site>site-win>app");
@@ -177,6 +180,10 @@ TEST_F(LauncherTest, EvaluatesValuesForWindowsPrograms) {
     fill(config.settings()->commonVariables(), {{"LONG", std::string(32000, 'x')}});
     EXPECT_EQ(variable("LONG"), std::string(32000, 'x'));
 
+    fill(config.settings()->commonVariables(), Variables(30, {"TWICE", std::string("x$TWICE$TWICE")}));
+    EXPECT_THAT([&] { build(); },
+                ThrowsMessage<std::exception>(HasSubstr("TWICE refers to itself and grows")));
+    config = department("design");
     fill(config.settings()->commonVariables(), {{"LOOP", "$POOL"}, {"POOL", "x${LOOP}"}});
     EXPECT_THAT([&] { build(); },
                 ThrowsMessage<std::exception>(AllOf(StartsWith("Error expanding variable 'LOOP'.\n"),
@@ -325,6 +332,8 @@ TEST_F(LauncherTest, ChecksTheCadInstallation) {
     EXPECT_TRUE(boost::filesystem::equivalent(env["UGII_BASE_DIR"], installation));
     EXPECT_TRUE(boost::filesystem::equivalent(env["UGII_ROOT_DIR"], root));
     EXPECT_EQ(env.count("UGII_LIB1"), 0U);
+    EXPECT_EQ(env["UGII_BASE_DIR"].find(' ') == std::string::npos, Support::onWindows);
+    EXPECT_EQ(env["UGII_ROOT_DIR"].find(' ') == std::string::npos, Support::onWindows);
 
     env = {{"UGII_BASE_DIR", native(installation)}, {"UGII_LIB1", native(root)}};
     launcher.checkCadEnvironment(env);
