@@ -200,7 +200,9 @@ void replaceFile(const path& file, std::string_view content) {
     const path target = linkTarget(Platform::reachablePath(file));
     error_code error;
     const fs::file_status status = fs::status(target, error);
-    if (status.type() == fs::status_error) {
+    const bool absent = status.type() == fs::file_not_found &&
+                        (error == errc::no_such_file_or_directory || error == errc::not_a_directory);
+    if (!absent && !fs::exists(status)) {
         fail("Cannot tell what stands in the place of the file", file, error);
     }
     const path key = damagedKey(file);
@@ -222,8 +224,10 @@ void replaceFile(const path& file, std::string_view content) {
             copyDamaged(file, target);
         }
     }
-    damagedFiles().erase(key);
     writeOver(target, content, error);
+    if (!error || absent) {
+        damagedFiles().erase(key);
+    }
     if (error) {
         fail("Cannot replace the file", file, error);
     }
