@@ -33,7 +33,8 @@ bool isEnterable(const path& directory);
 /// Whether the regular file can be executed.
 bool isExecutableFile(const path& file);
 
-/// The whole content, which others may read, replace or remove at the same time.
+/// The whole content of a regular file, which others may read, replace or remove at the same time. Waits a
+/// while for others who keep it from being read; never for a pipe to be written.
 std::string readFile(const path& file, error_code& error);
 
 /// A new file that is going to replace another one in the same directory. While it is being written, no other

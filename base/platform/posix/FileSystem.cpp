@@ -74,7 +74,9 @@ std::string readFile(const path& file, error_code& error) {
     struct stat status {};
     if (opened < 0 || ::fstat(opened, &status) != 0) {
         error = lastError();
-    } else if (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode)) {
+    } else if (S_ISDIR(status.st_mode)) {
+        error = make_error_code(boost::system::errc::is_a_directory);
+    } else if (!S_ISREG(status.st_mode)) {
         error = make_error_code(boost::system::errc::operation_not_permitted);
     } else {
         content.resize(static_cast<std::size_t>(status.st_size) + 1);  // one more, to see the end at once
@@ -141,7 +143,9 @@ void ReplacementFile::replace(const path& target, error_code& error) {
     struct stat made {};
     const bool otherMode = ::stat(target.c_str(), &old) == 0 && ::fstat(descriptor(mHandle), &made) == 0 &&
                            (old.st_mode & 07777) != (made.st_mode & 07777);
-    if (otherMode && ::fchmod(descriptor(mHandle), old.st_mode & 07777) != 0) {
+    const mode_t added = made.st_mode & ~old.st_mode & 0777;
+    // A file system that keeps no modes refuses to change them.
+    if (otherMode && ::fchmod(descriptor(mHandle), old.st_mode & 07777) != 0 && added != 0) {
         error = lastError();
     } else if (::rename(mName.c_str(), target.c_str()) != 0) {
         error = lastError();

@@ -49,14 +49,43 @@ bool writeAll(HANDLE file, std::string_view text) {
     return true;
 }
 
-// How often, and with which pauses in milliseconds, to ask for a file that somebody has open: about two
-// seconds.
-constexpr int attempts = 40;
-constexpr DWORD pause = 50;
-
 bool isBusy(const error_code& error) {
     return error.value() == ERROR_ACCESS_DENIED || error.value() == ERROR_SHARING_VIOLATION ||
            error.value() == ERROR_LOCK_VIOLATION;
+}
+
+bool isDirectory(const path& file) {
+    const DWORD attributes = ::GetFileAttributesW(file.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+constexpr int attempts = 40;  // with the pauses, about two seconds
+constexpr DWORD pause = 50;   // milliseconds
+
+// The attempts at one file that somebody may hold for a while.
+class Patience {
+  public:
+    // Waits a moment for the next attempt; false when there is to be none.
+    bool waits(const error_code& error, int most = attempts) {
+        if (!isBusy(error) || mAttempt >= most) {
+            return false;
+        }
+        ++mAttempt;
+        ::Sleep(pause);
+        return true;
+    }
+
+  private:
+    int mAttempt = 1;
+};
+
+// Reading is denied for a moment while a removed file is still open somewhere; a real denial is soon told.
+int readAttempts(const path& file, const error_code& error) {
+    constexpr int attemptsWhenDenied = 4;
+    if (error.value() != ERROR_ACCESS_DENIED) {
+        return attempts;
+    }
+    return isDirectory(file) ? 1 : attemptsWhenDenied;
 }
 
 }  // namespace
@@ -99,17 +128,15 @@ bool isExecutableFile(const path& file) {
 
 std::string readFile(const path& file, error_code& error) {
     error.clear();
+    Patience patience;
     HANDLE opened = INVALID_HANDLE_VALUE;
-    for (int attempt = 1; opened == INVALID_HANDLE_VALUE; ++attempt) {
+    while (opened == INVALID_HANDLE_VALUE) {
         opened = open(file, GENERIC_READ, shareAll, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN);
         if (opened == INVALID_HANDLE_VALUE) {
             error = lastError();
-            const bool shared =
-                error.value() == ERROR_SHARING_VIOLATION || error.value() == ERROR_LOCK_VIOLATION;
-            if (!shared || attempt == attempts) {
+            if (!patience.waits(error, readAttempts(file, error))) {
                 return {};
             }
-            ::Sleep(pause);
         }
     }
     error.clear();
@@ -124,9 +151,13 @@ std::string readFile(const path& file, error_code& error) {
         if (size == content.size()) {
             content.resize(2 * size);
         }
-        if (!::ReadFile(opened, content.data() + size, portion(content.size() - size), &count, nullptr)) {
+        while (!error &&
+               !::ReadFile(opened, content.data() + size, portion(content.size() - size), &count, nullptr)) {
             error = lastError();
             count = 0;
+            if (patience.waits(error)) {
+                error.clear();
+            }
         }
     }
     content.resize(error ? 0 : size);
@@ -169,19 +200,16 @@ void ReplacementFile::write(std::string_view content, error_code& error) {
 
 void ReplacementFile::replace(const path& target, error_code& error) {
     close();
-    for (int attempt = 1;; ++attempt) {
-        if (::MoveFileExW(mName.c_str(), target.c_str(),
-                          MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
-            error.clear();
-            mName.clear();
-            return;
-        }
+    Patience patience;
+    while (
+        !::MoveFileExW(mName.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
         error = lastError();
-        if (!isBusy(error) || attempt == attempts) {
+        if (!patience.waits(error)) {
             return;
         }
-        ::Sleep(pause);
     }
+    error.clear();
+    mName.clear();
 }
 
 void removeAbandoned(const path& replacementFile) {
