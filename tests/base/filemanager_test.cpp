@@ -1,7 +1,8 @@
 #include "base/FileManager.h"
 
+#include <chrono>
 #include <fstream>
-#include <functional>
+#include <future>
 #include <memory>
 #include <set>
 #include <string>
@@ -24,6 +25,7 @@
 #else
 #include <csignal>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #endif
@@ -229,8 +231,10 @@ TEST_F(FileManagerTest, AFileThatSomebodyHoldsStaysWhole) {
     const HANDLE held = hold(file);
     EXPECT_FALSE(FileManager::isReadable(file));
     expectRefusal(file);
+    std::future<std::string> content = std::async(std::launch::async, [&] { return readFile(file); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
     ::CloseHandle(held);
-    EXPECT_EQ(readFile(file), "old");
+    EXPECT_EQ(content.get(), "old");
     FileManager::setPermissions(file, 0444);
     expectRefusal(file);
     FileManager::setPermissions(file, 0664);
@@ -316,17 +320,29 @@ TEST_F(FileManagerTest, RespectsAndKeepsTheRightsOfFiles) {
     }
 }
 
-TEST_F(FileManagerTest, AFullDiskLeavesTheOldFile) {
+TEST_F(FileManagerTest, AFullDiskLeavesTheOldFileAndTheNoteOfItsDamage) {
     const fs::path file = make("a.dat", "old");
+    const fs::path copy = make("a.dat.damaged", "old");
     rlimit before{};
     ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
     const rlimit small{1000, before.rlim_max};
     const auto handler = std::signal(SIGXFSZ, SIG_IGN);
     ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    FileManager::noteDamaged(file);
     expectRefusal(file, std::string(100'000, 'x'));
     ::setrlimit(RLIMIT_FSIZE, &before);
     std::signal(SIGXFSZ, handler);
     EXPECT_EQ(readFile(file), "old");
+    fs::remove(copy);
+    replaceFile(file, "new");
+    EXPECT_EQ(readFile(copy), "old");
+}
+
+TEST_F(FileManagerTest, WaitsForNoPipe) {
+    const fs::path pipe = folder / "a.dat";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0666), 0);
+    EXPECT_THROW(readFile(pipe), fs::filesystem_error);
+    expectRefusal(pipe);
 }
 
 TEST_F(FileManagerTest, SymbolicLinksStay) {
