@@ -1,14 +1,16 @@
 #include "base/BaseException.h"
 
-#include <utility>
+#include "base/Text.h"
 
 namespace Base {
 
-BaseException::BaseException(std::string message) : mMessage(std::move(message)) {}
+BaseException::BaseException(const std::string& message) : mMessage(Text::readableLines(message)) {}
 BaseException::BaseException(const BaseException&) = default;
 BaseException& BaseException::operator=(const BaseException&) = default;
 BaseException::~BaseException() = default;
 
-const char* BaseException::what() const noexcept { return mMessage.c_str(); }
+const char* BaseException::what() const noexcept {
+    return mMessage.c_str();
+}
 
 }  // namespace Base

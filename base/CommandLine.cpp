@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <tuple>
+#include <iterator>
 #include <utility>
 
+#include "base/Text.h"
 #include "base/platform/Utf16.h"
 
 namespace Base::CommandLine {
@@ -16,21 +17,6 @@ constexpr std::size_t interpreterLimit = 8191;
 
 bool isLetterOrDigit(char c) {
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-// For messages: control characters, which would cut a message off or break its line, as numbers.
-std::string shown(std::string_view text) {
-    constexpr char digits[] = "0123456789ABCDEF";
-    std::string result;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x20) {
-            result += {'\\', 'x', digits[byte >> 4U], digits[byte & 0xFU]};
-        } else {
-            result += c;
-        }
-    }
-    return result;
 }
 
 [[noreturn]] void refuse(const std::string& what, const std::string& reason) {
@@ -56,21 +42,21 @@ std::u16string utf16(std::string_view text, const std::string& what) {
 }
 
 std::string nameOf(std::string_view argument) {
-    return "The argument \"" + shown(argument) + '"';
+    return "The argument \"" + Text::readable(argument, 200) + '"';
 }
 
 void checkLength(const std::string& line, std::size_t limit) {
-    const std::size_t units = utf16(line, "The command line \"" + shown(line) + '"').size();
+    const std::size_t units = utf16(line, "The command line").size();
     if (units >= limit) {
         throw TaskError("The command line of " + std::to_string(units) +
                         " characters is too long, less than " + std::to_string(limit) +
-                        " are possible: " + shown(line.substr(0, 200)) + "...");
+                        " are possible: " + Text::readable(line, 200));
     }
 }
 
 std::string quotedProgram(const std::string& program) {
     if (program.find('"') != std::string::npos) {
-        throw TaskError("The name of a program cannot hold a double quote: " + shown(program));
+        throw TaskError("The name of a program cannot hold a double quote: " + Text::readable(program));
     }
     return '"' + program + '"';
 }
@@ -127,7 +113,8 @@ std::string_view withoutTrailing(std::string_view text, std::string_view charact
     return text.substr(0, text.find_last_not_of(characters) + 1);
 }
 
-// Upper case as the system sees it in the names of variables: Latin, Greek and Cyrillic letters.
+// Upper case as the system sees it in the names of variables, for ASCII, Latin-1 and the Greek and Cyrillic
+// alphabets without their accented and historic letters. Other letters stand for themselves.
 char16_t upperCase(char16_t unit) {
     const auto in = [unit](char16_t first, char16_t last) { return unit >= first && unit <= last; };
     const bool by32 = in(u'a', u'z') || (in(0xE0, 0xFE) && unit != 0xF7) ||
@@ -187,7 +174,7 @@ std::string batchCommandLine(const std::string& cmdExe, const std::string& scrip
     const std::string_view name = std::string_view(script).substr(script.find_last_of("/\\") + 1);
     if (!hasBatchExtension(script) || name.find(':') != std::string_view::npos ||
         script.find_first_of("\"\r\n") != std::string::npos) {
-        throw TaskError("This cannot be run as a batch file: " + shown(script));
+        throw TaskError("This cannot be run as a batch file: " + Text::readable(script));
     }
     std::string line = quotedProgram(cmdExe) + " /d /e:ON /v:OFF /c \"\"";
     for (const char c : script) {
@@ -214,7 +201,7 @@ std::u16string environmentBlock(const std::map<std::string, std::string>& variab
         if (name.empty()) {
             continue;
         }
-        const std::string what = "The variable " + shown(name);
+        const std::string what = "The variable " + Text::readable(name);
         if (name.find('=') != std::string::npos) {
             refuse(what, "its name holds \"=\".");
         }
@@ -227,12 +214,14 @@ std::u16string environmentBlock(const std::map<std::string, std::string>& variab
         std::transform(key.begin(), key.end(), key.begin(), upperCase);
         entries.push_back({std::move(key), std::move(text)});
     }
-    std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
-        return std::tie(a.key, a.text) < std::tie(b.key, b.text);
-    });
+    std::stable_sort(entries.begin(), entries.end(),
+                     [](const Entry& a, const Entry& b) { return a.key < b.key; });
     std::u16string block;
-    for (const Entry& entry : entries) {
-        block.append(entry.text).push_back(u'\0');
+    for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
+        const auto next = std::next(entry);
+        if (next == entries.end() || next->key != entry->key) {
+            block.append(entry->text).push_back(u'\0');
+        }
     }
     block.append(block.empty() ? 2 : 1, u'\0');
     return block;

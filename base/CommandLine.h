@@ -40,8 +40,9 @@ std::string batchCommandLine(const std::string& cmdExe, const std::string& scrip
 
 /// The environment block of exactly these variables: UTF-16, every NAME=VALUE with a NUL behind it, in the
 /// order of the upper-cased names, one more NUL at the end. Two NULs when there is no variable. An entry
-/// without a name is left out, since no program could see it. A name with "=" or a NUL and a value with a NUL
-/// are refused; the message names the variable.
+/// without a name is left out, since no program could see it; of names that differ in nothing but the case of
+/// their letters, which the system does not tell apart, the last in the order of the map stays. A name with
+/// "=" or a NUL and a value with a NUL are refused; the message names the variable.
 std::u16string environmentBlock(const std::map<std::string, std::string>& variables);
 
 }  // namespace Base::CommandLine

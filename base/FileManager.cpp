@@ -146,6 +146,11 @@ bool isMissing(const path& file) {
            (error == errc::no_such_file_or_directory || error == errc::not_a_directory);
 }
 
+bool isDirectory(const path& file) {
+    error_code error;
+    return fs::is_directory(Platform::reachablePath(file), error);
+}
+
 bool isReadable(const path& file) {
     return Platform::isReadable(Platform::reachablePath(file));
 }

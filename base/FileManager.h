@@ -17,6 +17,9 @@ bool exists(const path& file);
 /// cannot be reached for a moment is not taken for a file that was never written.
 bool isMissing(const path& file);
 
+/// Whether a directory stands at the path; false when that cannot be told.
+bool isDirectory(const path& file);
+
 /// Whether this process may open the file for reading, or list the directory.
 bool isReadable(const path& file);
 

@@ -1,7 +1,5 @@
 #include "base/Task.h"
 
-#include <boost/filesystem/operations.hpp>
-
 #include "base/CommandLine.h"
 #include "base/FileManager.h"
 #include "base/platform/Process.h"
@@ -44,7 +42,6 @@ void Task::launch() {
     const auto fail = [&](const std::string& reason) {
         throw TaskError("Program " + FileManager::native(mProgram) + " could not be started: " + reason);
     };
-    boost::system::error_code error;
     const auto holdsNul = [](const boost::filesystem::path& path) {
         return path.native().find(boost::filesystem::path::value_type()) !=
                boost::filesystem::path::string_type::npos;
@@ -54,31 +51,40 @@ void Task::launch() {
     }
     Platform::ProcessStart start;
     start.program = Platform::fullPath(mProgram);
-    if (boost::filesystem::is_directory(start.program, error)) {
+    if (FileManager::isDirectory(start.program)) {
         fail("it is a directory");
     }
+    const std::string program = start.program.string();
+    const bool isBatchFile = CommandLine::isBatchFile(program);
     if (!mDirectory.empty()) {
         start.directory = Platform::fullPath(mDirectory);
-        const auto type = boost::filesystem::status(start.directory, error).type();
-        if (type == boost::filesystem::file_not_found) {
-            fail("the working directory " + FileManager::native(mDirectory) + " does not exist");
-        }
-        if (type != boost::filesystem::directory_file) {
-            fail("the working directory " + FileManager::native(mDirectory) + " is not a directory");
-        }
     }
-    const std::string program = start.program.string();
-    if (CommandLine::isBatchFile(program)) {
-        if (!boost::filesystem::is_regular_file(start.program, error)) {
+    if (isBatchFile) {
+        const auto directory = mDirectory.empty() ? FileManager::workDirectory() : start.directory;
+        if (FileManager::nativeText(directory.string()).starts_with("\\\\")) {
+            fail("no batch file can start in the working directory " + FileManager::native(directory) +
+                 ", which does not begin with a drive letter");
+        }
+        if (!FileManager::exists(start.program)) {
             fail("there is no such batch file");
         }
-        start.program = Platform::batchInterpreter();
-        start.commandLine = CommandLine::batchCommandLine(start.program.string(), program, mArguments);
-    } else {
-        start.commandLine = CommandLine::programCommandLine(program, mArguments);
     }
-    if (mEnvironment) {
-        start.environment = CommandLine::environmentBlock(*mEnvironment);
+    if (!mDirectory.empty() && !FileManager::isDirectory(start.directory)) {
+        fail("the working directory " + FileManager::native(mDirectory) +
+             (FileManager::isMissing(start.directory) ? " does not exist" : " is not a directory"));
+    }
+    try {
+        if (isBatchFile) {
+            start.program = Platform::batchInterpreter();
+            start.commandLine = CommandLine::batchCommandLine(start.program.string(), program, mArguments);
+        } else {
+            start.commandLine = CommandLine::programCommandLine(program, mArguments);
+        }
+        if (mEnvironment) {
+            start.environment = CommandLine::environmentBlock(*mEnvironment);
+        }
+    } catch (const TaskError& error) {
+        fail(error.what());
     }
     if (const auto reason = Platform::startProcess(start)) {
         fail(*reason);

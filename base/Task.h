@@ -20,11 +20,11 @@ class TaskError : public BaseException {
 
 /// Starts a program and leaves it alone: nobody waits for it, and destroying the task does not stop it.
 ///
-/// The child inherits no handle. Each argument arrives byte for byte (texts are UTF-8): a program receives
-/// them by the rules of `CommandLineToArgvW`, a batch file (.bat, .cmd) through `cmd.exe` with quoting that
-/// keeps every character from being interpreted; an argument that cannot be passed safely is refused. The
-/// program is the file of that path and searched nowhere else. Offered on Windows only: elsewhere every start
-/// is a `TaskError`.
+/// The child inherits no handle, and a console program gets a console of its own. Each argument arrives byte
+/// for byte (texts are UTF-8): a program receives them by the rules of `CommandLineToArgvW`, a batch file
+/// (.bat, .cmd) through `cmd.exe` with quoting that keeps every character from being interpreted; an argument
+/// that cannot be passed safely is refused. The program is the file of that path and searched nowhere else.
+/// Offered on Windows only: elsewhere every start is a `TaskError`.
 class Task {
   public:
     Task();
@@ -41,8 +41,9 @@ class Task {
     /// out.
     void setEnvironment(const std::map<std::string, std::string>& environment);
 
-    /// Starts the program and returns; `TaskError` when it cannot be started or the working directory is
-    /// none.
+    /// Starts the program and returns; `TaskError` when it cannot be started, when the working directory is
+    /// none, and for a batch file when it is a network path (\\SERVER\SHARE) or a verbatim one (\\?\), this
+    /// process's own included: `cmd.exe` would run the batch file in another directory without an error.
     void launch();
 
   private:

@@ -96,6 +96,12 @@ void appendEscaped(std::string& out, std::string_view text) {
     out.append(text, done);
 }
 
+void appendByteNumber(std::string& out, char c) {
+    constexpr char digits[] = "0123456789ABCDEF";
+    const auto byte = static_cast<unsigned char>(c);
+    out += {'\\', 'x', digits[byte >> 4U], digits[byte & 0xFU]};
+}
+
 constexpr std::array<bool, 256> plainBytes() {
     std::array<bool, 256> plain{};
     for (std::size_t c = 0x20; c < 0x80; ++c) {
@@ -161,6 +167,34 @@ void appendXmlText(std::string& out, std::string_view text) {
 }
 void appendXmlAttribute(std::string& out, std::string_view text) {
     appendEscaped<attributeEscape>(out, text);
+}
+
+std::string readable(std::string_view text, std::size_t longest) {
+    std::size_t end = std::min(text.size(), longest);
+    for (int tails = 0; end > 0 && end < text.size() && tails < 3; ++tails) {
+        end -= isTail(static_cast<unsigned char>(text[end])) ? 1 : 0;
+    }
+    std::string result;
+    for (const char c : readableLines(text.substr(0, end))) {
+        if (c == '\t' || c == '\n' || c == '\r') {
+            appendByteNumber(result, c);
+        } else {
+            result += c;
+        }
+    }
+    return end < text.size() ? result + "..." : result;
+}
+
+std::string readableLines(std::string_view text) {
+    std::string result;
+    std::size_t bad = findNonXml(text);
+    while (bad != std::string_view::npos) {
+        result.append(text, 0, bad);
+        appendByteNumber(result, text[bad]);
+        text.remove_prefix(bad + 1);
+        bad = findNonXml(text);
+    }
+    return result.append(text);
 }
 
 std::string_view trimmed(std::string_view text) {

@@ -27,6 +27,12 @@ bool isXmlCharacter(unsigned long code);
 void appendXmlText(std::string& out, std::string_view text);
 void appendXmlAttribute(std::string& out, std::string_view text);
 
+/// What a message shows of a foreign text: the bytes that are not UTF-8, and control characters, as \xNN.
+/// `readable` gives one line: what is longer than `longest` bytes is cut between two characters and ends with
+/// "..."; `readableLines` keeps tabs and line breaks.
+std::string readable(std::string_view text, std::size_t longest = std::string_view::npos);
+std::string readableLines(std::string_view text);
+
 /// `text` without the XML white space at its ends.
 std::string_view trimmed(std::string_view text);
 

@@ -1,17 +1,18 @@
 #include "kym/Launcher.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <exception>
+#include <locale>
 #include <stdexcept>
 #include <utility>
 
 #include <boost/algorithm/string/join.hpp>
-#include <boost/filesystem/operations.hpp>
+#include <boost/algorithm/string/predicate.hpp>
 
 #include "base/Environment.h"
 #include "base/FileManager.h"
 #include "base/Task.h"
+#include "base/Text.h"
 #include "base/platform/ShortPath.h"
 #include "kym/BaseSettings.h"
 #include "kym/CharacterClass.h"
@@ -23,6 +24,7 @@
 #include "kym/SiteSettings.h"
 #include "kym/SystemInfo.h"
 #include "kym/VariableList.h"
+#include "kym/VariableNames.h"
 #include "kym/WorkDirectory.h"
 
 namespace fs = boost::filesystem;
@@ -39,55 +41,8 @@ void logInfo(const char* text) {
     }
 }
 
-/// An entry to be put in the order of the names, with the part of the name that is being compared.
-struct NamedEntry {
-    std::uint64_t part;
-    const VariableList::Entry* entry;
-};
-constexpr std::size_t partSize = sizeof(NamedEntry::part);
-
-/// The bytes from `start` on, as a number in whose order they stand; behind the end of the name, zeros.
-std::uint64_t partOf(std::string_view name, std::size_t start) {
-    std::uint64_t part = 0;
-    for (std::size_t i = start; i < start + partSize; ++i) {
-        part = part << 8U | (i < name.size() ? static_cast<unsigned char>(name[i]) : 0U);
-    }
-    return part;
-}
-
-/// Puts entries whose names agree up to `start` in the order of the names, and those of one name in the order
-/// of the list. Names of variables begin alike, so that comparing them part by part costs less than comparing
-/// them whole.
-void sortByName(std::vector<NamedEntry>::iterator first, std::vector<NamedEntry>::iterator last,
-                std::size_t start) {
-    constexpr std::size_t usualLength = 64;
-    if (start >= usualLength) {
-        std::sort(first, last, [](const NamedEntry& left, const NamedEntry& right) {
-            const int difference = left.entry->name.compare(right.entry->name);
-            return difference != 0 ? difference < 0 : left.entry < right.entry;
-        });
-        return;
-    }
-    bool namesGoOn = false;
-    bool partsDiffer = false;
-    for (auto named = first; named != last; ++named) {
-        named->part = partOf(named->entry->name, start);
-        namesGoOn = namesGoOn || named->entry->name.size() > start;
-        partsDiffer = partsDiffer || named->part != first->part;
-    }
-    if (partsDiffer || !namesGoOn) {
-        std::sort(first, last, [](const NamedEntry& left, const NamedEntry& right) {
-            return left.part != right.part ? left.part < right.part : left.entry < right.entry;
-        });
-    }
-    while (namesGoOn && first != last) {
-        const auto end =
-            std::find_if(first, last, [&](const NamedEntry& other) { return other.part != first->part; });
-        if (end - first > 1) {
-            sortByName(first, end, start + partSize);
-        }
-        first = end;
-    }
+[[noreturn]] void fail(const std::string& message) {
+    throw std::runtime_error(Base::Text::readableLines(message));
 }
 
 }  // namespace
@@ -184,14 +139,22 @@ LaunchPlan Launcher::plan(const Configuration& config, const Configuration* comm
                           const ConfigApplication& app, const WorkDirectory* workDir) const {
     LaunchPlan plan;
     logInfo("Building environment...");
-    buildEnvVarMap(config, commonConfig, app, plan.environment);
+    const std::vector<std::string> superseded = assemble(config, commonConfig, app, plan.environment);
     logInfo("Finished building environment.");
 
     plan.executable = getAndCheckExecutable(app, plan.environment);
     plan.arguments = buildArgList(app, plan.environment);
     plan.workingDirectory = workDir ? workDir->path : "${USERPROFILE}";
     Base::Environment::expandEnvVariables(plan.workingDirectory, plan.environment);
-    plan.environment["UGII_LOCAL_USER_DEFAULTS"] = plan.workingDirectory + "\\nx90_user.dpv";
+
+    for (const std::string& name : superseded) {
+        plan.environment.erase(name);
+    }
+    const std::string defaultsName = "UGII_LOCAL_USER_DEFAULTS";
+    std::erase_if(plan.environment, [&](const auto& variable) {
+        return boost::iequals(variable.first, defaultsName, std::locale::classic());
+    });
+    plan.environment[defaultsName] = plan.workingDirectory + "\\nx90_user.dpv";
     return plan;
 }
 
@@ -218,6 +181,11 @@ void Launcher::launch(const LaunchPlan& plan) const {
 
 void Launcher::buildEnvVarMap(const Configuration& config, const Configuration* commonConfig,
                               const ConfigApplication& app, EnvironmentMap& env) const {
+    assemble(config, commonConfig, app, env);
+}
+
+std::vector<std::string> Launcher::assemble(const Configuration& config, const Configuration* commonConfig,
+                                            const ConfigApplication& app, EnvironmentMap& env) const {
     VariableList vars;
     const Assembly assembly{*this, config, commonConfig, app};
     for (const Layer& layer : layers()) {
@@ -225,7 +193,8 @@ void Launcher::buildEnvVarMap(const Configuration& config, const Configuration* 
             layer.merge(assembly, vars);
         }
     }
-    fillMap(std::move(vars), env);
+    fillMap(vars, env);
+    std::vector<std::string> superseded = supersededNames(vars.entries(), env);
 
     logInfo("Evaluating the completed environment");
     std::vector<std::string*> pathLists;
@@ -244,7 +213,7 @@ void Launcher::buildEnvVarMap(const Configuration& config, const Configuration* 
                                          " bytes.");
             }
         } catch (const std::exception& error) {
-            throw std::runtime_error("Error expanding variable '" + name + "'.\n" + error.what());
+            fail("Error expanding variable '" + name + "'.\n" + error.what());
         }
         normalizeSeparators(value);
         if (isPathVariable(name)) {
@@ -256,6 +225,7 @@ void Launcher::buildEnvVarMap(const Configuration& config, const Configuration* 
     for (std::string* value : pathLists) {
         *value = cleanPathList(*value);
     }
+    return superseded;
 }
 
 void Launcher::addCurrentEnvVarsToMap(VariableList& vars) const {
@@ -327,7 +297,7 @@ void Launcher::setCustomerDefaultVariables(const Configuration& config, Variable
     vars.append({"UGII_GROUP_DIR", "${KYM_DEPT_DIR}/${UG_VER}"});
 }
 
-void Launcher::fillMap(VariableList&& vars, EnvironmentMap& env) const {
+void Launcher::fillMap(VariableList& vars, EnvironmentMap& env) const {
     if (verboseLogger().isOn()) {
         for (const VariableList::Entry& variable : vars.entries()) {
             LoggerStream(verboseLogger())
@@ -337,16 +307,15 @@ void Launcher::fillMap(VariableList&& vars, EnvironmentMap& env) const {
     }
     // In the order of the names, each is put at the end of the map without a search; of several variables of
     // one name, the last one in the list counts.
-    std::vector<NamedEntry> order;
-    order.reserve(vars.entries().size());
+    std::vector<const VariableList::Entry*> valid;
+    valid.reserve(vars.entries().size());
     for (const VariableList::Entry& variable : vars.entries()) {
         if (variable.plainName ? isLetter(variable.name.front()) : isValidVariableName(variable.name)) {
-            order.push_back({0, &variable});
+            valid.push_back(&variable);
         }
     }
-    sortByName(order.begin(), order.end(), 0);
-    for (const NamedEntry& named : order) {
-        const VariableList::Entry& variable = *named.entry;
+    for (const VariableList::Entry* entry : inOrderOfNames(valid)) {
+        const VariableList::Entry& variable = *entry;
         if (variable.value.empty()) {
             env.erase(std::string(variable.name));
         } else {
@@ -365,13 +334,12 @@ fs::path Launcher::getAndCheckExecutable(const ConfigApplication& app, const Env
     }
     const fs::path program(text);
     if (!Base::FileManager::exists(program)) {
-        throw std::runtime_error("Program " + native(program) + " is not found.\n" + "  Original string = " +
-                                 app.program + "\n  Maybe a environment variable is set wrong.");
+        fail("Program " + native(program) + " is not found.\n  Original string = " + app.program +
+             "\n  Maybe a environment variable is set wrong.");
     }
     // A directory that can be entered counts as executable for the file system, but cannot be started.
-    boost::system::error_code ignored;
-    if (fs::is_directory(program, ignored) || !Base::FileManager::isExecutable(program)) {
-        throw std::runtime_error("Program " + native(program) + " is not executable.\n");
+    if (Base::FileManager::isDirectory(program) || !Base::FileManager::isExecutable(program)) {
+        fail("Program " + native(program) + " is not executable.\n");
     }
     return program;
 }
@@ -379,16 +347,16 @@ fs::path Launcher::getAndCheckExecutable(const ConfigApplication& app, const Env
 void Launcher::checkCadEnvironment(EnvironmentMap& env) const {
     const std::string& name = SystemInformation().CadInstallPathVariable;
     if (name.empty()) {
-        throw std::runtime_error(
+        fail(
             "The system has not defined the environment variable for "
             "the install path of the CAD system. Cannot verify it is installed.");
     }
     const auto install = env.find(name);
     if (install == env.end()) {
-        throw std::runtime_error(name + " is not set.");
+        fail(name + " is not set.");
     }
     if (!Base::FileManager::exists(install->second)) {
-        throw std::runtime_error(name + " is set to " + install->second + ". Invalid directory.");
+        fail(name + " is set to " + install->second + ". Invalid directory.");
     }
     install->second = Base::Platform::shortPath(install->second);
 

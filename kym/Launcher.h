@@ -50,6 +50,8 @@ class KYM_EXPORT Launcher {
     /// Fills `env`, which is passed empty, with the environment of an application: the layers merged,
     /// references expanded, separators in the Windows form, path lists free of duplicates. An expansion that
     /// fails throws `std::runtime_error` naming the variable; `env` is then left as far as it was filled.
+    /// Names that differ only in the case of their letters are variables of their own here; what a launch
+    /// hands over (`plan`) has the one that came into the list of variables last.
     void buildEnvVarMap(const Configuration& config, const Configuration* commonConfig,
                         const ConfigApplication& app, EnvironmentMap& env) const;
 
@@ -72,7 +74,10 @@ class KYM_EXPORT Launcher {
     void addKymSystemEnvVarsToMap(const Configuration& config, VariableList& vars) const;
     void setSymbolDirVariable(const Configuration& config, VariableList& vars) const;
     void setCustomerDefaultVariables(const Configuration& config, VariableList& vars) const;
-    void fillMap(VariableList&& vars, EnvironmentMap& env) const;
+    void fillMap(VariableList& vars, EnvironmentMap& env) const;  // uses up the texts of the list
+    /// Builds the environment; the names of those variables in it that a later one supersedes on Windows.
+    std::vector<std::string> assemble(const Configuration& config, const Configuration* commonConfig,
+                                      const ConfigApplication& app, EnvironmentMap& env) const;
     std::vector<std::string> buildArgList(const ConfigApplication& app, const EnvironmentMap& env) const;
 };
 

@@ -15,8 +15,12 @@ struct ProcessStart {
     std::optional<std::u16string> environment;  ///< an environment block; none: the one of this process
 };
 
-/// Starts the program without a handle of this process and without waiting for it. Nothing when it was
-/// started, else the system's reason.
+/// Starts the program without waiting for it. Nothing when it was started, else the system's reason.
+///
+/// The program inherits nothing but the directory and the environment, where these are not given. A console
+/// program gets a console of its own, as it gets one from a launcher that has none: in the console of this
+/// process it would end with it (Ctrl+C, a closed window) and keep open the pipe to which this process
+/// writes. A program with windows is started the same way and gets no console.
 std::optional<std::string> startProcess(const ProcessStart& start);
 
 /// The absolute path that the system makes of a path. Windows drops the dots and blanks at its end.

@@ -134,7 +134,30 @@ TEST(CommandLine, RefusesWhatCannotBePassed) {
     EXPECT_NO_THROW(programCommandLine("p", {replaced(std::string(16381, 'x'), "x", wide)}));
     EXPECT_THROW(programCommandLine("p", {std::string(32767 - head, 'x')}), Base::TaskError);
     EXPECT_NO_THROW(programCommandLine("p", {std::string(32766 - head, 'x')}));
-    EXPECT_THROW(batchCommandLine("c", "s.bat", {std::string(8191, 'x')}), Base::TaskError);
+    const auto batch = [](std::size_t units) {
+        const std::string line = R"("c" /d /e:ON /v:OFF /c ""s.bat" ")";
+        return batchCommandLine("c", "s.bat", {std::string(units - line.size(), 'x')});
+    };
+    EXPECT_EQ(batch(8190).size(), 8190U);
+    EXPECT_THROW(batch(8191), Base::TaskError);
+
+    // A message is UTF-8 in one line, however bad the text and wherever it is cut.
+    const auto message = [](const std::string& argument) -> std::string {
+        try {
+            programCommandLine("p", {argument});
+        } catch (const Base::TaskError& error) {
+            return error.what();
+        }
+        return "";
+    };
+    EXPECT_EQ(message("a\n\xC3\xA4\xFF\xE2\x82\x01"),
+              "The argument \"a\\x0A\xC3\xA4\\xFF\\xE2\\x82\\x01\" cannot be passed to a program: it is not "
+              "UTF-8.");
+    for (const char* begin : {"", "x", "xx", "xxx"}) {
+        const std::string text = message(begin + replaced(std::string(20000, 'x'), "x", wide));
+        EXPECT_EQ(text.find("\\x"), std::string::npos) << text;
+        EXPECT_EQ(text.substr(text.size() - 7), wide + "...");
+    }
 }
 
 TEST(CommandLine, NothingHidesTheExtensionOfABatchFile) {
@@ -160,7 +183,7 @@ TEST(EnvironmentBlock, HoldsExactlyTheGivenVariablesInTheOrderOfTheSystem) {
                                 {"a\xC3\xA4", "\xF0\x9F\x98\x80"},
                                 {"aZ", "3"},
                                 {"a\xC3\x84", "5"}}),
-              u"A=\0aZ=3\0a\u00C4=5\0a\u00E4=\U0001F600\0b=2\0C==\u20AC\0_=4\0\0"s);
+              u"A=\0aZ=3\0a\u00E4=\U0001F600\0b=2\0C==\u20AC\0_=4\0\0"s);
     const std::vector<std::pair<std::string, std::string>> bad = {
         {"NA=ME", "x"}, {"=C:", "x"}, {"NAME"s + '\0', "x"}, {"NAME", "x\0y"s}, {"NAME", "\xFF"}};
     for (const auto& [name, value] : bad) {

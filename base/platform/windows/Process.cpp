@@ -35,7 +35,8 @@ std::optional<std::string> startProcess(const ProcessStart& start) {
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process = {};
     if (!::CreateProcessW(start.program.c_str(), commandLine.data(), nullptr, nullptr, FALSE,
-                          CREATE_UNICODE_ENVIRONMENT, start.environment ? environment.data() : nullptr,
+                          CREATE_NEW_CONSOLE | CREATE_UNICODE_ENVIRONMENT,
+                          start.environment ? environment.data() : nullptr,
                           directory.empty() ? nullptr : directory.c_str(), &startup, &process)) {
         return reason(::GetLastError(), start.program);
     }

@@ -1,26 +1,10 @@
 #include "base/platform/windows/Wide.h"
 
 #include "base/BaseException.h"
+#include "base/Text.h"
 #include "base/platform/Utf16.h"
 
 namespace Base::Platform {
-namespace {
-
-std::string escaped(std::string_view text) {
-    constexpr char digits[] = "0123456789ABCDEF";
-    std::string result;
-    for (const char letter : text) {
-        const auto byte = static_cast<unsigned char>(letter);
-        if (byte < 0x20 || byte >= 0x7F || letter == '\\') {
-            result += {'\\', 'x', digits[byte >> 4U], digits[byte & 0xFU]};
-        } else {
-            result += letter;
-        }
-    }
-    return result;
-}
-
-}  // namespace
 
 std::wstring wide(std::string_view utf8) {
     std::wstring result;
@@ -29,7 +13,7 @@ std::wstring wide(std::string_view utf8) {
     for (const char* next = utf8.data(); next != end;) {
         const char32_t character = takeUtf8(next, end);
         if (character == badCharacter) {
-            throw BaseException("Not a UTF-8 text: \"" + escaped(utf8) + '"');
+            throw BaseException("Not a UTF-8 text: \"" + Text::readable(utf8, 200) + '"');
         }
         wchar_t units[2];
         result.append(units, putUtf16(character, units));
