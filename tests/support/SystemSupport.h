@@ -13,4 +13,8 @@ extern const bool onWindows;
 void writeLocalMachineText(const std::string& key, const std::string& valueName, const std::string& text);
 void deleteLocalMachineKey(const std::string& key);
 
+/// Sets the variable TZ for the run-time of this process. Give rules of the form "EST5EDT,M3.2.0,M11.1.0":
+/// Windows reads the names and the offset only and changes as in the United States since 2007.
+void useTimeZone(const std::string& rules);
+
 }  // namespace Support

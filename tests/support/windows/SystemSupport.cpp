@@ -1,6 +1,7 @@
 #include "tests/support/SystemSupport.h"
 
 #include <stdexcept>
+#include <stdlib.h>
 #include <windows.h>
 
 namespace Support {
@@ -24,6 +25,10 @@ void writeLocalMachineText(const std::string& key, const std::string& valueName,
 
 void deleteLocalMachineKey(const std::string& key) {
     check(::RegDeleteTreeA(HKEY_LOCAL_MACHINE, key.c_str()), key);
+}
+
+void useTimeZone(const std::string& rules) {
+    ::_putenv_s("TZ", rules.c_str());
 }
 
 }  // namespace Support
