@@ -131,6 +131,40 @@ void copyDamaged(const path& file, const path& target) {
     fail("Cannot keep a copy of the damaged file", file, error);
 }
 
+// About two seconds with the pauses.
+constexpr int holderPatience = 40;
+
+struct Removal {
+    error_code error;
+    path left;                      // what could not be removed
+    int patience = holderPatience;  // for all entries together
+};
+
+void removeTree(const path& file, const path& last, Removal& removal) {
+    if (Platform::isDirectoryItself(file)) {
+        std::vector<path> entries;
+        fs::directory_iterator entry(file, removal.error);
+        for (; !removal.error && entry != fs::directory_iterator(); entry.increment(removal.error)) {
+            entries.push_back(entry->path());
+        }
+        std::stable_partition(entries.begin(), entries.end(),
+                              [&last](const path& name) { return name.filename() != last; });
+        for (auto next = entries.begin(); !removal.error && next != entries.end(); ++next) {
+            removeTree(*next, {}, removal);
+        }
+    }
+    while (!removal.error) {
+        Platform::removeEntry(file, removal.error);
+        if (!removal.error || removal.patience-- <= 0 || !Platform::waitsForHolder(removal.error)) {
+            break;
+        }
+        removal.error.clear();
+    }
+    if (removal.error && removal.left.empty()) {
+        removal.left = file;
+    }
+}
+
 }  // namespace
 
 bool exists(const path& file) {
@@ -235,6 +269,35 @@ void replaceFile(const path& file, std::string_view content) {
     }
     if (error) {
         fail("Cannot replace the file", file, error);
+    }
+}
+
+void rename(const path& file, const path& newFile) {
+    const path from = Platform::reachablePath(file);
+    const path to = Platform::reachablePath(newFile);
+    int patience = holderPatience;
+    error_code error;
+    do {
+        Platform::renameToNew(from, to, error);
+    } while (error && patience-- > 0 && Platform::waitsForHolder(error));
+    if (error) {
+        throw fs::filesystem_error("Cannot rename", file, newFile, error);
+    }
+}
+
+void removeAll(const path& file, const path& last) {
+    if (file.empty()) {
+        return;
+    }
+    path whole = Platform::boundlessPath(file.lexically_normal());
+    while (whole.has_parent_path() && (whole.filename().empty() || whole.filename() == ".")) {
+        whole = whole.parent_path();  // with a separator at its end, a link would mean what it leads to
+    }
+    Removal removal;
+    removeTree(whole, last, removal);
+    if (removal.error) {
+        fail("Cannot remove everything, \"" + native(removal.left.lexically_relative(whole)) + "\" stays",
+             file, removal.error);
     }
 }
 

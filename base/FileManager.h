@@ -56,6 +56,18 @@ void replaceFile(const path& file, std::string_view content);
 /// Remembers that the file could not be understood when it was read, until it is replaced.
 void noteDamaged(const path& file);
 
+/// Renames a file, a link or a directory. What stands at the new path is never replaced; where letter case
+/// does not tell names apart, that of a name can be changed. Waits a while for others who hold a part of it.
+/// `boost::filesystem::filesystem_error` on failure (`file_exists` when there is something at the new path),
+/// and nothing has changed.
+void rename(const path& file, const path& newFile);
+
+/// Removes a file, a link (never what it leads to), or a directory with all that it holds, at any depth; what
+/// does not exist is removed already. The entry `last` of the directory goes after everything else. Waits a
+/// while for others who hold a part of it. `boost::filesystem::filesystem_error` when something stays, with
+/// the reason and the first entry that is left.
+void removeAll(const path& file, const path& last = {});
+
 /// A path in the form of the system that the product runs on: every "/" becomes "\". For texts that are only
 /// *about* Windows; the native form of a real path is `boost::filesystem::path::make_preferred`.
 std::string nativeText(std::string_view text);

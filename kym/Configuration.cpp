@@ -75,6 +75,10 @@ void Configuration::setPath(const boost::filesystem::path& directory) {
     mSettings.setDataFile(settingsFile(versionPath()));
 }
 
+boost::filesystem::path Configuration::propertyFile() const {
+    return mPath / kPropertyFile;
+}
+
 boost::filesystem::path Configuration::versionPath() const {
     return mPath / SystemInformation().CadVersionDirectory;
 }
@@ -180,8 +184,11 @@ void Configuration::createNXVersionDirectory() {
         unpackVersionFiles(archive, directory);
         takeOverPreviousSettings();
     } catch (...) {
-        boost::system::error_code ignored;
-        boost::filesystem::remove_all(directory, ignored);
+        try {
+            Base::FileManager::removeAll(directory);
+        } catch (const std::exception&) {
+            // The reason why it could not be made is the one to be told.
+        }
         throw;
     }
 }

@@ -38,6 +38,9 @@ class KYM_EXPORT Configuration {
     /// Makes this the department of another directory; nothing on the disk changes.
     void setPath(const boost::filesystem::path& directory);
 
+    /// The file whose presence makes the directory a department.
+    boost::filesystem::path propertyFile() const;
+
     boost::filesystem::path versionPath() const;
     bool isUpdated() const;
     bool isWin64Updated() const;  ///< whether the version directory has its 64-bit layout

@@ -3,9 +3,14 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include <boost/filesystem/exception.hpp>
+#include <boost/filesystem/operations.hpp>
+
 #include "base/Environment.h"
 #include "base/FileManager.h"
 #include "base/SmartAssert.h"
+#include "kym/CharacterClass.h"
+#include "kym/DepartmentName.h"
 #include "kym/DirectoryScan.h"
 #include "kym/Loggers.h"
 #include "kym/SystemInfo.h"
@@ -15,6 +20,41 @@ namespace Kym {
 namespace {
 
 constexpr const char* kFile = "ConfigurationManager";
+constexpr const char* kNewName = "change_me";
+constexpr unsigned kDirectoryPermissions = 0775;
+
+void logError(const std::string& prefix, const std::string& message) {
+    if (Base::log::LoggerStream line{infoLogger()}) {
+        line << prefix << message << std::endl;
+    }
+}
+
+std::string alreadyExists(const boost::filesystem::path& directory) {
+    return "Directory " + Base::FileManager::native(directory) + " already exists.";
+}
+
+void makeNewDirectory(const boost::filesystem::path& directory) {
+    if (!Base::FileManager::exists(directory)) {
+        if (Base::log::LoggerStream line{infoLogger()}) {
+            line << "Creating directory: " << Base::FileManager::native(directory) << std::endl;
+        }
+        if (boost::filesystem::create_directory(directory)) {
+            return;
+        }
+    }
+    const std::string message = alreadyExists(directory);
+    logError("Error: ", message);
+    throw std::runtime_error(message);
+}
+
+template <typename Action>
+void runAfterFailure(const Action& action) {
+    try {
+        action();
+    } catch (const std::exception& error) {
+        logError("Error: ", error.what());  // the failure itself is what the caller is told
+    }
+}
 
 template <typename Configurations>
 auto findByName(Configurations& configurations, const std::string& name) -> decltype(configurations.data()) {
@@ -132,6 +172,54 @@ const std::vector<std::string>& ConfigurationManager::availableTypes() const {
     return types;
 }
 
+void ConfigurationManager::createConfiguration() {
+    if (Base::log::LoggerStream line{infoLogger()}) {
+        line << "Creating new configuration" << std::endl;
+    }
+    const boost::filesystem::path directory = SystemInformation().localDepartmentsPath() / kNewName;
+    makeNewDirectory(directory);
+    try {
+        Base::FileManager::setPermissions(directory, kDirectoryPermissions);
+        Configuration configuration(directory, false);
+        configuration.save();
+        configuration.createNXVersionDirectory();
+        mConfigurations.push_back(configuration);
+    } catch (...) {
+        runAfterFailure([&directory] { Base::FileManager::removeAll(directory); });
+        throw;
+    }
+}
+
+void ConfigurationManager::renameConfiguration(int index, const std::string& newName) {
+    Configuration& renamed = *configuration(index);
+    checkDepartmentName(newName);
+    const boost::filesystem::path directory = SystemInformation().localDepartmentsPath() / newName;
+    if (directory != renamed.path()) {
+        try {
+            Base::FileManager::rename(renamed.path(), directory);
+        } catch (const boost::filesystem::filesystem_error& error) {
+            if (error.code() == boost::system::errc::file_exists) {
+                throw std::runtime_error(alreadyExists(directory));
+            }
+            throw;
+        }
+    }
+    renamed.setPath(directory);
+}
+
+void ConfigurationManager::deleteConfiguration(int index) {
+    Configuration& deleted = *configuration(index);
+    try {
+        Base::FileManager::removeAll(deleted.path(), deleted.propertyFile().filename());
+    } catch (...) {
+        if (!Base::FileManager::exists(deleted.propertyFile())) {
+            runAfterFailure([&deleted] { deleted.saveProperties(); });
+        }
+        throw;
+    }
+    mConfigurations.erase(mConfigurations.begin() + index);
+}
+
 bool ConfigurationManager::anyNeedsSaving() const {
     return std::any_of(mConfigurations.begin(), mConfigurations.end(),
                        [](const Configuration& configuration) { return configuration.needsSaving(); });
@@ -155,6 +243,21 @@ int ConfigurationManager::numberOfRowsInList() const {
 
 boost::any ConfigurationManager::valueForListColumnRow(const std::string&, int row) const {
     return mConfigurations.at(static_cast<std::size_t>(row)).name();
+}
+
+bool ConfigurationManager::setValueForListColumnRow(const std::string&, int row, const boost::any& value) {
+    const auto name = boost::any_cast<std::string>(value);
+    if (std::any_of(name.begin(), name.end(), isSpace)) {
+        logError("ERROR: ", "configuration names must not contain spaces.");
+        return false;
+    }
+    try {
+        renameConfiguration(row, name);
+        return true;
+    } catch (const std::exception& error) {
+        logError("ERROR: ", error.what());
+        return false;
+    }
 }
 
 }  // namespace Kym

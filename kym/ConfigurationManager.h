@@ -51,6 +51,23 @@ class KYM_EXPORT ConfigurationManager : public Base::DataSourceInterface {
     /// The types that are offered for a department: "Common", "Development", "Production", "Test".
     const std::vector<std::string>& availableTypes() const;
 
+    /// Makes a department "change_me", prepared for the present release, as the last of the list; it gets its
+    /// final name by renaming. `std::runtime_error` when that name is taken; errors of the file system and of
+    /// unpacking the version files propagate. After a failure nothing of it is left.
+    void createConfiguration();
+
+    /// Gives a department another name, the directory included; its row stays. Departments that name it as
+    /// their common department are not changed. `std::runtime_error` when Windows cannot have a directory of
+    /// that name or it is taken; `boost::filesystem::filesystem_error` when the directory cannot be renamed.
+    /// After a failure nothing has changed.
+    void renameConfiguration(int index, const std::string& newName);
+
+    /// Removes a department's directory with everything in it, of all releases, and takes it off the list. Of
+    /// a directory that is a link, only the link is removed. `boost::filesystem::filesystem_error` when
+    /// something cannot be removed; the department then stays a department, listed and found by the next
+    /// scan.
+    void deleteConfiguration(int index);
+
     bool anyNeedsSaving() const;
 
     /// Saves every configuration that needs it, in list order; errors as `Configuration::save`.
@@ -62,6 +79,10 @@ class KYM_EXPORT ConfigurationManager : public Base::DataSourceInterface {
 
     int numberOfRowsInList() const override;
     boost::any valueForListColumnRow(const std::string& column, int row) const override;
+
+    /// Renames the department of a row, whatever the column; `boost::bad_any_cast` when the value is no
+    /// string. False, with the reason in the log, when it holds white space or the renaming fails.
+    bool setValueForListColumnRow(const std::string& column, int row, const boost::any& value) override;
 
   private:
     void initialize();

@@ -17,6 +17,23 @@ using boost::system::error_code;
 /// A path by which the system's functions reach the file even when it is very long; usually the path itself.
 path reachablePath(const path& file);
 
+/// A path by which the system's functions reach everything below the directory too, however long its path.
+path boundlessPath(const path& directory);
+
+/// Renames a file or a directory. What stands at the new path is never replaced (`file_exists`); on a system
+/// that finds names in any letter case, that of a name can be changed.
+void renameToNew(const path& file, const path& newFile, error_code& error);
+
+/// Whether it is a directory and no link to one.
+bool isDirectoryItself(const path& file);
+
+/// Removes a file, an empty directory or a link. No error when there is none.
+void removeEntry(const path& file, error_code& error);
+
+/// Whether a file or a directory that could not be renamed or removed may only be held by somebody for a
+/// moment; waits a little when it may. Never where the system lets held files be renamed and removed.
+bool waitsForHolder(const error_code& error);
+
 /// Whether this process may open the file for reading, list the directory.
 bool isReadable(const path& file);
 

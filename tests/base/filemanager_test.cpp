@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <fstream>
+#include <functional>
 #include <future>
 #include <memory>
 #include <set>
@@ -16,6 +17,7 @@
 #include "base/platform/Utf16.h"
 
 #include "gtest/gtest.h"
+#include "tests/support/SystemSupport.h"
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -154,6 +156,64 @@ TEST_F(FileManagerTest, KeepsOneCopyOfEveryDamagedContent) {
     }
 }
 
+TEST_F(FileManagerTest, RenamesOverNothing) {
+    make("file", "content");
+    fs::create_directory(folder / "empty");
+    fs::create_directories(folder / "directory/sub");
+    for (const char* taken : {"file", "empty", "directory"}) {
+        for (const char* source : {"file", "directory"}) {
+            if (std::string(source) != taken) {
+                EXPECT_THROW(FileManager::rename(folder / source, folder / taken), fs::filesystem_error);
+            }
+        }
+    }
+    EXPECT_THROW(FileManager::rename(folder / "missing", folder / "new"), fs::filesystem_error);
+    EXPECT_EQ(names(), (std::set<std::string>{"directory", "empty", "file"}));
+    const fs::path longName = deepFolder() / std::string(200, 'n');
+    fs::create_directory(Base::Platform::reachablePath(deepFolder()));
+    FileManager::rename(folder / "directory", longName);
+    FileManager::rename(folder / "empty", folder / "EMPTY");
+    EXPECT_TRUE(FileManager::exists(longName / "sub") && FileManager::exists(folder / "EMPTY"));
+}
+
+TEST_F(FileManagerTest, RemovesDirectoriesOfAnyDepthAndTellsWhatIsLeft) {
+    make("outside", "stays");
+    const fs::path tree = folder / "tree";
+    const fs::path deep = tree / std::string(150, 'a') / std::string(150, 'b');
+    for (const fs::path& directory : {deep, tree / "empty", tree / "z" / "held"}) {
+        fs::create_directories(Base::Platform::boundlessPath(directory));
+        fs::permissions(Base::Platform::boundlessPath(directory), fs::all_all);
+    }
+    replaceFile(deep / "file", "x");
+    make("tree/z/held/file", "x");
+    make("tree/.last", "x");
+    FileManager::setPermissions(make("tree/read-only", "x"), 0444);
+    for (const fs::path& directory : {folder, tree, tree / "z", deep.parent_path()}) {
+        fs::permissions(Base::Platform::boundlessPath(directory), fs::all_all);
+    }
+    if (!Support::onWindows) {  // where every user may make links
+        fs::create_directory_symlink(folder, tree / "link");
+    }
+    {
+        const Support::Held held(tree / "z" / "held" / "file");
+        const Support::Unprivileged somebody;
+        try {
+            FileManager::removeAll(tree, ".last");
+            ADD_FAILURE() << "the held file was removed";
+        } catch (const fs::filesystem_error& failure) {
+            EXPECT_EQ(failure.path1(), tree);
+            EXPECT_TRUE(failure.code());
+            const std::string left = FileManager::native("z/held/file");
+            EXPECT_NE(std::string(failure.what()).find(left), std::string::npos) << failure.what();
+        }
+        EXPECT_EQ(readFile(tree / ".last"), "x");
+    }
+    FileManager::removeAll(tree, ".last");
+    FileManager::removeAll(tree);
+    FileManager::removeAll("");
+    EXPECT_EQ(names(), std::set<std::string>{"outside"});
+}
+
 TEST(FileNames, AreExecutableByTheirExtension) {
     const struct {
         const char *name, *extensions;
@@ -255,6 +315,22 @@ TEST_F(FileManagerTest, WaitsForTheHolderAndSurvivesTheLossOfItsTemporaryFile) {
     EXPECT_EQ(names(), std::set<std::string>{"a.dat"});
 }
 
+TEST_F(FileManagerTest, RenamesAndRemovesOnceTheHolderLetsGo) {
+    fs::create_directory(folder / "directory");
+    make("directory/file", "x");
+    const auto whileHeld = [](const fs::path& file, const std::function<void()>& action) {
+        auto held = std::make_unique<Support::Held>(file);
+        std::future<void> done = std::async(std::launch::async, action);
+        EXPECT_EQ(done.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
+        held.reset();
+        done.get();
+    };
+    whileHeld(folder / "directory",
+              [this] { FileManager::rename(folder / "directory", folder / "renamed"); });
+    whileHeld(folder / "renamed/file", [this] { FileManager::removeAll(folder / "renamed"); });
+    EXPECT_EQ(names(), std::set<std::string>());
+}
+
 TEST_F(FileManagerTest, ProgramsAreFilesWithTheRightExtension) {
     EXPECT_TRUE(FileManager::isExecutable(make("ug.EXE", "")));
     EXPECT_FALSE(FileManager::isExecutable(make("ug.dat", "")));
@@ -276,14 +352,6 @@ TEST(PathEncoding, NarrowPathsAreUtf8) {
 }
 
 #else
-
-// Root may do everything, so that the rights of files count only for somebody else.
-struct Unprivileged {
-    Unprivileged() : user(::geteuid()) { changed = user != 0 || ::seteuid(65534) == 0; }
-    ~Unprivileged() { changed = ::seteuid(user) == 0; }
-    uid_t user;
-    bool changed;
-};
 
 TEST_F(FileManagerTest, RespectsAndKeepsTheRightsOfFiles) {
     const auto mode = [](const fs::path& file) {
@@ -307,8 +375,7 @@ TEST_F(FileManagerTest, RespectsAndKeepsTheRightsOfFiles) {
         FileManager::setPermissions(file, fileMode);
         FileManager::setPermissions(folder, folderMode);
         {
-            const Unprivileged somebody;
-            ASSERT_TRUE(somebody.changed);
+            const Support::Unprivileged somebody;
             EXPECT_EQ(FileManager::isReadable(file), readable);
             EXPECT_EQ(FileManager::isExecutable(folder), enterable);
             EXPECT_THROW(replaceFile(file, "new"), fs::filesystem_error);

@@ -1,16 +1,15 @@
+#include "kym/Configuration.h"
+
 #include <clocale>
 #include <functional>
 #include <stdexcept>
 
 #include <boost/filesystem/fstream.hpp>
 #include <boost/filesystem/operations.hpp>
-#include <boost/regex/pattern_except.hpp>
 
 #include "base/Archiver.h"
-#include "base/Environment.h"
 #include "base/FileManager.h"
 #include "base/PropertyList.h"
-#include "kym/ConfigurationManager.h"
 #include "kym/SystemInfo.h"
 
 #include "tests/support/SiteSupport.h"
@@ -265,11 +264,8 @@ TEST_F(Departments, LeaveNoHalfMadeVersionDirectory) {
     const auto archive = site.installation() / "data/install/versionFiles.tar.gz";
     EXPECT_EQ(messageOf([&] { department.createNXVersionDirectory(); }),
               "Data file " + Base::FileManager::native(archive) + " was not found.");
-    std::string noise;
-    for (unsigned seed = 1; noise.size() < 200'000; seed = seed * 1664525 + 1013904223) {
-        noise += static_cast<char>('a' + (seed >> 24) % 20);
-    }
-    const std::string whole = Support::tarGz({{"first", "content", 0444}, {"second", noise}});
+    const std::string whole =
+        Support::tarGz({{"first", "content", 0444}, {"second", Support::noise(200'000)}});
     std::string damaged = whole;
     damaged.replace(20, 20, 20, '\xff');
     const fs::path before = fs::current_path();
@@ -286,91 +282,6 @@ TEST_F(Departments, LeaveNoHalfMadeVersionDirectory) {
     EXPECT_FALSE(exists(department.versionPath()));
     Configuration nowhere(site.root() / "nowhere", false);
     EXPECT_THROW(nowhere.createNXVersionDirectory(), fs::filesystem_error);
-}
-
-TEST_F(Departments, AreFoundAmongOtherEntries) {
-    makeDepartment("b", "first");
-    makeDepartment("C", "second", "Common");
-    makeDepartment("a", "first", "Development");
-    site.makeFile("departments/a file");
-    site.makeDirectory("departments/empty");
-    site.makeDirectory("departments/directory/.dirinfo.plist");
-    site.startLog("kym.info,base.assert");
-    Kym::ConfigurationManager manager;
-    EXPECT_EQ(site.logLines().back(), "Found 3 configurations.");
-    ASSERT_EQ(manager.numberOfRowsInList(), 3);
-    std::string names;
-    for (int row = 0; row < 3; ++row) {
-        names += boost::any_cast<std::string>(manager.valueForListColumnRow("", row));
-    }
-    EXPECT_EQ(names, "Cab");
-
-    const Kym::ConfigurationManager& view = manager;
-    EXPECT_EQ(manager.configurationByName("a"), manager.configuration(1));
-    EXPECT_EQ(view.configurationByName("A"), nullptr);
-    EXPECT_EQ(view.currentConfiguration(), nullptr);
-    Base::Environment::setEnvVariable("KYM_DEPT_DIR", Base::FileManager::native(site.departments() / "b"));
-    EXPECT_EQ(view.currentConfiguration(), manager.configuration(2));
-    EXPECT_FALSE(view.usingFallbackConfigurations());
-    Kym::SystemInformation().KymConfigFallbackDirectoryName = "depart";
-    EXPECT_TRUE(view.usingFallbackConfigurations());
-    names.clear();
-    for (const Configuration& configuration : manager.commonConfigurations()) {
-        names += configuration.name();
-    }
-    EXPECT_EQ(names, "C");
-
-    site.startLog("base.assert");
-    EXPECT_EQ(view.configurationByName(""), nullptr);
-    EXPECT_EQ(view.configurationByPath(""), nullptr);
-    EXPECT_THROW(manager.configuration(3), std::out_of_range);
-    EXPECT_THROW(manager.configuration(-1), std::out_of_range);
-    const auto lines = site.logLines();
-    ASSERT_EQ(lines.size(), 4u);
-    EXPECT_NE(lines[0].find("Configuration name is empty"), std::string::npos);
-    EXPECT_NE(lines[1].find("Configuration path is empty"), std::string::npos);
-    EXPECT_NE(lines[2].find("index >= 0 && index < mConfigurations.size()"), std::string::npos);
-    EXPECT_NE(lines[3].find("index = -1: configuration index is out of range"), std::string::npos);
-}
-
-TEST_F(Departments, AreListedByWholeTypeOnceUpdated) {
-    makeDepartment("d1", "zebra");
-    makeDepartment("d2", "Ant", "Test");
-    makeDepartment("d3", "ant");
-    makeDepartment("old", "ant");
-    for (const char* name : {"d1", "d2", "d3"}) {
-        site.makeDirectory(std::string("departments/") + name + "/nx4/config");
-    }
-    Kym::ConfigurationManager manager;
-    struct Case {
-        const char* pattern;
-        const char* names;
-    };
-    for (const Case& testCase : {Case{".*", "d2 d3 d1 "}, Case{"Prod", ""},
-                                 Case{"Production|Test", "d2 d3 d1 "}, Case{"production", ""}}) {
-        std::string names;
-        for (const Configuration& configuration : manager.configurationList(testCase.pattern)) {
-            names += configuration.name() + ' ';
-        }
-        EXPECT_EQ(names, testCase.names) << testCase.pattern;
-    }
-    EXPECT_THROW(manager.configurationList("("), boost::regex_error);
-
-    EXPECT_FALSE(manager.anyNeedsSaving());
-    manager.configurationByName("d3")->settings()->workDirectories()->insertRow(0);
-    EXPECT_TRUE(manager.anyNeedsSaving());
-    manager.saveDirty();
-    EXPECT_FALSE(manager.anyNeedsSaving());
-    EXPECT_EQ(Kym::ConfigurationManager().configurationByName("d3")->settings()->workDirectoryList().size(),
-              1u);
-}
-
-TEST_F(Departments, OfADamagedKindEndTheScan) {
-    makeDepartment("good");
-    site.makeFile("departments/torn/.dirinfo.plist", "<plist><dict>");
-    EXPECT_THROW(Kym::ConfigurationManager(), Base::PropertyListError);
-    site.makeFile("departments/torn/.dirinfo.plist", list("<key>Type</key><string>Test</string>"));
-    EXPECT_THROW(Kym::ConfigurationManager(), boost::bad_any_cast);
 }
 
 }  // namespace

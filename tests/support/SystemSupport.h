@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
+
+#include <boost/filesystem/path.hpp>
 
 namespace Support {
 
@@ -16,5 +19,32 @@ void deleteLocalMachineKey(const std::string& key);
 /// Sets the variable TZ for the run-time of this process. Give rules of the form "EST5EDT,M3.2.0,M11.1.0":
 /// Windows reads the names and the offset only and changes as in the United States since 2007.
 void useTimeZone(const std::string& rules);
+
+/// While it lives, what this process may do to files goes by their modes even if root runs the tests. Where
+/// the system keeps no modes, nothing changes.
+class Unprivileged {
+  public:
+    Unprivileged();
+    ~Unprivileged();
+    Unprivileged(const Unprivileged&) = delete;
+    Unprivileged& operator=(const Unprivileged&) = delete;
+
+  private:
+    std::intptr_t mUser;
+};
+
+/// While it lives, a file or a directory can be neither renamed nor removed: on Windows because it is open,
+/// elsewhere because its directory is write-protected (which `Unprivileged` makes count).
+class Held {
+  public:
+    explicit Held(const boost::filesystem::path& file);
+    ~Held();
+    Held(const Held&) = delete;
+    Held& operator=(const Held&) = delete;
+
+  private:
+    boost::filesystem::path mDirectory;
+    std::intptr_t mHandle = 0;
+};
 
 }  // namespace Support

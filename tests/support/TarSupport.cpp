@@ -21,6 +21,14 @@ void check(archive* writer, bool good) {
 
 }  // namespace
 
+std::string noise(std::size_t size) {
+    std::string text;
+    for (unsigned seed = 1; text.size() < size; seed = seed * 1664525 + 1013904223) {
+        text += static_cast<char>('a' + (seed >> 24) % 20);
+    }
+    return text;
+}
+
 std::string tarGz(const std::vector<TarEntry>& entries) {
     std::string bytes;
     archive* writer = archive_write_new();

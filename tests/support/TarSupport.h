@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,9 @@ struct TarEntry {
     std::string content;
     unsigned mode = 0644;
 };
+
+/// Text that does not compress well.
+std::string noise(std::size_t size);
 
 /// The time of change that every entry carries.
 constexpr long long tarEntryTime = 1'000'000'000;

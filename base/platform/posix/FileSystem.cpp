@@ -50,6 +50,36 @@ path reachablePath(const path& file) {
     return file;
 }
 
+path boundlessPath(const path& directory) {
+    return directory;
+}
+
+void renameToNew(const path& file, const path& newFile, error_code& error) {
+    int result = ::renameat2(AT_FDCWD, file.c_str(), AT_FDCWD, newFile.c_str(), RENAME_NOREPLACE);
+    if (result != 0 && (errno == EINVAL || errno == ENOSYS)) {  // not every file system can do it in one step
+        struct stat status {};
+        if (::lstat(newFile.c_str(), &status) == 0) {
+            error = make_error_code(boost::system::errc::file_exists);
+            return;
+        }
+        result = ::rename(file.c_str(), newFile.c_str());
+    }
+    error = result == 0 ? error_code() : lastError();
+}
+
+bool isDirectoryItself(const path& file) {
+    struct stat status {};
+    return ::lstat(file.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+void removeEntry(const path& file, error_code& error) {
+    error = std::remove(file.c_str()) == 0 || errno == ENOENT ? error_code() : lastError();
+}
+
+bool waitsForHolder(const error_code&) {
+    return false;
+}
+
 bool isReadable(const path& file) {
     return mayAccess(file, R_OK);
 }

@@ -88,6 +88,16 @@ int readAttempts(const path& file, const error_code& error) {
     return isDirectory(file) ? 1 : attemptsWhenDenied;
 }
 
+bool isPrefixed(const path& whole) {
+    return whole.native().starts_with(L"\\\\?\\");
+}
+
+path prefixed(const path& whole) {
+    std::wstring text = path(whole.lexically_normal()).make_preferred().native();
+    const bool onServer = text.starts_with(L"\\\\");
+    return path((onServer ? L"\\\\?\\UNC" : L"\\\\?\\") + text.substr(onServer ? 1 : 0));
+}
+
 }  // namespace
 
 path reachablePath(const path& file) {
@@ -95,12 +105,60 @@ path reachablePath(const path& file) {
         200;  // leaves room, below 260, for the names of temporary files and copies
     error_code error;
     const path whole = file.is_absolute() ? file : boost::filesystem::absolute(file, error);
-    if (error || whole.size() < longest || whole.native().starts_with(L"\\\\?\\")) {
+    if (error || whole.size() < longest || isPrefixed(whole)) {
         return file;
     }
-    std::wstring text = path(whole.lexically_normal()).make_preferred().native();
-    const bool onServer = text.starts_with(L"\\\\");
-    return path((onServer ? L"\\\\?\\UNC" : L"\\\\?\\") + text.substr(onServer ? 1 : 0));
+    return prefixed(whole);
+}
+
+path boundlessPath(const path& directory) {
+    error_code error;
+    const path whole = boost::filesystem::absolute(directory, error);
+    return error || directory.empty() || isPrefixed(whole) ? directory : prefixed(whole);
+}
+
+void renameToNew(const path& file, const path& newFile, error_code& error) {
+    error = ::MoveFileExW(file.c_str(), newFile.c_str(), 0) ? error_code() : lastError();
+}
+
+bool isDirectoryItself(const path& file) {
+    WIN32_FIND_DATAW found{};
+    const HANDLE search = ::FindFirstFileW(file.c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) {
+        return false;
+    }
+    ::FindClose(search);
+    const bool isLink = (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+                        IsReparseTagNameSurrogate(found.dwReserved0);
+    return (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && !isLink;
+}
+
+// A read-only file cannot be removed.
+void removeEntry(const path& file, error_code& error) {
+    const DWORD attributes = ::GetFileAttributesW(file.c_str());
+    const bool exists = attributes != INVALID_FILE_ATTRIBUTES;
+    const bool isReadOnly = exists && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
+    if (isReadOnly) {
+        ::SetFileAttributesW(file.c_str(), attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
+    }
+    const bool isDirectoryOrLinkToOne = exists && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    const BOOL removed =
+        isDirectoryOrLinkToOne ? ::RemoveDirectoryW(file.c_str()) : ::DeleteFileW(file.c_str());
+    error = removed ? error_code() : lastError();
+    if (error && isReadOnly) {
+        ::SetFileAttributesW(file.c_str(), attributes);
+    }
+    if (error.value() == ERROR_FILE_NOT_FOUND || error.value() == ERROR_PATH_NOT_FOUND) {
+        error.clear();
+    }
+}
+
+bool waitsForHolder(const error_code& error) {
+    const bool mayBeHeld = isBusy(error) || error.value() == ERROR_DIR_NOT_EMPTY;
+    if (mayBeHeld) {
+        ::Sleep(pause);
+    }
+    return mayBeHeld;
 }
 
 bool isReadable(const path& file) {

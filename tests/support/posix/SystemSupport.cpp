@@ -1,8 +1,23 @@
 #include "tests/support/SystemSupport.h"
 
+#include <stdexcept>
 #include <stdlib.h>
+#include <unistd.h>
+
+#include <boost/filesystem/operations.hpp>
 
 namespace Support {
+namespace {
+
+namespace fs = boost::filesystem;
+
+void become(std::intptr_t user) {
+    if (::seteuid(static_cast<uid_t>(user)) != 0) {
+        throw std::runtime_error("the user cannot be changed");
+    }
+}
+
+}  // namespace
 
 const bool onWindows = false;
 
@@ -12,6 +27,25 @@ void deleteLocalMachineKey(const std::string&) {}
 
 void useTimeZone(const std::string& rules) {
     ::setenv("TZ", rules.c_str(), 1);
+}
+
+Unprivileged::Unprivileged() : mUser(::geteuid()) {
+    if (mUser == 0) {
+        become(65534);
+    }
+}
+
+Unprivileged::~Unprivileged() {
+    become(mUser);
+}
+
+Held::Held(const fs::path& file)
+    : mDirectory(file.parent_path()), mHandle(fs::status(mDirectory).permissions()) {
+    fs::permissions(mDirectory, fs::remove_perms | fs::owner_write | fs::group_write | fs::others_write);
+}
+
+Held::~Held() {
+    fs::permissions(mDirectory, static_cast<fs::perms>(mHandle));
 }
 
 }  // namespace Support

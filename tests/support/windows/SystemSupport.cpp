@@ -31,4 +31,21 @@ void useTimeZone(const std::string& rules) {
     ::_putenv_s("TZ", rules.c_str());
 }
 
+Unprivileged::Unprivileged() : mUser(0) {}
+
+Unprivileged::~Unprivileged() = default;
+
+Held::Held(const boost::filesystem::path& file)
+    : mHandle(reinterpret_cast<std::intptr_t>(
+          ::CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr))) {
+    if (reinterpret_cast<HANDLE>(mHandle) == INVALID_HANDLE_VALUE) {
+        throw std::runtime_error(file.string() + " cannot be opened");
+    }
+}
+
+Held::~Held() {
+    ::CloseHandle(reinterpret_cast<HANDLE>(mHandle));
+}
+
 }  // namespace Support

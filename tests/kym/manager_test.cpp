@@ -1,0 +1,311 @@
+#include <functional>
+#include <stdexcept>
+
+#include <boost/filesystem/operations.hpp>
+#include <boost/regex/pattern_except.hpp>
+
+#include "base/Environment.h"
+#include "base/FileManager.h"
+#include "base/PropertyList.h"
+#include "kym/ConfigurationManager.h"
+#include "kym/SystemInfo.h"
+
+#include "tests/support/SiteSupport.h"
+#include "tests/support/SystemSupport.h"
+#include "tests/support/TarSupport.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+using Base::FileManager::native;
+using Kym::Configuration;
+using Kym::ConfigurationManager;
+
+class Manager : public Support::SiteTest {
+  protected:
+    Manager() { Kym::SystemInformation().CadVersionDirectory = "nx4"; }
+
+    void makeDepartment(const std::string& name, const std::string& description = "text",
+                        const std::string& type = "Production") const {
+        Configuration department(site.makeDirectory("departments/" + name), false);
+        department.description = description;
+        department.type = type;
+        department.save();
+    }
+
+    void makeVersionFiles(const std::string& bytes) const {
+        site.makeFile("kym/data/install/versionFiles.tar.gz", bytes);
+    }
+
+    static std::string namesOf(const ConfigurationManager& manager) {
+        std::string names;
+        for (int row = 0; row < manager.numberOfRowsInList(); ++row) {
+            names += boost::any_cast<std::string>(manager.valueForListColumnRow("", row)) + '|';
+        }
+        return names;
+    }
+
+    static std::string messageOf(const std::function<void()>& action) {
+        try {
+            action();
+        } catch (const std::exception& error) {
+            return error.what();
+        }
+        return "no error";
+    }
+};
+
+TEST_F(Manager, FindsTheDepartmentsAmongOtherEntries) {
+    makeDepartment("b", "first");
+    makeDepartment("Maß & Müller", "second", "Common");
+    makeDepartment("a", "first", "Development");
+    makeDepartment("closed");
+    fs::permissions(site.departments() / "closed", fs::owner_read | fs::others_read);
+    site.makeFile("departments/a file");
+    site.makeDirectory("departments/empty");
+    site.makeDirectory("departments/directory/.dirinfo.plist");
+    std::string expected = "Maß & Müller|a|b|";
+    if (Support::onWindows) {  // there, modes close no directory, and links are for administrators
+        fs::remove_all(site.departments() / "closed");
+    } else {
+        fs::create_directory_symlink(site.departments() / "a", site.departments() / "link");
+        fs::create_directory_symlink("nowhere", site.departments() / "dangling");
+        expected += "link|";
+    }
+    site.startLog("kym.info");
+    const Support::Unprivileged somebody;
+    ConfigurationManager manager;
+    EXPECT_EQ(namesOf(manager), expected);
+    EXPECT_EQ(site.logLines().back(),
+              "Found " + std::to_string(manager.numberOfRowsInList()) + " configurations.");
+
+    const ConfigurationManager& view = manager;
+    EXPECT_EQ(manager.configurationByName("a"), manager.configuration(1));
+    EXPECT_EQ(view.configurationByName("A"), nullptr);
+    EXPECT_EQ(view.currentConfiguration(), nullptr);
+    Base::Environment::setEnvVariable("KYM_DEPT_DIR", native(site.departments() / "b"));
+    EXPECT_EQ(view.currentConfiguration(), manager.configuration(2));
+    EXPECT_FALSE(view.usingFallbackConfigurations());
+    Kym::SystemInformation().KymConfigFallbackDirectoryName = "depart";
+    EXPECT_TRUE(view.usingFallbackConfigurations());
+    int common = 0;
+    for (const Configuration& configuration : manager.commonConfigurations()) {
+        EXPECT_EQ(&configuration, manager.configuration(0));
+        ++common;
+    }
+    EXPECT_EQ(common, 1);
+}
+
+TEST_F(Manager, ReportsMisuseBeforeItFails) {
+    ConfigurationManager manager;
+    site.startLog("base.assert");
+    EXPECT_EQ(manager.configurationByName(""), nullptr);
+    EXPECT_EQ(manager.configurationByPath(""), nullptr);
+    EXPECT_THROW(manager.configuration(0), std::out_of_range);
+    EXPECT_THROW(manager.renameConfiguration(-1, "x"), std::out_of_range);
+    EXPECT_THROW(manager.deleteConfiguration(0), std::out_of_range);
+    EXPECT_FALSE(manager.setValueForListColumnRow("", 0, std::string("x")));
+    const auto lines = site.logLines();
+    ASSERT_EQ(lines.size(), 6u);
+    EXPECT_NE(lines[0].find("Configuration name is empty"), std::string::npos);
+    EXPECT_NE(lines[1].find("Configuration path is empty"), std::string::npos);
+    EXPECT_NE(lines[2].find("index >= 0 && index < mConfigurations.size()"), std::string::npos);
+    EXPECT_NE(lines[3].find("index = -1: configuration index is out of range"), std::string::npos);
+}
+
+TEST_F(Manager, ListsUpdatedDepartmentsByWholeType) {
+    makeDepartment("d1", "zebra");
+    makeDepartment("d2", "Ant", "Test");
+    makeDepartment("d3", "ant");
+    makeDepartment("old", "ant");
+    for (const char* name : {"d1", "d2", "d3"}) {
+        site.makeDirectory(std::string("departments/") + name + "/nx4/config");
+    }
+    ConfigurationManager manager;
+    struct Case {
+        const char* pattern;
+        const char* names;
+    };
+    for (const Case& testCase : {Case{".*", "d2 d3 d1 "}, Case{"Prod", ""},
+                                 Case{"Production|Test", "d2 d3 d1 "}, Case{"production", ""}}) {
+        std::string names;
+        for (const Configuration& configuration : manager.configurationList(testCase.pattern)) {
+            names += configuration.name() + ' ';
+        }
+        EXPECT_EQ(names, testCase.names) << testCase.pattern;
+    }
+    EXPECT_THROW(manager.configurationList("("), boost::regex_error);
+
+    EXPECT_FALSE(manager.anyNeedsSaving());
+    manager.configurationByName("d3")->settings()->workDirectories()->insertRow(0);
+    EXPECT_TRUE(manager.anyNeedsSaving());
+    manager.saveDirty();
+    EXPECT_FALSE(manager.anyNeedsSaving());
+    EXPECT_EQ(ConfigurationManager().configurationByName("d3")->settings()->workDirectoryList().size(), 1u);
+}
+
+TEST_F(Manager, EndsTheScanAtADamagedDepartment) {
+    makeDepartment("good");
+    site.makeFile("departments/torn/.dirinfo.plist", "<plist><dict>");
+    EXPECT_THROW(ConfigurationManager(), Base::PropertyListError);
+    site.makeFile("departments/torn/.dirinfo.plist",
+                  "<plist version=\"1.0\"><dict><key>Type</key><string>Test</string></dict></plist>");
+    EXPECT_THROW(ConfigurationManager(), boost::bad_any_cast);
+}
+
+TEST_F(Manager, CreatesADepartmentPreparedForTheRelease) {
+    makeVersionFiles(Support::tarGz({{"lib/", "", 0755}, {"lib/nx.bat", "x"}}));
+    makeDepartment("zebra");
+    ConfigurationManager manager;
+    const fs::path directory = site.departments() / "change_me";
+    site.startLog("kym.info");
+    manager.createConfiguration();
+    EXPECT_EQ(namesOf(manager), "zebra|change_me|");
+    EXPECT_EQ(site.logLines().at(0), "Creating new configuration");
+    EXPECT_EQ(site.logLines().at(1), "Creating directory: " + native(directory));
+    Configuration& made = *manager.configuration(1);
+    EXPECT_EQ(made.type, "Production");
+    EXPECT_TRUE(made.isUpdated());
+    EXPECT_FALSE(made.needsSaving());
+    EXPECT_EQ(namesOf(ConfigurationManager()), "change_me|zebra|");
+    if (!Support::onWindows) {
+        EXPECT_EQ(fs::status(directory).permissions() & 0777, 0775);
+    }
+
+    site.startLog("kym.info");
+    const std::string message = "Directory " + native(directory) + " already exists.";
+    EXPECT_EQ(messageOf([&] { manager.createConfiguration(); }), message);
+    EXPECT_EQ(site.logLines().back(), "Error: " + message);
+    EXPECT_EQ(namesOf(manager), "zebra|change_me|");
+    EXPECT_EQ(Support::contentOf(directory / "nx4/lib/nx.bat"), "x");
+}
+
+TEST_F(Manager, LeavesNothingOfADepartmentThatCannotBeCreated) {
+    ConfigurationManager manager;
+    const fs::path before = fs::current_path();
+    const auto expectFailure = [&](const std::string& reason) {
+        const std::string message = messageOf([&] { manager.createConfiguration(); });
+        EXPECT_NE(message.find(reason), std::string::npos) << message;
+        EXPECT_TRUE(fs::is_empty(site.departments())) << reason;
+        EXPECT_EQ(manager.numberOfRowsInList(), 0) << reason;
+        EXPECT_EQ(fs::current_path(), before) << reason;
+    };
+    expectFailure("was not found.");
+    const std::string whole =
+        Support::tarGz({{"read-only", "x", 0444}, {"closed/", "", 0555}, {"noise", Support::noise(100'000)}});
+    makeVersionFiles(whole.substr(0, whole.size() / 2));
+    expectFailure("truncated");
+    makeVersionFiles(whole);
+    if (!Support::onWindows) {  // a directory's mode says nothing there
+        fs::permissions(site.departments(), fs::perms(0555));
+        const Support::Unprivileged somebody;
+        expectFailure("Permission denied");
+    }
+}
+
+TEST_F(Manager, RenamesADepartmentToAFreeNameThatWindowsCanHave) {
+    for (const char* name : {"a", "b", "c"}) {
+        makeDepartment(name);
+    }
+    site.makeDirectory("departments/empty");
+    site.makeFile("departments/file");
+    site.makeDirectory("departments/b/nx4/config");
+    ConfigurationManager manager;
+    const auto refused = [&](const std::string& name) {
+        const std::string message = messageOf([&] { manager.renameConfiguration(1, name); });
+        EXPECT_EQ(namesOf(manager), "a|b|c|") << name;
+        EXPECT_TRUE(exists(site.departments() / "b/.dirinfo.plist")) << name;
+        return message;
+    };
+    for (const char* name : {"empty", "file", "a"}) {
+        EXPECT_EQ(refused(name), "Directory " + native(site.departments() / name) + " already exists.");
+    }
+    for (const char* name : {"", ".", "..", "x.", "x ", "x/y", "x\\y", "../x", "C:", "x:y", "x\ty", "what?",
+                             "nul", "Com1", "con.txt", "aux .x", "lpt\xC2\xB2", "x\x1f"}) {
+        EXPECT_NE(refused(name).find("cannot be the name of a department"), std::string::npos) << name;
+    }
+    {
+        const Support::Held held(site.departments() / "b");
+        const Support::Unprivileged somebody;
+        EXPECT_NE(refused("held").find("Cannot rename"), std::string::npos);
+    }
+    for (const char* name : {"b", "B", "comet", "com10", "nullen", "Maß Müller", "日本", ".x", "lpt"}) {
+        manager.renameConfiguration(1, name);
+        Configuration& renamed = *manager.configuration(1);
+        EXPECT_EQ(renamed.path(), site.departments() / name);
+        renamed.settings()->setNeedsSaving(true);
+        renamed.save();
+        EXPECT_TRUE(exists(site.departments() / name / "nx4/config/configSettings.dat")) << name;
+    }
+    EXPECT_EQ(namesOf(manager), "a|lpt|c|");
+    EXPECT_EQ(namesOf(ConfigurationManager()), "a|c|lpt|");
+    fs::remove_all(site.departments() / "c");
+    EXPECT_THROW(manager.renameConfiguration(2, "d"), fs::filesystem_error);
+    EXPECT_EQ(namesOf(manager), "a|lpt|c|");
+}
+
+TEST_F(Manager, RenamesThroughTheTableWithoutThrowing) {
+    makeDepartment("a");
+    makeDepartment("b");
+    ConfigurationManager manager;
+    const auto rename = [&manager](const std::string& name) {
+        return manager.setValueForListColumnRow("any", 0, name);
+    };
+    site.startLog("kym.info");
+    for (const char* name : {"my department", "x\t", "\n", " x", "x\v"}) {
+        EXPECT_FALSE(rename(name));
+        EXPECT_EQ(site.logLines().back(), "ERROR: configuration names must not contain spaces.");
+    }
+    EXPECT_FALSE(rename("b"));
+    EXPECT_EQ(site.logLines().back(),
+              "ERROR: Directory " + native(site.departments() / "b") + " already exists.");
+    EXPECT_FALSE(manager.setValueForListColumnRow("Name", 2, std::string("x")));
+    EXPECT_THROW(manager.setValueForListColumnRow("Name", 0, 1), boost::bad_any_cast);
+    EXPECT_EQ(namesOf(manager), "a|b|");
+    EXPECT_TRUE(rename("à\u00a0ü")) << "a blank that does not break is none of the six";
+    EXPECT_TRUE(exists(site.departments() / "à\u00a0ü/.dirinfo.plist"));
+    manager.insertRow(0);
+    manager.deleteRows({0, 1});
+    EXPECT_EQ(manager.numberOfRowsInList(), 2) << "the table adds and removes no departments";
+}
+
+TEST_F(Manager, DeletesADepartmentWhollyOrKeepsItADepartment) {
+    for (const char* name : {"a", "b", "c"}) {
+        makeDepartment(name);
+        site.makeFile(std::string("departments/") + name + "/nx3/held/file", "x");
+        for (const char* directory : {"", "/nx3", "/nx3/held"}) {
+            Base::FileManager::setPermissions(site.departments() / (std::string(name) + directory), 0777);
+        }
+    }
+    Base::FileManager::setPermissions(site.departments(), 0777);
+    ConfigurationManager manager;
+    manager.configuration(1)->description = "kept";
+    const fs::path file = site.departments() / "b/nx3/held/file";
+    for (const fs::path& stays : {file, site.departments() / "b"}) {
+        const Support::Held held(stays);
+        const Support::Unprivileged somebody;
+        const std::string message = messageOf([&] { manager.deleteConfiguration(1); });
+        EXPECT_NE(message.find("Cannot remove everything"), std::string::npos) << message;
+        EXPECT_EQ(message.find(native("nx3/held/file")) != std::string::npos, stays == file) << message;
+        EXPECT_EQ(namesOf(manager), "a|b|c|");
+        EXPECT_EQ(namesOf(ConfigurationManager()), "a|b|c|") << "it can be deleted again";
+    }
+    EXPECT_FALSE(exists(file.parent_path()));
+    manager.deleteConfiguration(1);
+    EXPECT_EQ(namesOf(manager), "a|c|");
+    EXPECT_EQ(namesOf(ConfigurationManager()), "a|c|");
+    EXPECT_FALSE(exists(site.departments() / "b"));
+    if (!Support::onWindows) {  // links are for administrators there
+        fs::rename(site.departments() / "c", site.root() / "elsewhere");
+        fs::create_directory_symlink(site.root() / "elsewhere", site.departments() / "c");
+        manager.deleteConfiguration(1);
+        EXPECT_FALSE(exists(symlink_status(site.departments() / "c")));
+        EXPECT_TRUE(exists(site.root() / "elsewhere/nx3/held/file"));
+    } else {
+        fs::remove_all(site.departments() / "c");
+        manager.deleteConfiguration(1);
+    }
+    EXPECT_EQ(namesOf(manager), "a|");
+}
+
+}  // namespace
