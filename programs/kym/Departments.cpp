@@ -10,10 +10,13 @@
 #include "kym/SiteSettings.h"
 #include "kym/SystemInfo.h"
 
+#include "Progress.h"
+
 namespace {
 
 /// The site store registers the external plugins, which the departments' settings then know.
 Kym::ConfigurationManager loadManager() {
+    const Progress progress("Reading the departments");
     Kym::SiteInformation();
     return {};
 }
@@ -42,6 +45,17 @@ void applyOverlay(const Kym::Configuration& department, Kym::ConfigApplication& 
 }  // namespace
 
 Departments::Departments() : mManager(loadManager()) {}
+
+int Departments::rowOf(const std::string& name) {
+    std::vector<std::string> names;
+    for (int row = 0; row < mManager.numberOfRowsInList(); ++row) {
+        names.push_back(mManager.configuration(row)->name());
+        if (names.back() == name) {
+            return row;
+        }
+    }
+    throw std::runtime_error("There is no department " + quoted(name) + ". " + thereAre(names));
+}
 
 Kym::Configuration& Departments::find(const std::string& name) {
     Kym::Configuration* department = name.empty() ? nullptr : mManager.configurationByName(name);

@@ -18,6 +18,10 @@ class Departments {
     /// The departments, by description.
     std::vector<Kym::Configuration> list() const { return mManager.configurationList(".*"); }
 
+    /// All departments, those too that are not prepared for the present release.
+    Kym::ConfigurationManager& manager() { return mManager; }
+    int rowOf(const std::string& name);
+
     Kym::Configuration& find(const std::string& name);
 
     /// The common configuration of a launch; null when the department has none besides itself.

@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include "Commands.h"
+#include "Management.h"
 
 namespace {
 
@@ -52,6 +53,8 @@ int main(int argc, char** argv) {
     CLI::App* start = program.add_subcommand("launch", "Start an application and do not wait for it");
     addChoice(*start, choice);
     start->callback([&choice] { launch(std::cout, choice); });
+
+    addManagementCommands(program);
 
     try {
         program.parse(argc, argv);

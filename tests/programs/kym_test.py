@@ -69,7 +69,11 @@ class KymTest(unittest.TestCase):
     @classmethod
     def run_program(cls, name, *arguments):
         return subprocess.run([*EMULATOR, str(FOLDER / f"{name}{SUFFIX}"), *arguments], env=cls.environment,
-                              capture_output=True, encoding="utf-8", timeout=60, check=False)
+                              stdin=subprocess.DEVNULL, capture_output=True, encoding="utf-8", timeout=60,
+                              check=False)
+
+    def entries(self):
+        return sorted(path.name for path in (self.site / "ugsite").iterdir() if path.is_dir())
 
     def kym(self, *arguments):
         done = self.run_program("kym", *arguments)
@@ -136,6 +140,84 @@ class KymTest(unittest.TestCase):
             self.assertEqual((done.returncode, done.stdout), (status, ""), arguments)
             self.assertTrue(done.stderr.startswith("kym: "), done.stderr)
             self.assertIn(message, done.stderr)
+
+    def test_creates_prepares_renames_and_deletes_departments(self):
+        before = self.entries()
+        self.addCleanup(lambda: [shutil.rmtree(self.site / "ugsite" / name)
+                                 for name in self.entries() if name not in before])
+        self.assertEqual(self.kym("create", "d\u00e9p", "--description", "All \u20ac", "--type", "Test"),
+                         'Created the department "d\u00e9p".\n')
+        self.assertIn("d\u00e9p     Test        All \u20ac", self.kym("departments").splitlines())
+        release = self.site / "ugsite" / "d\u00e9p" / "nx4"
+        self.assertTrue((release / "menus" / "custom_dirs.dat").exists())
+        self.assertFalse((release / "win64").exists())
+        prepared = 'The department "d\u00e9p" is prepared for the release "nx4"'
+        self.assertEqual(self.kym("prepare", "d\u00e9p"), prepared + ".\n")
+        self.assertTrue((release / "win64" / "udo").is_dir())
+        self.assertEqual(self.kym("prepare", "d\u00e9p"), prepared + " already.\n")
+        self.assertEqual(self.kym("create"), 'Created the department "change_me".\n')
+        shutil.rmtree(self.site / "ugsite" / "change_me" / "nx4")
+        self.assertEqual(self.kym("rename", "change_me", "later"),
+                         'Renamed the department "change_me" to "later".\n')
+        self.kym("prepare", "later")
+        self.assertEqual(self.entries(), sorted([*before, "d\u00e9p", "later"]))
+        for name in "d\u00e9p", "later":
+            self.assertEqual(self.kym("delete", name, "--yes"), f'Deleted the department "{name}".\n')
+        self.assertEqual(self.entries(), before)
+        self.assertIn('"design" still names "common"', self.kym("rename", "common", "shared"))
+        self.kym("rename", "shared", "common")
+
+    def test_refuses_changes_and_leaves_everything(self):
+        before = self.entries()
+        for arguments, status, message in (
+                (["create", "design"], 1, 'There is a department "design" already.'),
+                (["create", "my site"], 1, '"my site" cannot be the name of a department'),
+                (["create", "a/b"], 1, '"a/b" cannot be the name of a department'),
+                (["create", "x", "--type", "Prod"], 1, 'no type "Prod". There are: Common, Development, '),
+                (["rename", "design", "common"], 1, " already exists."),
+                (["rename", "design", "a\tb"], 1, "cannot be the name of a department"),
+                (["rename", "sales", "x"], 1, 'no department "sales". There are: archive, common, design.'),
+                (["rename", "design"], 2, "NEW is required"),
+                (["delete", "design"], 1, "must be confirmed: give --yes"),
+                (["delete", "sales", "--yes"], 1, 'no department "sales".'),
+                (["prepare", "sales"], 1, 'no department "sales".')):
+            done = self.run_program("kym", *arguments)
+            self.assertEqual((done.returncode, done.stdout), (status, ""), arguments)
+            self.assertIn(message, done.stderr)
+            self.assertEqual(self.entries(), before, arguments)
+
+    @unittest.skipIf(ON_WINDOWS, "pseudo-terminals and named pipes are made here")
+    def test_asks_and_shows_progress_on_a_terminal(self):
+        import pty
+        archive = self.site / "kym" / "data" / "install" / "versionFiles.tar.gz"
+        content = archive.read_bytes()
+        self.addCleanup(lambda: (archive.unlink(), archive.write_bytes(content)))
+        archive.unlink()
+        os.mkfifo(archive)
+
+        def on_terminal(*arguments, until, then):
+            """What the terminal showed until `until` was there; then `then` is called with the terminal."""
+            ours, theirs = pty.openpty()
+            with subprocess.Popen([str(FOLDER / "kym"), *arguments], env=self.environment, stdin=theirs,
+                                  stdout=subprocess.PIPE, stderr=theirs, encoding="utf-8") as process:
+                os.close(theirs)
+                shown = ""
+                while until not in shown:
+                    shown += os.read(ours, 1000).decode()
+                then(ours)
+                output = process.communicate(timeout=60)[0]
+            os.close(ours)
+            return process.returncode, output
+
+        done = on_terminal("create", "slow", until="Unpacking the version files ... ",
+                           then=lambda _: archive.write_bytes(content))
+        self.assertEqual(done, (0, 'Created the department "slow".\n'))
+        for answer, expected in ("no\n", (1, "")), ("yes\n", (0, 'Deleted the department "slow".\n')):
+            self.assertIn("slow", self.entries())
+            done = on_terminal("delete", "slow", until="Type yes to delete: ",
+                               then=lambda terminal: os.write(terminal, answer.encode()))
+            self.assertEqual(done, expected)
+        self.assertNotIn("slow", self.entries())
 
     @unittest.skipUnless(ON_WINDOWS, "programs are started on Windows only")
     def test_a_program_receives_what_was_shown(self):

@@ -38,7 +38,7 @@ def system_header(room, name):
 def offences(project, file, installed):
     name = file.relative_to(project).as_posix()
     room = name.split("/")[0]
-    in_platform = name.startswith("base/platform/")
+    in_platform = name.startswith(("base/platform/", "programs/windows/", "programs/posix/"))
     for number, line in enumerate(file.read_text(encoding="utf-8").splitlines(), 1):
         if CONDITION.match(line) and not in_platform and room != "bench":
             yield number, "conditional compilation belongs below base/platform/"
@@ -56,7 +56,9 @@ def offences(project, file, installed):
             yield number, f'"{quoted}": a header is named from the top of the project'
         if room == "base" and quoted.startswith("kym/"):
             yield number, "base/ knows nothing of kym/"
-        if room in ("programs", "samples", "bench") and quoted not in installed and not (file.parent / quoted).exists():
+        if room in ("programs", "samples", "bench") and not (
+                quoted in installed or (file.parent / quoted).exists() or
+                room == "programs" and quoted.startswith("programs/") and (project / quoted).exists()):
             yield number, f'"{quoted}" is not installed'
         if name in installed and quoted not in installed:
             yield number, f'an installed header includes "{quoted}", which is not installed'
