@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,6 +23,9 @@ struct LaunchPlan {
 
     /// The complete environment of the program, name to value.
     std::map<std::string, std::string> environment;
+
+    /// Temporary files older than this many days are removed before the start; nothing: none are.
+    std::optional<std::uint32_t> cleanupDays;
 
     /// The command line: the executable and the arguments, separated by single blanks.
     KYM_EXPORT std::string commandString() const;

@@ -22,7 +22,9 @@
 #include "kym/Loggers.h"
 #include "kym/PluginsManager.h"
 #include "kym/SiteSettings.h"
+#include "kym/StaleFiles.h"
 #include "kym/SystemInfo.h"
+#include "kym/Time.h"
 #include "kym/VariableList.h"
 #include "kym/VariableNames.h"
 #include "kym/WorkDirectory.h"
@@ -144,6 +146,9 @@ LaunchPlan Launcher::plan(const Configuration& config, const Configuration* comm
 
     plan.executable = getAndCheckExecutable(app, plan.environment);
     plan.arguments = buildArgList(app, plan.environment);
+    if (config.doFileCleanup) {
+        plan.cleanupDays = config.cleanupDays;
+    }
     plan.workingDirectory = workDir ? workDir->path : "${USERPROFILE}";
     Base::Environment::expandEnvVariables(plan.workingDirectory, plan.environment);
 
@@ -159,6 +164,9 @@ LaunchPlan Launcher::plan(const Configuration& config, const Configuration* comm
 }
 
 void Launcher::launch(const LaunchPlan& plan) const {
+    if (plan.cleanupDays) {
+        removeStaleFiles(*plan.cleanupDays);
+    }
     if (LoggerStream line{infoLogger()}) {
         line << "Starting application " << native(plan.executable) << std::endl << "  with arguments: ";
         for (const std::string& argument : plan.arguments) {
@@ -176,6 +184,21 @@ void Launcher::launch(const LaunchPlan& plan) const {
     task.launch();
     if (LoggerStream line{infoLogger()}) {
         line << "Application " << native(task.launchPath()) << " has started." << std::endl;
+    }
+}
+
+std::vector<StaleFile> Launcher::staleFiles(const Configuration& config) const {
+    std::vector<StaleFile> files;
+    if (config.doFileCleanup) {
+        visitStaleFiles(Time::currentLocalTime(), config.cleanupDays,
+                        [&](const StaleFile& file) { files.push_back(file); });
+    }
+    return files;
+}
+
+void Launcher::removeLogFiles(const Configuration& config) const {
+    if (config.doFileCleanup) {
+        removeStaleFiles(config.cleanupDays);
     }
 }
 

@@ -8,6 +8,7 @@
 
 #include "base/platform/Export.h"
 #include "kym/LaunchPlan.h"
+#include "kym/StaleFile.h"
 
 namespace Kym {
 
@@ -44,8 +45,19 @@ class KYM_EXPORT Launcher {
     LaunchPlan plan(const Configuration& config, const Configuration* commonConfig,
                     const ConfigApplication& app, const WorkDirectory* workDir) const;
 
-    /// Starts what `plan` computed. `Base::TaskError` when the program cannot be started.
+    /// Starts what `plan` computed, after it removed the stale files when the plan says so. When one of these
+    /// cannot be removed, nothing is started; `Base::TaskError` when the program cannot be started.
     void launch(const LaunchPlan& plan) const;
+
+    /// The files that `removeLogFiles` would remove now: journals, logs and the like that are older than the
+    /// days which the configuration sets, in c:\temp and in the directory that the variable TEMP of this
+    /// process names, not below them. None when the configuration asks for no cleanup. Errors of the file
+    /// system are `boost::filesystem::filesystem_error`.
+    std::vector<StaleFile> staleFiles(const Configuration& config) const;
+
+    /// Removes these files. A file that is gone already is no error. The first that cannot be removed ends
+    /// the cleanup with the file system's exception; what was removed before stays removed.
+    void removeLogFiles(const Configuration& config) const;
 
     /// Fills `env`, which is passed empty, with the environment of an application: the layers merged,
     /// references expanded, separators in the Windows form, path lists free of duplicates. An expansion that

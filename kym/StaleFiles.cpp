@@ -1,0 +1,119 @@
+#include "kym/StaleFiles.h"
+
+#include <algorithm>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <boost/filesystem/directory.hpp>
+#include <boost/filesystem/exception.hpp>
+#include <boost/filesystem/operations.hpp>
+
+#include "base/Environment.h"
+#include "base/FileManager.h"
+#include "base/platform/FileSystem.h"
+#include "kym/Loggers.h"
+#include "kym/Time.h"
+
+namespace fs = boost::filesystem;
+using Base::FileManager::native;
+using Base::log::LoggerStream;
+using boost::system::error_code;
+
+namespace Kym {
+
+namespace {
+
+bool isLeftByPrograms(const fs::path& file) {
+    // As the system spells names: they need not be valid text, and letter case counts.
+    static const std::set<fs::path::string_type> extensions = [] {
+        std::set<fs::path::string_type> result;
+        for (const char* extension : {".syslog", ".jnl", ".rol_bin", ".log", ".mon", ".tmp", ".dlg", ".prt",
+                                      ".pax", ".c", ".h", ".qaf"}) {
+            result.insert(fs::path(extension).native());
+        }
+        return result;
+    }();
+    return extensions.contains(file.extension().native());
+}
+
+bool saysGone(const error_code& error) {
+    return error == boost::system::errc::no_such_file_or_directory;
+}
+
+/// The files of a directory that programs leave, in the order of their names; none when it is gone.
+std::vector<fs::path> filesLeftIn(const fs::path& directory) {
+    std::vector<fs::path> files;
+    error_code error;
+    fs::directory_iterator entry(directory, error);
+    if (error && !saysGone(error)) {
+        throw fs::filesystem_error("Cannot list the directory", directory, error);
+    }
+    for (; entry != fs::directory_iterator(); ++entry) {
+        if (isLeftByPrograms(entry->path()) && !Base::FileManager::isDirectory(entry->path())) {
+            files.push_back(entry->path());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+/// Empty when the file is gone, or was written at a time that the run-time cannot tell.
+Time lastWriteTime(const fs::path& file) {
+    error_code error;
+    const std::time_t written = fs::last_write_time(Base::Platform::reachablePath(file), error);
+    if (saysGone(error)) {
+        return {};
+    }
+    if (error) {
+        throw fs::filesystem_error("Cannot tell the age of the file", file, error);
+    }
+    return {written, Time::Local};
+}
+
+}  // namespace
+
+void visitStaleFiles(const Time& now, std::uint32_t days,
+                     const std::function<void(const StaleFile&)>& visit) {
+    std::vector<fs::path> visited;
+    for (std::string place : {"c:\\temp", "$TEMP"}) {
+        const fs::path directory(Base::Environment::expandEnvVariables(place));
+        if (LoggerStream line{infoLogger()}) {
+            line << "  looking in " << native(directory) << std::endl;
+        }
+        const auto isTheSame = [&](const fs::path& other) {
+            error_code ignored;
+            return fs::equivalent(directory, other, ignored);
+        };
+        if (!fs::is_directory(directory) || std::any_of(visited.begin(), visited.end(), isTheSame)) {
+            continue;
+        }
+        visited.push_back(directory);
+        for (const fs::path& file : filesLeftIn(directory)) {
+            const Time written = lastWriteTime(file);
+            const int age = written.isEmpty() ? 0 : static_cast<int>(now.diffDay(written));
+            if (std::int64_t{age} > days) {
+                visit({file, age});
+            }
+        }
+    }
+}
+
+void removeStaleFiles(std::uint32_t days) {
+    if (LoggerStream line{infoLogger()}) {
+        line << "Removing tmp files greater than " << days << " days old:" << std::endl;
+    }
+    visitStaleFiles(Time::currentLocalTime(), days, [](const StaleFile& file) {
+        if (LoggerStream line{infoLogger()}) {
+            line << "  Removing " << native(file.path) << " which is " << file.age << " days old."
+                 << std::endl;
+        }
+        error_code error;
+        fs::remove(Base::Platform::reachablePath(file.path), error);
+        if (error && !saysGone(error)) {
+            throw fs::filesystem_error("Cannot remove the file", file.path, error);
+        }
+    });
+}
+
+}  // namespace Kym

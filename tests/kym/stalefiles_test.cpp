@@ -1,0 +1,197 @@
+#include "kym/StaleFiles.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <utility>
+
+#include <boost/filesystem/operations.hpp>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/Environment.h"
+#include "base/FileManager.h"
+#include "base/Task.h"
+#include "kym/ConfigApplication.h"
+#include "kym/Configuration.h"
+#include "kym/Launcher.h"
+#include "kym/Time.h"
+
+#include "tests/support/SiteSupport.h"
+#include "tests/support/SystemSupport.h"
+
+namespace fs = boost::filesystem;
+using Base::FileManager::native;
+using Kym::Time;
+using testing::ElementsAre;
+using testing::Pair;
+
+namespace {
+
+constexpr std::int64_t secondsPerDay = 86400;
+
+/// A site whose folder "temp" TEMP names; local time changes on 8 March 2026.
+class StaleFilesTest : public Support::SiteTest {
+  protected:
+    StaleFilesTest() {
+        Support::useTimeZone("EST5EDT,M3.2.0,M11.1.0");
+        Base::Environment::setEnvVariable("TEMP", native(temp));
+    }
+
+    fs::path file(const fs::path& name, std::int64_t written) const {
+        const fs::path made = temp / name;
+        fs::create_directories(made.parent_path());
+        std::ofstream{std::filesystem::path(made.native())};
+        fs::last_write_time(made, written);
+        return made;
+    }
+
+    /// The name and the age of each stale file below TEMP.
+    std::vector<std::pair<fs::path, int>> staleFiles(std::uint32_t days) const {
+        std::vector<std::pair<fs::path, int>> found;
+        Kym::visitStaleFiles(now, days, [&](const Kym::StaleFile& stale) {
+            if (stale.path.parent_path() == temp) {
+                found.emplace_back(stale.path.filename(), stale.age);
+            }
+        });
+        return found;
+    }
+
+    const fs::path temp = site.makeDirectory("temp");
+    const Time now{2026, 3, 10, 12, 0, 0, Time::Local};
+};
+
+}  // namespace
+
+TEST_F(StaleFilesTest, AreThoseOfTheProgramsInTheDirectoryItself) {
+    const std::int64_t old = now.getTime() - 10 * secondsPerDay;
+    const std::vector<std::string> stale = {".log",      "a.b.log",  "a.c",   "a.dlg", "a.h",
+                                            "a.jnl",     "a.mon",    "a.pax", "a.prt", "a.qaf",
+                                            "a.rol_bin", "a.syslog", "a.tmp"};
+    for (const std::string& name : stale) {
+        file(name, old);
+    }
+    for (const char* name : {"a.LOG", "a.logs", "a.log.txt", "a.csv", "a.cc", "log", "axlog", "a.", "a.lo",
+                             "below/a.log", "a.log ~"}) {
+        file(name, old);
+    }
+    fs::last_write_time(site.makeDirectory("temp/directory.log"), old);
+    // Not every system lets a name be that is no text, and not every user may make links.
+    fs::path::string_type noText(1, static_cast<fs::path::value_type>(Support::onWindows ? 0xD800 : 0xFF));
+    noText += fs::path(".tmp").native();
+    const bool made = std::ofstream{std::filesystem::path((temp / noText).native())}.is_open();
+    EXPECT_TRUE(made || Support::onWindows);
+    boost::system::error_code refused;
+    fs::create_directory_symlink(temp / "below", temp / "link.log", refused);
+    fs::create_symlink("nowhere", temp / "dangling.log", refused);
+
+    std::vector<fs::path> names(stale.begin(), stale.end());
+    if (made) {
+        fs::last_write_time(temp / noText, old);
+        names.emplace_back(noText);
+    }
+    std::vector<fs::path> found;
+    for (const auto& [name, age] : staleFiles(2)) {
+        found.push_back(name);
+        EXPECT_EQ(age, 10);
+    }
+    EXPECT_EQ(found, names);
+    EXPECT_TRUE(staleFiles(10).empty());
+    EXPECT_TRUE(staleFiles(std::numeric_limits<std::uint32_t>::max()).empty());
+
+    // What somebody else removes meanwhile is passed over.
+    std::vector<fs::path> visited;
+    Kym::visitStaleFiles(now, 2, [&](const Kym::StaleFile& one) {
+        if (one.path.parent_path() == temp) {
+            visited.push_back(one.path.filename());
+            fs::remove(temp / "a.c");
+        }
+    });
+    names.erase(std::find(names.begin(), names.end(), "a.c"));
+    EXPECT_EQ(visited, names);
+}
+
+TEST_F(StaleFilesTest, AreOlderThanTheDaysOnTheCalendar) {
+    const auto written = [](int day, int hour, int minute) {
+        return Time(2026, 3, day, hour, minute, 0, Time::Local).getTime();
+    };
+    file("2.9.log", written(7, 14, 24));
+    file("2.99.log", written(7, 12, 1));
+    file("3.log", written(7, 12, 0));  // 71 hours ago
+    file("3.1.log", written(7, 9, 36));
+    file("future.log", written(31, 0, 0));
+    file("never.log", -100'000'000);  // a time that Windows cannot tell
+    std::vector<std::pair<fs::path, int>> expected = {{"3.1.log", 3}, {"3.log", 3}};
+    if (!Support::onWindows) {
+        expected.emplace_back("never.log", now.diffDay(Time(-100'000'000, Time::Local)));
+    }
+    EXPECT_EQ(staleFiles(2), expected);
+    EXPECT_EQ(staleFiles(1).size(), expected.size() + 2);
+
+    Base::Environment::setEnvVariable("TEMP", native(temp / "3.log"));
+    EXPECT_TRUE(staleFiles(2).empty());
+    Base::Environment::setEnvVariable("TEMP", "");
+    EXPECT_TRUE(staleFiles(2).empty());
+}
+
+// So many days that no file of the machine's own c:\temp is that old.
+TEST_F(StaleFilesTest, AreRemovedBeforeALaunch) {
+    const std::int64_t old = Time::currentLocalTime().getTime() - 9001 * secondsPerDay - 8640;
+    const fs::path first = file("1.log", old);
+    const fs::path blocked = file("2.log", old);
+    const fs::path last = file("3.log", old);
+    const fs::path young = file("4.log", old + secondsPerDay / 5);
+    fs::path other;
+    if (Support::onWindows) {
+        fs::create_directories("c:\\temp");
+        other = fs::path("c:\\temp") / fs::unique_path("kym-%%%%-%%%%.jnl");
+        std::ofstream{std::filesystem::path(other.native())};
+        fs::last_write_time(other, old);
+    }
+
+    Kym::Launcher launcher;
+    Kym::Configuration config(site.makeDirectory("departments/design"), false);
+    config.cleanupDays = 9000;
+    config.doFileCleanup = false;
+    Kym::ConfigApplication app;
+    app.program = native(site.makeFile("program.exe"));
+    Base::FileManager::setPermissions(app.program, 0775);
+    site.startLog("kym.info");
+    launcher.removeLogFiles(config);
+    EXPECT_TRUE(launcher.staleFiles(config).empty());
+    EXPECT_TRUE(site.logLines().empty());
+    // Nothing is in the way of a start, which fails for another reason.
+    EXPECT_THROW(launcher.launchApplication(config, nullptr, app, nullptr), Base::TaskError);
+    EXPECT_TRUE(fs::exists(first));
+
+    config.doFileCleanup = true;
+    EXPECT_EQ(launcher.staleFiles(config).size(), Support::onWindows ? 4U : 3U);
+    {
+        std::ifstream held;
+        if (Support::onWindows) {
+            held.open(std::filesystem::path(blocked.native()));
+            EXPECT_TRUE(held.is_open());
+        } else {
+            fs::remove(blocked);
+            fs::create_symlink(blocked, blocked);
+        }
+        EXPECT_THROW(launcher.launchApplication(config, nullptr, app, nullptr), fs::filesystem_error);
+    }
+    EXPECT_FALSE(fs::exists(first));
+    EXPECT_TRUE(fs::exists(last));
+    const Kym::LaunchPlan plan = launcher.plan(config, nullptr, app, nullptr);
+    Base::Environment::setEnvVariable("TEMP", "${TEMP}");
+    EXPECT_THROW(launcher.launch(plan), Base::Environment::ExpansionError);
+    EXPECT_FALSE(fs::exists(other));
+
+    Base::Environment::setEnvVariable("TEMP", native(temp));
+    fs::remove(blocked);
+    site.startLog("kym.info");
+    launcher.removeLogFiles(config);
+    EXPECT_THAT(site.logLines(), ElementsAre("Removing tmp files greater than 9000 days old:",
+                                             "  looking in c:\\temp", "  looking in " + native(temp),
+                                             "  Removing " + native(last) + " which is 9001 days old."));
+    EXPECT_FALSE(fs::exists(last));
+    EXPECT_TRUE(fs::exists(young));
+}
