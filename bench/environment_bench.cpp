@@ -42,6 +42,7 @@ class Place {
   public:
     Place() : mCommon(department("common")), mConfig(department("department")) {
         mConfig.commonDepartment = "common";
+        mConfig.doFileCleanup = false;  // a benchmark removes no files of the machine
         for (const char* plugin : {"plugin_a", "plugin_b"}) {
             const fs::path directory = Kym::SystemInformation().installPath() / "plugins" / plugin;
             fs::create_directories(directory);
