@@ -1,7 +1,12 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <map>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "base/BaseException.h"
@@ -42,5 +47,67 @@ std::string& expandEnvVariables(std::string& text, const VariableMap& variables)
 
 /// The same against the environment of this process.
 std::string& expandEnvVariables(std::string& text);
+
+/// Expands texts and the values of variables by the rules of `expandEnvVariables`; each variable only once,
+/// however many refer to it.
+///
+/// A variable given to `expandVariable` is finished: what refers to it afterwards takes its value as the
+/// look-up then gives it, word for word, so that the results do not depend on what was expanded first. After
+/// an `ExpansionError` an expander is of no more use.
+class Expander {
+  public:
+    /// The value of a variable, or nothing when it is not there. The text must stay as it is until the call
+    /// that asked for it has returned.
+    using Lookup = std::function<std::optional<std::string_view>(std::string_view name)>;
+
+    explicit Expander(Lookup lookup);
+    ~Expander();
+    Expander(const Expander&) = delete;
+    Expander& operator=(const Expander&) = delete;
+
+    /// Expands a text, in place.
+    void expand(std::string& text);
+
+    /// Expands the value of a variable, in place.
+    void expandVariable(std::string_view name, std::string& value);
+
+  private:
+    enum class State {
+        literal,  ///< its value stands for itself
+        untouched,
+        open,      ///< it is being expanded
+        expanded,  ///< its expansion is a part of the result
+    };
+    struct Known {
+        State state;
+        std::size_t begin;  ///< of the expansion in the result
+        std::size_t end;
+    };
+    struct NameHash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view name) const { return std::hash<std::string_view>()(name); }
+    };
+    using Variables = std::unordered_map<std::string, Known, NameHash, std::equal_to<>>;
+    struct Frame {
+        Variables::value_type* variable;  ///< null: the caller's text
+        std::string_view text;
+        std::size_t position;
+    };
+
+    void run(const Frame& outermost);
+    void step();
+    std::string_view readName(Frame& frame) const;
+    void resolve(std::string_view name, std::string_view reference);
+    void append(std::string_view text, const Variables::value_type* variable);
+    void checkSize(std::size_t added, const Variables::value_type* variable) const;
+    std::string place() const;
+    std::string chain(const std::string& last) const;
+
+    Lookup mLookup;
+    std::string mResult;     // all that was expanded, so that a variable met again is copied from there
+    std::size_t mBegin = 0;  // where the text that is being expanded begins in the result
+    Variables mVariables;
+    std::vector<Frame> mFrames;  // a stack: references nest deeper than the machine's own stack allows
+};
 
 }  // namespace Base::Environment

@@ -49,7 +49,9 @@ bool isValidName(const std::string& name) {
 
 using Map = std::map<std::string, std::string>;
 
-std::string expand(const std::string& text, const Map& map, std::vector<std::string>& chain) {
+/// Variables before `current` in the order of the map are finished and stand for themselves.
+std::string expand(const std::string& text, const Map& map, const std::string& current,
+                   std::vector<std::string>& chain) {
     const boost::regex reference("\\$\\{([^}]*)\\}|\\$([A-Za-z_][A-Za-z0-9_]*)|\\$\\{");
     std::string result;
     auto copied = text.begin();
@@ -65,11 +67,15 @@ std::string expand(const std::string& text, const Map& map, std::vector<std::str
             result += match->str();
             continue;
         }
+        if (name < current) {
+            result += entry->second;
+            continue;
+        }
         if (std::find(chain.begin(), chain.end(), name) != chain.end()) {
             throw std::runtime_error("cycle");
         }
         chain.push_back(name);
-        result += expand(entry->second, map, chain);
+        result += expand(entry->second, map, current, chain);
         chain.pop_back();
     }
     return result.append(copied, text.end());
@@ -167,9 +173,9 @@ std::map<std::string, std::string> buildEnvironment(const Input& input) {
         }
     }
     for (auto& [name, value] : map) {
-        std::vector<std::string> chain;
+        std::vector<std::string> chain = {name};
         try {
-            value = expand(value, map, chain);
+            value = expand(value, map, name, chain);
         } catch (const std::exception& error) {
             throw std::runtime_error("Error expanding variable '" + name + "'.\n" + error.what());
         }

@@ -19,24 +19,34 @@ constexpr char toUpper(char c) {
 }
 
 /// Letters, digits and "_".
-inline constexpr std::array<bool, 256> wordCharacters = [] {
-    std::array<bool, 256> table{};
-    for (unsigned c = 0; c < 128; ++c) {
-        const char character = static_cast<char>(c);
-        table[c] = isLetter(character) || (character >= '0' && character <= '9') || character == '_';
-    }
-    return table;
-}();
 constexpr bool isWordCharacter(char c) {
-    return wordCharacters[static_cast<unsigned char>(c)];
+    return isLetter(c) || (c >= '0' && c <= '9') || c == '_';
 }
-constexpr bool areWordCharacters(std::string_view text) {
-    for (const char c : text) {
-        if (!isWordCharacter(c)) {
-            return false;
+
+/// What can be told of a text by one look at each of its characters.
+struct Characters {
+    bool onlyWords;  ///< none but word characters
+    bool anySmall;   ///< a small letter among them
+};
+inline Characters charactersOf(std::string_view text) {
+    constexpr unsigned char noWord = 1;
+    constexpr unsigned char small = 2;
+    static constexpr std::array<unsigned char, 256> table = [] {
+        std::array<unsigned char, 256> classes{};
+        for (unsigned c = 0; c < classes.size(); ++c) {
+            const char character = static_cast<char>(c);
+            classes[c] = !isWordCharacter(character) ? noWord : toUpper(character) != character ? small : 0;
         }
+        return classes;
+    }();
+    unsigned char found = 0;
+    for (const char c : text) {
+        found |= table[static_cast<unsigned char>(c)];
     }
-    return true;
+    return {(found & noWord) == 0, (found & small) != 0};
+}
+inline bool areWordCharacters(std::string_view text) {
+    return charactersOf(text).onlyWords;
 }
 
 }  // namespace Kym

@@ -1,7 +1,9 @@
 #include "kym/LaunchText.h"
 
 #include <algorithm>
+#include <functional>
 
+#include <boost/algorithm/string/replace.hpp>
 #include <boost/unordered/unordered_flat_set.hpp>
 
 #include "kym/CharacterClass.h"
@@ -12,6 +14,12 @@ using Base::log::LoggerStream;
 namespace Kym {
 
 namespace {
+
+void replaceSlashes(std::string& text) {
+    for (std::size_t slash = text.find('/'); slash != std::string::npos; slash = text.find('/', slash + 1)) {
+        text[slash] = '\\';
+    }
+}
 
 bool isSeparator(char c) {
     return c == '\\' || c == '/';
@@ -31,20 +39,13 @@ bool atLineStart(std::string_view text, std::size_t position) {
 
 /// Every match of ((^|;)\w); becomes its first group and a ":".
 void restoreDriveLetters(std::string& text) {
-    std::size_t position = 0;
-    while (position + 1 < text.size()) {
-        std::size_t letter = std::string::npos;
-        if (atLineStart(text, position) && isWordCharacter(text[position]) && text[position + 1] == ';') {
-            letter = position;
-        } else if (position + 2 < text.size() && text[position] == ';' &&
-                   isWordCharacter(text[position + 1]) && text[position + 2] == ';') {
-            letter = position + 1;
-        }
-        if (letter == std::string::npos) {
-            ++position;
-        } else {
-            text[letter + 1] = ':';
-            position = letter + 2;
+    std::size_t searched = 0;  // what is before belongs to an earlier match
+    for (std::size_t end = text.find(';', 1); end < text.size(); end = text.find(';', end + 1)) {
+        const std::size_t letter = end - 1;
+        if (letter >= searched && isWordCharacter(text[letter]) &&
+            (atLineStart(text, letter) || (letter > searched && text[letter - 1] == ';'))) {
+            text[end] = ':';
+            searched = end + 1;
         }
     }
 }
@@ -67,8 +68,8 @@ std::string collapseSeparators(std::string_view text) {
 }
 
 void normalizeSeparators(std::string& value) {
-    if (value.find('/') != std::string::npos && value.find("http:") == std::string::npos) {
-        std::replace(value.begin(), value.end(), '/', '\\');
+    if (value.find("http:") == std::string::npos) {
+        replaceSlashes(value);
     }
 }
 
@@ -86,7 +87,8 @@ std::string cleanPathList(const std::string& value) {
 
     std::string result;
     result.reserve(list.size());
-    boost::unordered_flat_set<std::string_view> seen;
+    std::string kept;
+    boost::unordered_flat_set<std::string_view, std::hash<std::string_view>> seen;
     for (std::size_t begin = 0; begin < list.size();) {
         const std::size_t end = std::min(list.find(';', begin), list.size());
         const std::string_view piece = std::string_view(list).substr(begin, end - begin);
@@ -94,19 +96,19 @@ std::string cleanPathList(const std::string& value) {
         if (piece.empty() || !seen.insert(piece).second) {
             continue;
         }
+        kept = piece;
+        if (kept.find("//") != std::string::npos) {
+            boost::replace_all(kept, "//", "/");
+        }
+        if (LoggerStream line{verboseLogger()}) {
+            line << "  " << kept << std::endl;
+        }
         if (!result.empty()) {
             result.push_back(';');
         }
-        const std::size_t start = result.size();
-        for (std::size_t at = 0; at < piece.size(); ++at) {
-            result.push_back(piece[at]);
-            at += piece.substr(at).starts_with("//") ? 1U : 0U;
-        }
-        if (LoggerStream line{verboseLogger()}) {
-            line << "  " << result.substr(start) << std::endl;
-        }
-        std::replace(result.begin() + static_cast<std::ptrdiff_t>(start), result.end(), '/', '\\');
+        result.append(kept);
     }
+    replaceSlashes(result);
     return result;
 }
 

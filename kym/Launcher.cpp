@@ -1,7 +1,6 @@
 #include "kym/Launcher.h"
 
 #include <algorithm>
-#include <exception>
 #include <locale>
 #include <stdexcept>
 #include <utility>
@@ -18,6 +17,7 @@
 #include "kym/CharacterClass.h"
 #include "kym/ConfigApplication.h"
 #include "kym/Configuration.h"
+#include "kym/EnvironmentMap.h"
 #include "kym/LaunchText.h"
 #include "kym/Loggers.h"
 #include "kym/PluginsManager.h"
@@ -26,7 +26,6 @@
 #include "kym/SystemInfo.h"
 #include "kym/Time.h"
 #include "kym/VariableList.h"
-#include "kym/VariableNames.h"
 #include "kym/WorkDirectory.h"
 
 namespace fs = boost::filesystem;
@@ -157,7 +156,8 @@ LaunchPlan Launcher::plan(const Configuration& config, const Configuration* comm
     }
     const std::string defaultsName = "UGII_LOCAL_USER_DEFAULTS";
     std::erase_if(plan.environment, [&](const auto& variable) {
-        return boost::iequals(variable.first, defaultsName, std::locale::classic());
+        return variable.first.size() == defaultsName.size() &&
+               boost::iequals(variable.first, defaultsName, std::locale::classic());
     });
     plan.environment[defaultsName] = plan.workingDirectory + "\\nx90_user.dpv";
     return plan;
@@ -216,39 +216,7 @@ std::vector<std::string> Launcher::assemble(const Configuration& config, const C
             layer.merge(assembly, vars);
         }
     }
-    fillMap(vars, env);
-    std::vector<std::string> superseded = supersededNames(vars.entries(), env);
-
-    logInfo("Evaluating the completed environment");
-    std::vector<std::string*> pathLists;
-    const bool verbose = verboseLogger().isOn();
-    constexpr std::size_t sizeLimit = std::size_t{64} << 20U;
-    std::size_t size = 0;
-    for (auto& [name, value] : env) {
-        if (verbose) {
-            LoggerStream(verboseLogger()) << "  Expanding variable " << name << "=" << value << std::endl;
-        }
-        try {
-            Base::Environment::expandEnvVariables(value, env);
-            size += value.size();
-            if (size > sizeLimit) {
-                throw std::runtime_error("The environment grows beyond " + std::to_string(sizeLimit) +
-                                         " bytes.");
-            }
-        } catch (const std::exception& error) {
-            fail("Error expanding variable '" + name + "'.\n" + error.what());
-        }
-        normalizeSeparators(value);
-        if (isPathVariable(name)) {
-            pathLists.push_back(&value);
-        }
-    }
-
-    logInfo("Removing duplicate paths from PATH variables");
-    for (std::string* value : pathLists) {
-        *value = cleanPathList(*value);
-    }
-    return superseded;
+    return fillEnvironmentMap(std::move(vars), env);
 }
 
 void Launcher::addCurrentEnvVarsToMap(VariableList& vars) const {
@@ -318,35 +286,6 @@ void Launcher::setCustomerDefaultVariables(const Configuration& config, Variable
         logInfo(text);
     }
     vars.append({"UGII_GROUP_DIR", "${KYM_DEPT_DIR}/${UG_VER}"});
-}
-
-void Launcher::fillMap(VariableList& vars, EnvironmentMap& env) const {
-    if (verboseLogger().isOn()) {
-        for (const VariableList::Entry& variable : vars.entries()) {
-            LoggerStream(verboseLogger())
-                << "variable name = " << variable.name << std::endl
-                << (isValidVariableName(variable.name) ? "VALID" : "INVALID") << std::endl;
-        }
-    }
-    // In the order of the names, each is put at the end of the map without a search; of several variables of
-    // one name, the last one in the list counts.
-    std::vector<const VariableList::Entry*> valid;
-    valid.reserve(vars.entries().size());
-    for (const VariableList::Entry& variable : vars.entries()) {
-        if (variable.plainName ? isLetter(variable.name.front()) : isValidVariableName(variable.name)) {
-            valid.push_back(&variable);
-        }
-    }
-    for (const VariableList::Entry* entry : inOrderOfNames(valid)) {
-        const VariableList::Entry& variable = *entry;
-        if (variable.value.empty()) {
-            env.erase(std::string(variable.name));
-        } else {
-            env.insert_or_assign(
-                env.end(), std::string(variable.name),
-                variable.ownText ? std::move(*variable.ownText) : std::string(variable.value));
-        }
-    }
 }
 
 fs::path Launcher::getAndCheckExecutable(const ConfigApplication& app, const EnvironmentMap& env) const {

@@ -86,8 +86,7 @@ class KYM_EXPORT Launcher {
     void addKymSystemEnvVarsToMap(const Configuration& config, VariableList& vars) const;
     void setSymbolDirVariable(const Configuration& config, VariableList& vars) const;
     void setCustomerDefaultVariables(const Configuration& config, VariableList& vars) const;
-    void fillMap(VariableList& vars, EnvironmentMap& env) const;  // uses up the texts of the list
-    /// Builds the environment; the names of those variables in it that a later one supersedes on Windows.
+    /// Builds the environment; the names of those variables in it that another one supersedes on Windows.
     std::vector<std::string> assemble(const Configuration& config, const Configuration* commonConfig,
                                       const ConfigApplication& app, EnvironmentMap& env) const;
     std::vector<std::string> buildArgList(const ConfigApplication& app, const EnvironmentMap& env) const;

@@ -17,10 +17,6 @@ namespace Kym {
 
 namespace {
 
-bool isPlainName(std::string_view name) {
-    return !name.empty() && areWordCharacters(name);
-}
-
 /// Whether the text means itself as the replacement text of a substitution, once its backslashes are doubled.
 bool isPlainReplacement(std::string_view text) {
     static constexpr std::array<std::string_view, 5> verbs = {"MATCH", "PREMATCH", "POSTMATCH",
@@ -79,6 +75,20 @@ std::string substituteLiterally(std::string_view name, std::string_view text, st
     return result;
 }
 
+VariableList::Entry newEntry(const EnvironmentVariable& record, std::uint32_t turn) {
+    const Characters characters = charactersOf(record.name);
+    return {record.name,
+            record.value,
+            nullptr,
+            &record.comment,
+            record.type,
+            turn,
+            characters.onlyWords && !record.name.empty(),
+            characters.anySmall,
+            true,
+            false};
+}
+
 constexpr std::size_t sizeLimit = std::size_t{1} << 20U;
 
 void refuseBeyond(std::size_t limit, std::size_t size, const std::string& name) {
@@ -100,24 +110,30 @@ void checkGrowth(const EnvironmentVariable& variable, std::string_view current) 
 VariableList::VariableList() {
     constexpr std::size_t usual = 1000;
     mEntries.reserve(usual);
-    mFirst.reserve(usual);
+    mPlaces.reserve(usual);
 }
 
 VariableList::VariableList(const std::vector<EnvironmentVariable>& start) {
     mEntries.reserve(2 * start.size());
-    mFirst.reserve(2 * start.size());
+    mPlaces.reserve(2 * start.size());
     for (const EnvironmentVariable& record : start) {
-        mFirst.try_emplace(keyOf(record.name), static_cast<std::uint32_t>(mEntries.size()));
-        mEntries.push_back({record.name, record.value, nullptr, &record.comment, record.type,
-                            isPlainName(record.name), false});
+        push(record).changed = false;
     }
 }
 
 void VariableList::append(EnvironmentVariable variable) {
     EnvironmentVariable& record = mRecords.emplace_back(std::move(variable));
-    mFirst.try_emplace(keyOf(record.name), static_cast<std::uint32_t>(mEntries.size()));
-    mEntries.push_back({record.name, record.value, &record.value, &record.comment, record.type,
-                        isPlainName(record.name), true});
+    push(record).ownText = &record.value;
+}
+
+VariableList::Entry& VariableList::push(const EnvironmentVariable& record) {
+    const auto place = static_cast<std::uint32_t>(mEntries.size());
+    const auto [places, added] = mPlaces.try_emplace(keyOf(record.name), Places{place, place});
+    if (!added) {
+        mEntries[places->second.last].overruled = true;
+        places->second.last = place;
+    }
+    return mEntries.emplace_back(newEntry(record, ++mTurn));
 }
 
 void VariableList::mergePlain(EnvironmentVariable variable) {
@@ -127,13 +143,13 @@ void VariableList::mergePlain(EnvironmentVariable variable) {
     if (LoggerStream line{verboseLogger()}) {
         line << "  merging " << variable.name << std::endl;
     }
-    const auto existing = mFirst.find(keyOf(variable.name));
-    if (existing == mFirst.end()) {
+    const auto existing = mPlaces.find(keyOf(variable.name));
+    if (existing == mPlaces.end()) {
         append(std::move(variable));
         return;
     }
     EnvironmentVariable& record = mRecords.emplace_back(std::move(variable));
-    Entry& entry = mEntries[existing->second];
+    Entry& entry = mEntries[existing->second.first];
     if (LoggerStream line{verboseLogger()}) {
         line << "    Replacing " << record.name << " value." << std::endl
              << "      current value: " << entry.value << std::endl
@@ -144,60 +160,86 @@ void VariableList::mergePlain(EnvironmentVariable variable) {
     entry.comment = &record.comment;
     entry.type = record.type;
     entry.changed = true;
+    entry.turn = ++mTurn;
 }
 
 void VariableList::mergeLayered(const std::vector<EnvironmentVariable>& variables) {
+    const std::size_t needed = mEntries.size() + variables.size();
+    if (needed > mEntries.capacity()) {
+        mEntries.reserve(2 * needed);
+        mPlaces.reserve(2 * needed);
+    }
+    const bool verbose = verboseLogger().isOn();
     for (const EnvironmentVariable& variable : variables) {
-        mergeLayered(variable);
+        mergeLayered(variable, verbose);
     }
 }
 
 void VariableList::mergeLayered(const EnvironmentVariable& variable) {
-    const bool verbose = verboseLogger().isOn();
+    mergeLayered(variable, verboseLogger().isOn());
+}
+
+void VariableList::mergeLayered(const EnvironmentVariable& variable, bool verbose) {
     if (verbose) {
         LoggerStream(verboseLogger()) << "  merging " << variable.name << std::endl;
     }
-    const auto [place, added] =
-        mFirst.try_emplace(keyOf(variable.name), static_cast<std::uint32_t>(mEntries.size()));
+    const auto end = static_cast<std::uint32_t>(mEntries.size());
+    const auto [places, added] = mPlaces.try_emplace(keyOf(variable.name), Places{end, end});
     if (added) {
-        mEntries.push_back(
-            {variable.name, {}, nullptr, &variable.comment, variable.type, isPlainName(variable.name), true});
+        mEntries.push_back(newEntry(variable, 0));
+        mEntries.back().value = {};
     }
-    Entry& entry = mEntries[place->second];
+    Entry& entry = mEntries[places->second.first];
     if (verbose && !added) {
         LoggerStream(verboseLogger())
             << "    current value: " << boost::replace_all_copy(std::string(entry.value), "\\", "\\\\")
             << std::endl;
     }
-    std::string* text = nullptr;
-    if (!entry.plainName || variable.value.find('$') != std::string::npos) {
-        const bool literally = entry.plainName && isPlainReplacement(entry.value);
-        checkGrowth(variable, entry.value);
-        text = &mTexts.emplace_back(literally
-                                        ? substituteLiterally(variable.name, variable.value, entry.value)
-                                        : substituteByExpression(variable.name, variable.value, entry.value));
-        refuseBeyond(sizeLimit, text->size(), variable.name);
+    if (entry.plainName && variable.value.find('$') == std::string::npos) {
+        entry.ownText = nullptr;
+        entry.value = variable.value;
+    } else {
+        substitute(variable, entry);
     }
-    entry.ownText = text;
-    entry.value = text ? *text : variable.value;
     if (verbose) {
         LoggerStream(verboseLogger()) << "    value = " << entry.value << std::endl;
     }
     entry.comment = &variable.comment;
     entry.changed = true;
+    entry.turn = ++mTurn;
     if (verbose && !added) {
         LoggerStream(verboseLogger()) << "    replacing existing value" << std::endl
                                       << "    new value: " << entry.value << std::endl;
     }
 }
 
+/// Gives the entry the variable's value, with its references to itself replaced by the entry's earlier value.
+void VariableList::substitute(const EnvironmentVariable& variable, Entry& entry) {
+    checkGrowth(variable, entry.value);
+    std::string text = entry.plainName && isPlainReplacement(entry.value)
+                           ? substituteLiterally(variable.name, variable.value, entry.value)
+                           : substituteByExpression(variable.name, variable.value, entry.value);
+    refuseBeyond(sizeLimit, text.size(), variable.name);
+    if (entry.ownText) {
+        *entry.ownText = std::move(text);
+    } else {
+        entry.ownText = &mTexts.emplace_back(std::move(text));
+    }
+    entry.value = *entry.ownText;
+}
+
 std::optional<std::string_view> VariableList::valueOf(std::string_view name) const {
-    const auto found = mFirst.find(keyOf(name));
-    return found == mFirst.end() ? std::nullopt : std::optional(mEntries[found->second].value);
+    const auto found = mPlaces.find(keyOf(name));
+    return found == mPlaces.end() ? std::nullopt : std::optional(mEntries[found->second.first].value);
+}
+
+const VariableList::Entry* VariableList::last(std::string_view name) const {
+    const auto found = mPlaces.find(keyOf(name));
+    return found == mPlaces.end() ? nullptr : &mEntries[found->second.last];
 }
 
 void VariableList::setValue(std::string_view name, std::string value) {
-    Entry& entry = mEntries.at(mFirst.at(keyOf(name)));
+    Entry& entry = mEntries.at(mPlaces.at(keyOf(name)).first);
     entry.ownText = &mTexts.emplace_back(std::move(value));
     entry.value = *entry.ownText;
     entry.changed = true;

@@ -28,8 +28,11 @@ class VariableList {
         std::string* ownText;  ///< where the list holds the value itself; else null
         const std::string* comment;
         PlatformType type;
-        bool plainName;  ///< word characters only, which mean themselves in an expression
-        bool changed;    ///< differs from the record at this place that the list started from
+        std::uint32_t turn;  ///< of two entries, the one that was set later has the higher number
+        bool plainName;      ///< word characters only, which mean themselves in an expression
+        bool smallLetters;   ///< the name has some
+        bool changed;        ///< differs from the record at this place that the list started from
+        bool overruled;      ///< an entry of the same name was appended later
     };
 
     /// An empty list, with room for a usual environment.
@@ -55,10 +58,14 @@ class VariableList {
     /// The value of the first variable of that name; nothing when there is none.
     std::optional<std::string_view> valueOf(std::string_view name) const;
 
+    /// The last entry of that name; null when there is none.
+    const Entry* last(std::string_view name) const;
+
     /// Replaces the value of the first variable of that name, which must be there.
     void setValue(std::string_view name, std::string value);
 
     const std::vector<Entry>& entries() const { return mEntries; }
+    std::vector<Entry>& entries() { return mEntries; }
 
     /// Brings the vector that the list started from up to the list's state.
     void storeInto(std::vector<EnvironmentVariable>& variables) const;
@@ -73,12 +80,21 @@ class VariableList {
     struct KeyHash {
         std::size_t operator()(const Key& key) const { return key.hash; }
     };
+    struct Places {
+        std::uint32_t first;
+        std::uint32_t last;
+    };
     static Key keyOf(std::string_view name) { return {name, std::hash<std::string_view>()(name)}; }
 
+    Entry& push(const EnvironmentVariable& record);
+    void mergeLayered(const EnvironmentVariable& variable, bool verbose);
+    void substitute(const EnvironmentVariable& variable, Entry& entry);
+
     std::vector<Entry> mEntries;
-    boost::unordered_flat_map<Key, std::uint32_t, KeyHash> mFirst;  // places in the list
-    std::deque<EnvironmentVariable> mRecords;                       // what was handed over
-    std::deque<std::string> mTexts;                                 // what substitution gave
+    std::uint32_t mTurn = 0;
+    boost::unordered_flat_map<Key, Places, KeyHash> mPlaces;
+    std::deque<EnvironmentVariable> mRecords;  // what was handed over
+    std::deque<std::string> mTexts;            // what substitution gave
 };
 
 /// Lets `merge` work on an indexed list of `target`, and stores the result there. When it throws, the target

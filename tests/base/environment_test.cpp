@@ -1,6 +1,7 @@
 #include "base/Environment.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -106,8 +107,42 @@ TEST(Expansion, IsBoundedInDepthAndSize) {
     const VariableMap big = {{"BIG", std::string(limit, 'x')}};
     text = "$BIG";
     EXPECT_EQ(expandEnvVariables(text, big).size(), limit);
-    text = "y$BIG";
-    EXPECT_THROW(expandEnvVariables(text, big), ExpansionError);
+    for (std::string beyond : {"y$BIG", "$BIG$BIG", "${BIG}y"}) {
+        EXPECT_THROW(expandEnvVariables(beyond, big), ExpansionError) << beyond;
+    }
+}
+
+TEST(Expansion, OfAllVariablesDoesNotDependOnTheirOrder) {
+    const int depth = 8000;
+    VariableMap raw = {{"JOINED", "${DOLLAR}A"}, {"DOLLAR", "$"}, {"A", "x"}, {"LATER", "[$JOINED]"},
+                       {"a", "[$JOINED]"},       {"Z", "$V0"},    {"V", ""}};
+    for (int i = 0; i < depth; ++i) {
+        raw["V" + std::to_string(i)] = "$V" + std::to_string(i + 1);
+    }
+    raw["V" + std::to_string(depth)] = "end";
+    std::vector<std::string> names;
+    for (const auto& [name, value] : raw) {
+        names.push_back(name);
+    }
+    VariableMap expected;
+    for (int order = 0; order < 2; ++order, std::reverse(names.begin(), names.end())) {
+        VariableMap variables = raw;
+        Base::Environment::Expander expander([&](std::string_view name) -> std::optional<std::string_view> {
+            const auto found = variables.find(std::string(name));
+            return found == variables.end() ? std::nullopt : std::optional<std::string_view>(found->second);
+        });
+        for (const std::string& name : names) {
+            std::string value = variables[name];
+            expander.expandVariable(name, value);
+            variables[name] = value;
+        }
+        EXPECT_EQ(variables["LATER"], "[$A]");
+        EXPECT_EQ(variables["Z"], "end");
+        if (order == 0) {
+            expected = variables;
+        }
+        EXPECT_EQ(variables, expected);
+    }
 }
 
 TEST(ProcessEnvironment, TakesAndGivesValues) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <random>
 
+#include <boost/algorithm/string/predicate.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -311,6 +312,23 @@ TEST_F(LauncherTest, PlansWhatItWouldStart) {
               "\\nx90_user.dpv");
     work.path = "${UG_VER_TEST}/w";
     EXPECT_EQ(launcher.plan(config, nullptr, app, &work).workingDirectory, "v1/w");
+
+    // Windows knows one variable where names differ in case alone: what was set last is handed over.
+    Base::Environment::setEnvVariable("CASE_ONE", "process");
+    Base::Environment::setEnvVariable("CASE_TWO", "process");
+    fill(Kym::BaseInformation().commonVariables(), {{"Case_One", "base"}, {"case_two", "base"}});
+    fill(config.settings()->commonVariables(),
+         {{"CASE_TWO", "department"}, {"Ugii_Local_User_Defaults", "x"}});
+    std::map<std::string, std::string> cases;
+    for (const auto& [name, value] : launcher.plan(config, nullptr, app, nullptr).environment) {
+        if (boost::istarts_with(name, "case_") || boost::istarts_with(name, "ugii_local")) {
+            cases[name] = value;
+        }
+    }
+    EXPECT_EQ(cases,
+              (std::map<std::string, std::string>{{"Case_One", "base"},
+                                                  {"CASE_TWO", "department"},
+                                                  {"UGII_LOCAL_USER_DEFAULTS", "C:\\me\\nx90_user.dpv"}}));
 
     app.program = native(program) + ".gone";
     EXPECT_THAT([&] { launcher.commandString(config, nullptr, app); },

@@ -1,0 +1,185 @@
+#include "kym/EnvironmentMap.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <optional>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "base/Environment.h"
+#include "base/Text.h"
+#include "kym/CharacterClass.h"
+#include "kym/LaunchText.h"
+#include "kym/Loggers.h"
+#include "kym/VariableList.h"
+
+using Base::log::LoggerStream;
+
+namespace Kym {
+
+namespace {
+
+using Entry = VariableList::Entry;
+
+/// An entry to be put in the order of the names, with the first bytes of its name. Names of variables begin
+/// alike, so that comparing them part by part costs less than comparing them whole.
+struct NamedEntry {
+    static constexpr std::size_t partCount = 3;
+    std::array<std::uint64_t, partCount> parts;
+    Entry* entry;
+};
+
+/// Eight bytes from `start` on, as a number in whose order they stand; behind the end of the name, zeros.
+std::uint64_t partOf(std::string_view name, std::size_t start) {
+    std::array<unsigned char, 8> bytes{};
+    name.copy(reinterpret_cast<char*>(bytes.data()), bytes.size(), std::min(start, name.size()));
+    std::uint64_t part = 0;
+    for (const unsigned char byte : bytes) {
+        part = part << 8U | byte;
+    }
+    return part;
+}
+
+using Entries = std::vector<NamedEntry>::iterator;
+
+/// Puts entries whose names agree in the parts before `number` in the order of the names.
+void sortByName(Entries first, Entries last, std::size_t number) {
+    if (number == NamedEntry::partCount) {
+        std::sort(first, last, [](const NamedEntry& left, const NamedEntry& right) {
+            return left.entry->name < right.entry->name;
+        });
+        return;
+    }
+    const auto before = [number](const NamedEntry& left, const NamedEntry& right) {
+        return left.parts[number] < right.parts[number];
+    };
+    if (!std::is_sorted(first, last, before)) {
+        std::sort(first, last, before);
+    }
+    while (first != last) {
+        const auto end = std::find_if(first, last, [&](const NamedEntry& other) {
+            return other.parts[number] != first->parts[number];
+        });
+        if (end - first > 1) {
+            sortByName(first, end, number + 1);
+        }
+        first = end;
+    }
+}
+
+bool hasValidName(const Entry& entry) {
+    return entry.plainName ? isLetter(entry.name.front()) : isValidVariableName(entry.name);
+}
+
+bool isSet(const Entry& entry) {
+    return !entry.value.empty() && hasValidName(entry);
+}
+
+/// The entries that make the environment, in the order of the names.
+std::vector<NamedEntry> effectiveEntries(VariableList& variables) {
+    if (verboseLogger().isOn()) {
+        for (const Entry& entry : variables.entries()) {
+            LoggerStream(verboseLogger()) << "variable name = " << entry.name << std::endl
+                                          << (hasValidName(entry) ? "VALID" : "INVALID") << std::endl;
+        }
+    }
+    std::vector<NamedEntry> order;
+    order.reserve(variables.entries().size());
+    for (Entry& entry : variables.entries()) {
+        if (!entry.overruled && isSet(entry)) {
+            order.push_back({{partOf(entry.name, 0), partOf(entry.name, 8), partOf(entry.name, 16)}, &entry});
+        }
+    }
+    sortByName(order.begin(), order.end(), 0);
+    return order;
+}
+
+/// The names, among entries that make an environment, of those with which an entry that was set later shares
+/// its name but for the case of letters.
+std::vector<std::string> supersededNames(const std::vector<NamedEntry>& order, const VariableList& list) {
+    std::vector<std::string> superseded;
+    std::map<std::string, const Entry*> latest;  // by the name in upper case
+    const auto add = [&](const std::string& name, const Entry& entry) {
+        const auto [place, isFirst] = latest.try_emplace(name, &entry);
+        if (isFirst) {
+            return;
+        }
+        const Entry& other = *place->second;
+        superseded.emplace_back(entry.turn > other.turn ? other.name : entry.name);
+        place->second = entry.turn > other.turn ? &entry : &other;
+    };
+    for (const NamedEntry& named : order) {
+        if (!named.entry->smallLetters) {
+            continue;  // two such names differ in more than case
+        }
+        std::string name(named.entry->name);
+        std::transform(name.begin(), name.end(), name.begin(), toUpper);
+        const Entry* const sameInUpperCase = list.last(name);
+        if (!latest.contains(name) && sameInUpperCase && isSet(*sameInUpperCase)) {
+            add(name, *sameInUpperCase);
+        }
+        add(name, *named.entry);
+    }
+    return superseded;
+}
+
+}  // namespace
+
+std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
+                                            std::map<std::string, std::string>& env) {
+    const std::vector<NamedEntry> order = effectiveEntries(variables);
+    std::vector<std::string> superseded = supersededNames(order, variables);
+
+    if (LoggerStream line{infoLogger()}) {
+        line << "Evaluating the completed environment" << std::endl;
+    }
+    Base::Environment::Expander expander([&](std::string_view name) -> std::optional<std::string_view> {
+        const Entry* const entry = variables.last(name);
+        return entry && isSet(*entry) ? std::optional(entry->value) : std::nullopt;
+    });
+    std::vector<std::string*> pathLists;
+    const bool verbose = verboseLogger().isOn();
+    constexpr std::size_t sizeLimit = std::size_t{64} << 20U;
+    std::size_t size = 0;
+    for (const NamedEntry& named : order) {
+        Entry& entry = *named.entry;
+        std::string value = entry.ownText ? std::move(*entry.ownText) : std::string(entry.value);
+        if (verbose) {
+            LoggerStream(verboseLogger())
+                << "  Expanding variable " << entry.name << "=" << value << std::endl;
+        }
+        try {
+            expander.expandVariable(entry.name, value);
+            size += value.size();
+            if (size > sizeLimit) {
+                throw std::runtime_error("The environment grows beyond " + std::to_string(sizeLimit) +
+                                         " bytes.");
+            }
+        } catch (const std::exception& error) {
+            throw std::runtime_error(Base::Text::readableLines(
+                "Error expanding variable '" + std::string(entry.name) + "'.\n" + error.what()));
+        }
+        normalizeSeparators(value);
+        // In the order of the names, each is put at the end of the map without a search.
+        std::string& finished = env.emplace_hint(env.end(), entry.name, std::move(value))->second;
+        entry.value = finished;
+        if (isPathVariable(entry.name)) {
+            pathLists.push_back(&finished);
+        }
+    }
+
+    if (LoggerStream line{infoLogger()}) {
+        line << "Removing duplicate paths from PATH variables" << std::endl;
+    }
+    for (std::string* const value : pathLists) {
+        *value = cleanPathList(*value);
+    }
+    return superseded;
+}
+
+}  // namespace Kym
