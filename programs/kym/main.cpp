@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "Clean.h"
 #include "Commands.h"
 #include "Management.h"
 
@@ -54,6 +55,7 @@ int main(int argc, char** argv) {
     addChoice(*start, choice);
     start->callback([&choice] { launch(std::cout, choice); });
 
+    addCleanCommand(program);
     addManagementCommands(program);
 
     try {

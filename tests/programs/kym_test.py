@@ -5,6 +5,7 @@ SUFFIX is that of an executable; EMULATOR runs a Windows program where the syste
 """
 import os
 import pathlib
+import plistlib
 import shutil
 import subprocess
 import sys
@@ -185,6 +186,37 @@ class KymTest(unittest.TestCase):
             self.assertEqual((done.returncode, done.stdout), (status, ""), arguments)
             self.assertIn(message, done.stderr)
             self.assertEqual(self.entries(), before, arguments)
+
+    def test_cleans_as_a_launch_would(self):
+        def clean(*arguments):
+            """Runs in the site, in whose folder "temp" the program looks; Wine sets TEMP as it likes."""
+            setting = ["cmd", "/d", "/c", "set", "TEMP=temp&&"] if EMULATOR else []
+            done = subprocess.run([*EMULATOR, *setting, str(FOLDER / f"kym{SUFFIX}"), "clean", *arguments],
+                                  env={**self.environment, "TEMP": "temp"}, cwd=self.site, timeout=60, check=False,
+                                  stdin=subprocess.DEVNULL, capture_output=True, encoding="utf-8")
+            return done.returncode, done.stdout, done.stderr
+
+        department = self.site / "ugsite" / "clean"
+        self.addCleanup(lambda: shutil.rmtree(department))
+        shutil.copytree(self.site / "ugsite" / "design", department)
+        description = department / ".dirinfo.plist"
+        # So many days that no file of the machine's own is that old.
+        settings = {**plistlib.loads(description.read_bytes()), "Do File Cleanup Key": True, "Cleanup Days Key": 9000}
+        description.write_bytes(plistlib.dumps(settings))
+        folder = self.site / "temp"
+        folder.mkdir()
+        for name, age in ("old.log", 9002.5), ("young.log", 8998.5):
+            (folder / name).touch()
+            os.utime(folder / name, (0, time.time() - age * 86400))
+
+        self.assertEqual(clean("design", "--dry-run"), (0, 'The department "design" asks for no cleanup.\n', ""))
+        old = "temp" + ("\\" if ON_WINDOWS else "/") + "old.log which is 9002 days old.\n"
+        self.assertEqual(clean("clean", "--dry-run"), (0, "Would remove " + old, ""))
+        self.assertTrue((folder / "old.log").exists())
+        self.assertEqual(clean("clean"), (0, "Removed " + old, ""))
+        self.assertEqual([path.name for path in folder.iterdir()], ["young.log"])
+        self.assertEqual(clean("clean"), (0, "No file is older than 9000 days.\n", ""))
+        self.assertEqual(clean("sales")[0], 1)
 
     @unittest.skipIf(ON_WINDOWS, "pseudo-terminals and named pipes are made here")
     def test_asks_and_shows_progress_on_a_terminal(self):
