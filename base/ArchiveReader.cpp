@@ -266,7 +266,7 @@ void ArchiveReader::fail(pugi::xml_node node, const std::string& key, const std:
 }
 
 void ArchiveReader::fail(int line, const std::string& key, const std::string& reason) const {
-    if (FileManager::exists(mFile)) {
+    if (!FileManager::isMissing(mFile)) {
         FileManager::noteDamaged(mFile);
     }
     throw ArchiveError(FileManager::native(mFile), line, key, reason);

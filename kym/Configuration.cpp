@@ -122,13 +122,12 @@ void Configuration::save() {
 }
 
 void Configuration::loadProperties() {
-    const boost::filesystem::path file = mPath / kPropertyFile;
+    const boost::filesystem::path file = propertyFile();
     const auto refuse = [this] {
         throw InvalidConfiguration("Directory " + Base::FileManager::native(mPath) +
                                    " is not valid department.");
     };
-    boost::system::error_code ignored;
-    if (!Base::FileManager::exists(file) || boost::filesystem::is_directory(file, ignored) ||
+    if (!Base::FileManager::exists(file) || Base::FileManager::isDirectory(file) ||
         !Base::FileManager::isReadable(file)) {
         refuse();
     }
@@ -159,7 +158,7 @@ void Configuration::saveProperties() {
         line << "  Saving configuration's properties" << std::endl;
     }
     Base::PropertyList list;
-    list.setFile(mPath / kPropertyFile);
+    list.setFile(propertyFile());
     list.setProperty(kDescription, description);
     list.setProperty(kType, type);
     list.setProperty(kCommonDepartment,
@@ -195,12 +194,14 @@ void Configuration::createNXVersionDirectory() {
 
 void Configuration::takeOverPreviousSettings() {
     const auto previous = settingsFile(mPath / SystemInformation().PreviousCadVersionDirectory);
-    if (!Base::FileManager::exists(previous)) {
+    if (Base::FileManager::isMissing(previous)) {
         return;
     }
     const auto present = settingsFile(versionPath());
     if (previous != present) {
-        boost::filesystem::create_directory(present.parent_path());
+        if (boost::filesystem::create_directory(present.parent_path())) {
+            Base::FileManager::setPermissions(present.parent_path(), kDirectoryPermissions);
+        }
         boost::filesystem::copy_file(previous, present, boost::filesystem::copy_options::overwrite_existing);
     }
     mSettings.load();

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <utility>
 
 #include "base/Archiver.h"
 #include "base/FileManager.h"
@@ -27,9 +26,7 @@ constexpr const char* kApplicationOverlayList = "Application Overlay List";
 // A list that cannot be read, or that the file lacks, leaves the member as it is.
 template <typename List>
 void replaceFrom(Base::Unarchiver& unarchiver, const char* key, List& member) {
-    if (List* read = unarchiver.decodeObject(key, static_cast<List*>(nullptr))) {
-        member = std::move(*read);
-    }
+    takeMember(readMember<List>(unarchiver, key), member);
 }
 
 template <typename Overlays>
@@ -48,7 +45,7 @@ ConfigurationSettings::ConfigurationSettings()
 }
 
 void ConfigurationSettings::load() {
-    if (!Base::FileManager::exists(mDataFile) || !Base::FileManager::isReadable(mDataFile)) {
+    if (Base::FileManager::isMissing(mDataFile)) {
         return;
     }
     try {
@@ -61,7 +58,8 @@ void ConfigurationSettings::load() {
         replaceFrom(unarchiver, kApplicationList, mApplications);
         replaceFrom(unarchiver, kApplicationOverlayList, mOverlays);
     } catch (const std::exception&) {
-        // A department whose settings cannot be understood is still offered, with what could be read.
+        // A department whose settings cannot be read or understood is still offered, with what could be read.
+        // The unarchiver has noted that the file is damaged.
     }
 }
 

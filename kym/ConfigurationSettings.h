@@ -26,8 +26,9 @@ class KYM_EXPORT ConfigurationSettings : public SettingsProtocol {
     /// Names the file of these settings; nothing is read.
     void setDataFile(const boost::filesystem::path& file) { mDataFile = file; }
 
-    /// Reads the file, when there is a readable one. A file that cannot be understood is no error: the lists
-    /// that were read before the failure are taken, the others stay as they were. No mark changes.
+    /// Reads the file, when there is one. A file that cannot be read or understood is no error: the lists
+    /// that were read before the failure are taken, the others stay as they were, and the next `save` keeps a
+    /// copy of the file. No mark changes.
     void load();
 
     /// Writes the file when something needs saving, then clears the marks. Errors of the file system as in

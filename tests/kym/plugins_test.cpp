@@ -1,8 +1,8 @@
+#include <algorithm>
 #include <stdexcept>
 
 #include <boost/filesystem/operations.hpp>
 
-#include "base/Archiver.h"
 #include "base/Unarchiver.h"
 #include "kym/Configuration.h"
 #include "kym/PluginsManager.h"
@@ -11,8 +11,8 @@
 
 namespace {
 
-using boost::any_cast;
 using Kym::PluginSettings;
+using Support::cellsOf;
 using Strings = std::vector<std::string>;
 
 class Plugins : public Support::SiteTest {
@@ -21,11 +21,9 @@ class Plugins : public Support::SiteTest {
     void makePlugin(const std::string& directory, const std::string& type = "Site-wide") {
         PluginSettings plugin(site.makeDirectory(directory));
         plugin.pluginType = type;
-        plugin.commonVariables()->insertRow(-1);
-        plugin.commonVariables()->setValueForListColumnRow("Name", 0, std::string("TRAIL"));
-        plugin.commonVariables()->setValueForListColumnRow("Value", 0, "${TRAIL}/" + plugin.name());
-        plugin.applications()->insertRow(-1);
-        plugin.applications()->setValueForListColumnRow("AppID", 0, "app of " + plugin.name());
+        Support::addRow(*plugin.commonVariables(),
+                        {{"Name", "TRAIL"}, {"Value", "${TRAIL}/" + plugin.name()}});
+        Support::addRow(*plugin.applications(), {{"AppID", plugin.name()}});
         plugin.save();
     }
 
@@ -34,58 +32,14 @@ class Plugins : public Support::SiteTest {
         Kym::PluginsManagement().mergeEnvVariables(&department, variables);
         return variables.empty() ? "" : variables.at(0).value;
     }
-
-    static Strings names(const Base::DataSourceInterface& table) {
-        Strings result;
-        for (int row = 0; row < table.numberOfRowsInList(); ++row) {
-            result.push_back(any_cast<std::string>(table.valueForListColumnRow("Name", row)));
-        }
-        return result;
-    }
 };
-
-TEST_F(Plugins, AreStoredAndStillNeedSavingAfterAWriteThatFailed) {
-    const auto directory = site.makeDirectory("cam");
-    PluginSettings plugin(directory);
-    EXPECT_EQ(plugin.pluginType, "Site-wide");
-    plugin.save();
-    EXPECT_FALSE(exists(directory / "settings.dat")) << "nothing needed saving";
-
-    plugin.applications()->insertRow(-1);
-    plugin.applications()->setEdited(false);
-    plugin.applications()->commonVariables(0)->insertRow(-1);
-    site.block(directory / "settings.dat");
-    EXPECT_THROW(plugin.save(), boost::filesystem::filesystem_error);
-    EXPECT_TRUE(plugin.needsSaving()) << "the application's variables were not written";
-
-    remove_all(directory / "settings.dat");
-    plugin.pluginType = "Test";
-    plugin.winVariables()->insertRow(-1);
-    plugin.winVariables()->setValueForListColumnRow("Name", 0, std::string("W"));
-    plugin.save();
-    EXPECT_FALSE(plugin.needsSaving());
-    plugin.setNeedsSaving(true);
-    plugin.save();
-    EXPECT_TRUE(plugin.needsSaving()) << "a mark that was set by hand stays";
-
-    PluginSettings read(directory);
-    EXPECT_EQ(read.pluginType, "Test");
-    EXPECT_EQ(names(*read.winVariables()), Strings{"W"});
-    ASSERT_EQ(read.applicationList().size(), 1u);
-    EXPECT_EQ(PluginSettings(read).applicationList().front().mConfigurationName, "cam Plugin");
-    EXPECT_FALSE(read.needsSaving());
-
-    site.makeFile("cam/settings.dat", "<archive");
-    EXPECT_THROW(read.load(), Base::ArchiveError);
-    EXPECT_EQ(read.pluginType, "Test");
-}
 
 TEST_F(Plugins, StandInOneOrderAndExternalOnesCanBeEditedAlone) {
     makePlugin("kym/plugins/b");
     makePlugin("kym/plugins/C");
     site.makeFile("kym/plugins/a file");
     auto& plugins = Kym::PluginsManagement();
-    EXPECT_EQ(names(plugins), (Strings{"C", "a file", "b"}));
+    EXPECT_EQ(cellsOf(plugins, "Name"), (Strings{"C", "a file", "b"}));
     EXPECT_EQ(plugins.plugin(1, false)->pluginType, "Site-wide");
 
     const auto external = site.makeDirectory("external/x");
@@ -94,7 +48,7 @@ TEST_F(Plugins, StandInOneOrderAndExternalOnesCanBeEditedAlone) {
     EXPECT_THROW(plugins.addPlugin(site.root() / "external/damaged"), Base::ArchiveError);
     EXPECT_EQ(plugins.plugin(3, true)->name(), "x") << "the whole list is edited";
     plugins.editExternalPluginsOnly();
-    EXPECT_EQ(names(plugins), Strings{"x"});
+    EXPECT_EQ(cellsOf(plugins, "Name"), Strings{"x"});
     EXPECT_EQ(plugins.plugin(0, true)->name(), "x");
     EXPECT_EQ(plugins.plugin(0, false)->name(), "C");
     EXPECT_TRUE(plugins.isInternalPlugin(*plugins.plugin(2, false)));
@@ -138,17 +92,16 @@ TEST_F(Plugins, ApplyByTypeUnlessTheDepartmentDisablesThem) {
         Kym::Configuration department(site.root() / "department", false);
         department.type = testCase.type;
         auto* source = department.settings()->disablePlugins();
-        for (int row = 0; row < source->numberOfRowsInList(); ++row) {
-            if (any_cast<std::string>(source->valueForListColumnRow("Name", row)) == testCase.disabled) {
-                source->setValueForListColumnRow("Disable", row, std::string("True"));
-            }
+        const Strings plugins = cellsOf(*source, "Name");
+        const auto row = std::find(plugins.begin(), plugins.end(), testCase.disabled) - plugins.begin();
+        if (row != source->numberOfRowsInList()) {
+            source->setValueForListColumnRow("", static_cast<int>(row), std::string("True"));
         }
         EXPECT_EQ(trail(department), testCase.trail) << testCase.type << ' ' << testCase.disabled;
         std::string applications;
         for (auto& application : Kym::PluginsManagement().applicationList(department)) {
-            const std::string plugin = application.applicationId.substr(7);
-            EXPECT_EQ(application.configurationName(), plugin + " Plugin");
-            applications += '/' + plugin;
+            EXPECT_EQ(application.configurationName(), application.applicationId + " Plugin");
+            applications += '/' + application.applicationId;
         }
         EXPECT_EQ(applications, testCase.trail);
     }
@@ -177,8 +130,7 @@ TEST_F(Plugins, AreDisabledAndEnabledThroughATable) {
         EXPECT_EQ(disabled, testCase.expected) << testCase.row << testCase.value;
         EXPECT_TRUE(source.isEdited());
     }
-    EXPECT_EQ(any_cast<std::string>(source.valueForListColumnRow("Disable", 2)), "True");
-    EXPECT_EQ(any_cast<std::string>(source.valueForListColumnRow("Disable", 3)), "False");
+    EXPECT_EQ(cellsOf(source, "Disable"), (Strings{"True", "True", "True", "False"}));
 
     source.setEdited(false);
     source.insertRow(0);
@@ -187,7 +139,7 @@ TEST_F(Plugins, AreDisabledAndEnabledThroughATable) {
     EXPECT_THROW(source.setValueForListColumnRow("", 4, std::string("true")), std::out_of_range);
     EXPECT_THROW(source.valueForListColumnRow("", -1), std::out_of_range);
     Kym::PluginsManagement().addPlugin(site.makeDirectory("external/e"));
-    EXPECT_EQ(names(source), (Strings{"a", "b", "c", "d"})) << "later plugins are not seen";
+    EXPECT_EQ(cellsOf(source, "Name"), (Strings{"a", "b", "c", "d"})) << "later plugins are not seen";
     source.setList(nullptr);
     EXPECT_FALSE(source.setValueForListColumnRow("", 0, 1));
     EXPECT_TRUE(source.valueForListColumnRow("Name", 0).empty());

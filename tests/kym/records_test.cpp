@@ -1,31 +1,19 @@
 #include <gtest/gtest.h>
 
-#include "base/Archiver.h"
 #include "base/Coder.h"
-#include "base/Unarchiver.h"
 #include "kym/ApplicationOverlay.h"
+#include "kym/ArchiveMembers.h"
 #include "kym/ConfigApplication.h"
 #include "kym/WorkDirectory.h"
 
+#include "tests/support/ScratchSupport.h"
 #include "tests/support/SiteSupport.h"
 
 using namespace Kym;
-using namespace std::string_literals;
+using Support::cellsOf;
 using Texts = std::vector<std::string>;
 
 namespace {
-
-std::string cell(const Base::DataSourceInterface& table, const std::string& column, int row) {
-    return boost::any_cast<std::string>(table.valueForListColumnRow(column, row));
-}
-
-Texts column(const Base::DataSourceInterface& table, const std::string& name) {
-    Texts cells;
-    for (int row = 0; row < table.numberOfRowsInList(); ++row) {
-        cells.push_back(cell(table, name, row));
-    }
-    return cells;
-}
 
 // Whether the call marks the table as edited.
 template <typename Source, typename Call>
@@ -55,12 +43,12 @@ void checkRows(const std::string& name, const std::string& fresh) {
             source, [&] { EXPECT_TRUE(source.setValueForListColumnRow(name, row, std::to_string(row))); }));
     }
     EXPECT_TRUE(edits(source, [&] { source.deleteRows({2, 0, 2}); }));
-    EXPECT_EQ(column(source, name), (Texts{"1", "4"}));
+    EXPECT_EQ(cellsOf(source, name), (Texts{"1", "4"}));
     EXPECT_TRUE(edits(source, [&] { source.deleteRows({}); }));
     for (const int row : {-1, 0, 4}) {
         EXPECT_TRUE(edits(source, [&] { source.insertRow(row); }));
     }
-    EXPECT_EQ(column(source, name), (Texts{fresh, "1", "4", fresh, fresh}));
+    EXPECT_EQ(cellsOf(source, name), (Texts{fresh, "1", "4", fresh, fresh}));
 
     EXPECT_FALSE(edits(source, [&] {
         EXPECT_THROW(source.setValueForListColumnRow(name, 0, 1), boost::bad_any_cast);
@@ -73,7 +61,7 @@ void checkRows(const std::string& name, const std::string& fresh) {
         EXPECT_THROW(source.deleteRows({4, 4}), std::out_of_range);
         EXPECT_THROW(source.insertRow(6), std::out_of_range);
     }));
-    EXPECT_EQ(column(source, name), (Texts{fresh, "1", "4", fresh, fresh}));
+    EXPECT_EQ(cellsOf(source, name), (Texts{fresh, "1", "4", fresh, fresh}));
     EXPECT_FALSE(source.canReorderRows());
     source.setEdited(true);
     source.setList(nullptr);
@@ -88,46 +76,46 @@ TEST(TableModels, EditRowsAndRememberThatTheyDid) {
     checkRows<ApplicationListSource, ConfigApplication>("AppID", "ChangeMyAppID");
 }
 
-TEST(TableModels, TakeAnyOtherColumnForTheSecondField) {
-    std::vector<EnvironmentVariable> variables{{"A", "1"}};
-    EnvVariableListSource variableSource(&variables);
-    variableSource.setValueForListColumnRow("name", 0, std::string("2"));
-    EXPECT_EQ(variables[0].name + "=" + variables[0].value, "A=2");
-    EXPECT_EQ(cell(variableSource, "", 0), "2");
-
+TEST(TableModels, ShowAndStoreEveryColumn) {
+    std::vector<EnvironmentVariable> variables(1);
     std::vector<WorkDirectory> directories(1);
+    std::vector<ConfigApplication> applications(1);
+    EnvVariableListSource variableSource(&variables);
     WorkDirectoryListSource directorySource(&directories);
+    ApplicationListSource source(&applications);
+    variableSource.setValueForListColumnRow("name", 0, std::string("v"));
     directorySource.setValueForListColumnRow("Path", 0, std::string("p"));
+    EXPECT_EQ(variables[0].name + "=" + variables[0].value, "=v") << "every other column is the value";
     EXPECT_EQ(directories[0].name + "=" + directories[0].path, "=p");
-    EXPECT_EQ(cell(directorySource, "Whatever", 0), "p");
-}
+    EXPECT_EQ(cellsOf(variableSource, ""), Texts{"v"});
+    EXPECT_EQ(cellsOf(directorySource, ""), Texts{"p"});
 
-TEST(TableModels, ShowAndStoreEveryColumnOfAnApplication) {
-    std::vector<ConfigApplication> list(1);
-    ApplicationListSource source(&list);
-    const auto row = [&] {
-        Texts cells;
-        for (const char* name : {"Disable", "AppID", "Category", "Description", "Executable", "Arguments",
-                                 "AddNXLibs", "NoCustom", "Platform", "appid"}) {
-            cells.push_back(cell(source, name, 0));
-        }
-        return cells;
+    struct Cell {
+        const char *column, *fresh, *text, *stored;
     };
-    EXPECT_EQ(row(), (Texts{"False", "ChangeMyAppID", "", "", "", "", "True", "False", "", ""}));
-    const std::pair<const char*, const char*> edits[] = {
-        {"Disable", "TRUE"}, {"AppID", "id"},       {"Category", "c"},     {"Description", "d"},
-        {"Executable", "e"}, {"Arguments", "True"}, {"AddNXLibs", "yes"},  {"NoCustom", "tRuE"},
-        {"Platform", "2"},   {"appid", "lower"},    {"configuration", "x"}};
-    for (const auto& [name, value] : edits) {
-        source.setEdited(false);
-        EXPECT_TRUE(source.setValueForListColumnRow(name, 0, std::string(value)));
-        EXPECT_TRUE(source.isEdited()) << name;
+    const Cell cells[] = {{"Disable", "False", "TRUE", "True"},
+                          {"AppID", "ChangeMyAppID", "id", "id"},
+                          {"Category", "", "c", "c"},
+                          {"Description", "", "d", "d"},
+                          {"Executable", "", "e", "e"},
+                          {"Arguments", "", "True", "True"},
+                          {"AddNXLibs", "True", "yes", "False"},
+                          {"NoCustom", "False", "tRuE", "True"},
+                          {"Platform", "", "2", ""},
+                          {"appid", "", "lower", ""}};
+    for (const Cell& cell : cells) {
+        EXPECT_EQ(cellsOf(source, cell.column), Texts{cell.fresh}) << cell.column;
     }
-    EXPECT_EQ(row(), (Texts{"True", "id", "c", "d", "e", "True", "False", "True", "", ""}));
-    source.setValueForListColumnRow("Disable", 0, std::string("yes"));
-    EXPECT_FALSE(list[0].disableApplication);
-    EXPECT_EQ(list[0].platform, PlatformType::Common);
-    EXPECT_FALSE(list[0].needsSaving());
+    for (const Cell& cell : cells) {
+        EXPECT_TRUE(edits(source, [&] {
+            EXPECT_TRUE(source.setValueForListColumnRow(cell.column, 0, std::string(cell.text)));
+        }));
+    }
+    for (const Cell& cell : cells) {
+        EXPECT_EQ(cellsOf(source, cell.column), Texts{cell.stored}) << cell.column;
+    }
+    EXPECT_EQ(applications[0].platform, PlatformType::Common);
+    EXPECT_FALSE(applications[0].needsSaving());
 }
 
 TEST(TableModels, ValidateVariables) {
@@ -158,6 +146,8 @@ TEST(TableModels, LeadToTheVariablesOfAnApplication) {
     EXPECT_EQ(source.commonVariables(0), nullptr);
     EXPECT_THROW(source.application(0), std::out_of_range);
 
+    const Support::Site site;
+    site.startLog("base.assert");
     std::vector<ConfigApplication> list(2);
     source.setList(&list);
     for (const auto get : {&ApplicationListSource::commonVariables, &ApplicationListSource::unixVariables,
@@ -172,21 +162,11 @@ TEST(TableModels, LeadToTheVariablesOfAnApplication) {
     }
     EXPECT_FALSE(list[0].needsSaving());
     EXPECT_FALSE(source.isEdited());
-}
-
-TEST(TableModels, ReportTheMisuseOfAnIndex) {
-    const Support::Site site;
-    site.startLog("base.assert");
-    std::vector<ConfigApplication> list(1);
-    ApplicationListSource source(&list);
-    EXPECT_THROW(source.application(-1), std::out_of_range);
-    EXPECT_THROW(source.winVariables(1), std::out_of_range);
-    const std::vector<std::string> lines = site.logLines();
-    ASSERT_EQ(lines.size(), 2U);
-    const std::string message = ": tried to access out of range application";
+    const Texts lines = site.logLines();
+    ASSERT_EQ(lines.size(), 6U);
     EXPECT_EQ(lines[0].find("Assertion failed (level 300): index < mList->size(), ConfigApplication"), 0U);
-    EXPECT_NE(lines[0].find("index = -1" + message), std::string::npos);
-    EXPECT_NE(lines[1].find("index = 1" + message), std::string::npos);
+    EXPECT_NE(lines[0].find("index = 2: tried to access out of range application"), std::string::npos);
+    EXPECT_NE(lines[1].find("index = -1: "), std::string::npos);
 }
 
 TEST(Applications, AreOrderedByCategoryThenDescription) {
@@ -222,134 +202,81 @@ TEST(Applications, AreFoundByConfigurationAndIdentifier) {
 
 namespace {
 
-const std::string hostile = "a\0<&>\"' \r\n\t\xff\xc3(${X}\\"s;
+template <typename List>
+std::string keyOf() {
+    return Base::CoderBase::find(typeid(List))->name();
+}
 
-// Through a file, by the coder of the type, into an object that is already there.
-template <typename Object>
-void sendThroughFile(const boost::filesystem::path& file, Object& source, Object& target) {
+template <typename... Lists>
+std::string written(const boost::filesystem::path& file, Lists&... lists) {
     Base::Archiver archiver(file);
-    archiver.encodeObject("Object", &source, archiver.getCoder(typeid(Object)));
+    (encodeMember(archiver, keyOf<Lists>(), lists), ...);
     archiver.finishEncoding();
+    return Support::contentOf(file);
+}
+
+template <typename... Lists>
+void read(const boost::filesystem::path& file, Lists&... lists) {
     Base::Unarchiver unarchiver(file);
-    EXPECT_EQ(unarchiver.decodeObject("Object", &target), &target);
+    (decodeMember(unarchiver, keyOf<Lists>(), lists), ...);
 }
-
-void fill(EnvVariableListSource* source, const std::string& name) {
-    for (const std::string& item : {"2" + name, "1" + name, hostile}) {
-        source->insertRow(-1);
-        source->setValueForListColumnRow("Name", source->numberOfRowsInList() - 1, item);
-    }
-}
-
-class Coding : public Support::SiteTest {
-  protected:
-    const boost::filesystem::path file = site.root() / "archive.dat";
-};
 
 }  // namespace
 
-TEST_F(Coding, BringsApplicationsBack) {
-    std::vector<ConfigApplication> sent(2), received;
-    ConfigApplication& odd = sent[1];
-    odd.applicationId = hostile + "1";
-    odd.category = hostile + "2";
-    odd.description = hostile + "3";
-    odd.program = hostile + "4";
-    odd.arguments = hostile + "5";
-    odd.addUgLibsToPath = false;
-    odd.disableCustomization = odd.disableApplication = true;
-    odd.platform = static_cast<PlatformType>(-77);
-    odd.setConfigurationName("not stored");
-    fill(odd.commonVariables(), "common");
-    fill(odd.unixVariables(), "unix");
-    fill(odd.winVariables(), "win");
-    sendThroughFile(file, sent, received);
-
-    EXPECT_FALSE(odd.needsSaving());
-    ASSERT_EQ(received.size(), 2U);
-    EXPECT_TRUE(received[0].applicationId == "ChangeMyAppID" && received[0].addUgLibsToPath);
-    ConfigApplication& back = received[1];
-    EXPECT_EQ((Texts{back.applicationId, back.category, back.description, back.program, back.arguments}),
-              (Texts{hostile + "1", hostile + "2", hostile + "3", hostile + "4", hostile + "5"}));
-    EXPECT_FALSE(back.addUgLibsToPath);
-    EXPECT_TRUE(back.disableCustomization && back.disableApplication);
-    EXPECT_EQ(back.platform, odd.platform);
-    EXPECT_EQ(back.configurationName(), "");
-    EXPECT_FALSE(back.needsSaving());
-    EXPECT_EQ(column(*back.commonVariables(), "Name"), (Texts{"2common", "1common", hostile}));
-    EXPECT_EQ(column(*back.unixVariables(), "Name"), (Texts{"2unix", "1unix", hostile}));
-    EXPECT_EQ(column(*back.winVariables(), "Name"), (Texts{"2win", "1win", hostile}));
-}
-
-TEST_F(Coding, BringsTheSmallRecordsBack) {
-    std::vector<EnvironmentVariable> variables{{hostile, hostile + "v"}}, variablesBack{{"kept", ""}};
-    variables[0].comment = hostile + "c";
+TEST(Coding, KeepsNamesKeysAndOrderOfTheFile) {
+    std::vector<EnvironmentVariable> variables{{"N", "v"}, {}};
+    variables[0].comment = "c";
     variables[0].type = static_cast<PlatformType>(99);
-    sendThroughFile(file, variables, variablesBack);
-    ASSERT_EQ(variablesBack.size(), 2U);
-    const EnvironmentVariable& variable = variablesBack[1];
-    EXPECT_EQ((Texts{variable.name, variable.value, variable.comment}),
-              (Texts{hostile, hostile + "v", hostile + "c"}));
-    EXPECT_EQ(variable.type, variables[0].type);
-
-    std::vector<ApplicationOverlay> overlays(1), overlaysBack;
-    overlays[0].configurationName = hostile;
-    overlays[0].applicationId = hostile + "i";
-    overlays[0].category = hostile + "c";
-    overlays[0].description = hostile + "d";
+    std::vector<WorkDirectory> directories(1);
+    directories[0].name = "n";
+    directories[0].path = "p";
+    std::vector<ApplicationOverlay> overlays(1);
+    overlays[0].configurationName = "n";
+    overlays[0].applicationId = "i";
+    overlays[0].category = "c";
+    overlays[0].description = "d";
     overlays[0].disableApplication = true;
     overlays[0].settingsChanged();
-    sendThroughFile(file, overlays, overlaysBack);
-    ASSERT_EQ(overlaysBack.size(), 1U);
-    const ApplicationOverlay& overlay = overlaysBack[0];
-    EXPECT_EQ(
-        (Texts{overlay.configurationName, overlay.applicationId, overlay.category, overlay.description}),
-        (Texts{hostile, hostile + "i", hostile + "c", hostile + "d"}));
-    EXPECT_TRUE(overlay.disableApplication);
-    EXPECT_FALSE(overlay.needsSaving());
+    std::vector<ConfigApplication> applications(3);
+    applications[0].applicationId = "i";
+    applications[0].category = "c";
+    applications[0].description = "d";
+    applications[0].program = "p";
+    applications[0].arguments = "a";
+    applications[0].platform = static_cast<PlatformType>(-77);
+    applications[0].setConfigurationName("not stored");
+    Support::addRow(*applications[0].commonVariables(), {{"Name", "common"}});
+    Support::addRow(*applications[0].unixVariables(), {{"Name", "unix"}});
+    Support::addRow(*applications[0].winVariables(), {{"Name", "2"}});
+    Support::addRow(*applications[0].winVariables(), {{"Name", "1"}});
+    applications[1].addUgLibsToPath = false;
+    applications[1].disableCustomization = true;
+    applications[2].disableApplication = true;
 
-    std::vector<WorkDirectory> directories(1), directoriesBack;
-    directories[0].name = hostile;
-    directories[0].path = hostile + "p";
-    sendThroughFile(file, directories, directoriesBack);
-    ASSERT_EQ(directoriesBack.size(), 1U);
-    EXPECT_EQ((Texts{directoriesBack[0].name, directoriesBack[0].path}), (Texts{hostile, hostile + "p"}));
+    const Support::Scratch scratch;
+    const auto file = scratch / "records.dat";
+    const auto recorded = Support::recorded("records-1.dat");
+    EXPECT_EQ(written(file, variables, directories, overlays, applications), Support::contentOf(recorded));
+    EXPECT_FALSE(applications[0].needsSaving());
+
+    std::vector<EnvironmentVariable> variablesRead{{"kept", ""}};
+    directories.clear();
+    overlays.clear();
+    applications.clear();
+    read(recorded, variablesRead, directories, overlays, applications);
+    EXPECT_EQ(variablesRead.at(0).name, "kept") << "a list is appended to";
+    variablesRead.erase(variablesRead.begin());
+    EXPECT_FALSE(overlays.at(0).needsSaving());
+    EXPECT_FALSE(applications.at(0).needsSaving());
+    EXPECT_EQ(applications[0].configurationName(), "");
+    EXPECT_EQ(written(file, variablesRead, directories, overlays, applications),
+              Support::contentOf(recorded));
 }
 
-TEST_F(Coding, KeepsTypeNamesKeysAndTheirOrder) {
-    const std::pair<Base::TypeInfo, const char*> types[] = {
-        {typeid(EnvironmentVariable), "EnvironmentVariable"},
-        {typeid(std::vector<EnvironmentVariable>), "EnvVariableList"},
-        {typeid(ApplicationOverlay), "ApplicationOverlay"},
-        {typeid(std::vector<ApplicationOverlay>), "ApplicationOverlayList"},
-        {typeid(ConfigApplication), "ConfigApplication"},
-        {typeid(std::vector<ConfigApplication>), "ApplicationList"},
-        {typeid(WorkDirectory), "WorkDirectory"},
-        {typeid(std::vector<WorkDirectory>), "WorkDirectoryList"}};
-    for (const auto& [type, name] : types) {
-        ASSERT_NE(Base::CoderBase::find(type), nullptr) << name;
-        EXPECT_EQ(Base::CoderBase::find(type)->name(), name);
-    }
-    const auto keys = [&](auto record) {
-        Base::Archiver archiver(file);
-        record.encode(archiver);
-        archiver.finishEncoding();
-        return Support::keysOf(file);
-    };
-    EXPECT_EQ(keys(EnvironmentVariable()),
-              (Texts{"Name Key", "Value Key", "Comment Key", "Variable Type Key"}));
-    EXPECT_EQ(keys(ApplicationOverlay()),
-              (Texts{"Configuration", "App ID", "Category", "Description", "Disable Application"}));
-    EXPECT_EQ(keys(WorkDirectory()), (Texts{"Name", "Path"}));
-    EXPECT_EQ(keys(ConfigApplication()),
-              (Texts{"App ID", "Category", "Description", "Program", "Arguments", "Add UG Libs To Path",
-                     "Disable Customization", "Common Variables", "Unix Variables", "Windows Variables",
-                     "Disable Application", "Platform"}));
-}
-
-TEST_F(Coding, LeavesWhatAFileLacksButForgetsThePlatform) {
-    Base::Archiver(file).finishEncoding();
-    Base::Unarchiver empty(file);
+TEST(Coding, LeavesWhatAFileLacksButForgetsThePlatform) {
+    const Support::Scratch scratch;
+    Base::Archiver(scratch / "empty.dat").finishEncoding();
+    Base::Unarchiver empty(scratch / "empty.dat");
 
     ConfigApplication application;
     application.program = "kept";

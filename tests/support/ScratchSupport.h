@@ -43,8 +43,6 @@ inline std::string bytesOf(const boost::filesystem::path& file) {
 }
 
 /// A recorded file of tests/data.
-inline boost::filesystem::path recorded(const std::string& name) {
-    return boost::filesystem::path(__FILE__).parent_path().parent_path() / "data" / name;
-}
+boost::filesystem::path recorded(const std::string& name);
 
 }  // namespace Support

@@ -90,6 +90,31 @@ std::vector<std::string> Site::logLines() const {
     return lines;
 }
 
+std::string messageOf(const std::function<void()>& call) {
+    try {
+        call();
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+std::vector<std::string> cellsOf(const Base::DataSourceInterface& table, const std::string& column) {
+    std::vector<std::string> cells;
+    for (int row = 0; row < table.numberOfRowsInList(); ++row) {
+        cells.push_back(boost::any_cast<std::string>(table.valueForListColumnRow(column, row)));
+    }
+    return cells;
+}
+
+void addRow(Base::DataSourceInterface& table, const Cells& cells) {
+    const int row = table.numberOfRowsInList();
+    table.insertRow(row);
+    for (const auto& [column, text] : cells) {
+        table.setValueForListColumnRow(column, row, text);
+    }
+}
+
 std::string contentOf(const fs::path& file) {
     return Base::FileManager::readFile(file);
 }

@@ -1,10 +1,14 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <boost/filesystem/path.hpp>
+
+#include "base/DataSourceInterface.h"
 
 #include "gtest/gtest.h"
 
@@ -52,6 +56,16 @@ class SiteTest : public testing::Test {
   protected:
     Site site;
 };
+
+/// What a call complains of; "no error" when it does not.
+std::string messageOf(const std::function<void()>& call);
+
+/// The cells of a column, from the first row to the last.
+std::vector<std::string> cellsOf(const Base::DataSourceInterface& table, const std::string& column);
+
+/// Appends a row and fills its cells.
+using Cells = std::vector<std::pair<std::string, std::string>>;  // of columns
+void addRow(Base::DataSourceInterface& table, const Cells& cells = {});
 
 /// The content of a file; an exception when it cannot be read.
 std::string contentOf(const boost::filesystem::path& file);

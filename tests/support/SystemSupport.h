@@ -47,4 +47,18 @@ class Held {
     std::intptr_t mHandle = 0;
 };
 
+/// While it lives, a file is there but cannot be read, whoever runs the test: on Windows because it is open
+/// for nobody else, elsewhere because a link that leads nowhere stands in its place.
+class Unreadable {
+  public:
+    explicit Unreadable(const boost::filesystem::path& file);
+    ~Unreadable();
+    Unreadable(const Unreadable&) = delete;
+    Unreadable& operator=(const Unreadable&) = delete;
+
+  private:
+    boost::filesystem::path mFile;
+    std::intptr_t mHandle = 0;
+};
+
 }  // namespace Support

@@ -48,4 +48,13 @@ Held::~Held() {
     fs::permissions(mDirectory, static_cast<fs::perms>(mHandle));
 }
 
+Unreadable::Unreadable(const fs::path& file) : mFile(file) {
+    fs::rename(mFile, mFile.string() + ".aside");
+    fs::create_symlink(mFile, mFile);
+}
+
+Unreadable::~Unreadable() {
+    fs::rename(mFile.string() + ".aside", mFile);
+}
+
 }  // namespace Support

@@ -13,6 +13,15 @@ void check(LSTATUS status, const std::string& key) {
     }
 }
 
+std::intptr_t open(const boost::filesystem::path& file, DWORD share) {
+    const HANDLE handle = ::CreateFileW(file.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING,
+                                        FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (handle == INVALID_HANDLE_VALUE) {
+        throw std::runtime_error(file.string() + " cannot be opened");
+    }
+    return reinterpret_cast<std::intptr_t>(handle);
+}
+
 }  // namespace
 
 const bool onWindows = true;
@@ -35,16 +44,15 @@ Unprivileged::Unprivileged() : mUser(0) {}
 
 Unprivileged::~Unprivileged() = default;
 
-Held::Held(const boost::filesystem::path& file)
-    : mHandle(reinterpret_cast<std::intptr_t>(
-          ::CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr))) {
-    if (reinterpret_cast<HANDLE>(mHandle) == INVALID_HANDLE_VALUE) {
-        throw std::runtime_error(file.string() + " cannot be opened");
-    }
-}
+Held::Held(const boost::filesystem::path& file) : mHandle(open(file, FILE_SHARE_READ | FILE_SHARE_WRITE)) {}
 
 Held::~Held() {
+    ::CloseHandle(reinterpret_cast<HANDLE>(mHandle));
+}
+
+Unreadable::Unreadable(const boost::filesystem::path& file) : mFile(file), mHandle(open(file, 0)) {}
+
+Unreadable::~Unreadable() {
     ::CloseHandle(reinterpret_cast<HANDLE>(mHandle));
 }
 
