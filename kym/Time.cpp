@@ -195,7 +195,6 @@ std::int64_t Time::getTime() const {
     fields.tm_hour = hour;
     fields.tm_min = minute;
     fields.tm_sec = second;
-    fields.tm_isdst = -1;
     if (zone != Gmt) {
         return Base::Platform::secondsOfLocal(fields);
     }

@@ -178,6 +178,9 @@ TEST_F(TimeTest, TakesRealDatesOnly) {
         EXPECT_THAT([&] { time.addDay(1); }, refused);
         EXPECT_THAT([&] { time.dayOfYear(); }, refused);
     }
+    for (const std::int64_t beyondWindows : {std::int64_t{-1}, std::int64_t{32535216000}}) {
+        EXPECT_EQ(Time(beyondWindows, Time::Gmt).isEmpty(), Support::onWindows);
+    }
     Time time(2024, 1, 1, 0, 0, 0, Time::Gmt);
     time.clear();
     EXPECT_TRUE(time.isEmpty() && time.zone == Time::Gmt);

@@ -34,6 +34,7 @@ bool breakDownGmt(std::int64_t seconds, std::tm& result) {
 
 std::int64_t secondsOfLocal(std::tm time) {
     ::_tzset();
+    time.tm_isdst = -1;
     return ::_mktime64(&time);
 }
 
