@@ -61,11 +61,10 @@ TEST_F(Departments, ReadTheirPropertiesWhollyOrNotAtAll) {
          false}};
     Configuration department(site.root() / "departments/cam", false);
     for (const Case& testCase : cases) {
-        const Configuration fresh = department;
         site.makeFile("departments/cam/.dirinfo.plist",
                       "<plist version=\"1.0\"><dict>" + testCase.content + "</dict></plist>");
         if (testCase.good) {
-            Configuration read(fresh.path(), true);
+            Configuration read(department.path(), true);
             EXPECT_EQ(read.description, "new");
             EXPECT_EQ(read.type == "Test", testCase.content.find("Test") != std::string::npos);
             EXPECT_EQ(read.doFileCleanup, testCase.content.find("<false/>") == std::string::npos);
@@ -94,21 +93,14 @@ TEST_F(Departments, WriteTheirPropertiesAndNoSettingsBeforeTheyAreUpdated) {
     department.settings()->setNeedsSaving(true);
     EXPECT_ANY_THROW(department.save()) << "there is no directory yet";
     fs::create_directory(department.path());
-    struct Case {
-        const char* common;
-        const char* stored;
-        fs::path path;
-    };
-    const Case cases[] = {{"", "", department.path()},
-                          {"my common", "", department.path()},
-                          {"Shared", "Shared", site.departments() / "Shared"}};
-    for (const Case& testCase : cases) {
-        department.commonDepartment = testCase.common;
-        EXPECT_EQ(department.commonConfigPath(), testCase.path);
+    const fs::path shared = site.departments() / "Shared";
+    for (const std::string common : {"", "my common", "Shared"}) {
+        department.commonDepartment = common;
+        EXPECT_EQ(department.commonConfigPath(), common == "Shared" ? shared : department.path());
         department.setNeedsSaving(true);
         department.save();
         const Configuration read(department.path(), true);
-        EXPECT_EQ(read.commonDepartment, testCase.stored);
+        EXPECT_EQ(read.commonDepartment, common == "Shared" ? common : "");
         EXPECT_EQ(read.description, department.description);
         EXPECT_FALSE(read.doFileCleanup);
         EXPECT_EQ(read.cleanupDays, 4294967295u);

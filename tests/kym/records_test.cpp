@@ -105,8 +105,6 @@ TEST(TableModels, ShowAndStoreEveryColumn) {
                           {"appid", "", "lower", ""}};
     for (const Cell& cell : cells) {
         EXPECT_EQ(cellsOf(source, cell.column), Texts{cell.fresh}) << cell.column;
-    }
-    for (const Cell& cell : cells) {
         EXPECT_TRUE(edits(source, [&] {
             EXPECT_TRUE(source.setValueForListColumnRow(cell.column, 0, std::string(cell.text)));
         }));
@@ -119,22 +117,27 @@ TEST(TableModels, ShowAndStoreEveryColumn) {
 }
 
 TEST(TableModels, ValidateVariables) {
-    const std::pair<const char*, bool> names[] = {
-        {"", true},      {"#abc", true},  {"#", true},     {"#_1", true},  {"A1_b", true},
-        {"a#bc", false}, {"_abc", false}, {"1abc", false}, {"##a", false}, {"A-B", false},
-        {"A B", false},  {"é", false},    {"A_", true}};
-    const std::pair<const char*, bool> values[] = {{"", true},       {"%TEMP%", true}, {"%TEMP", false},
-                                                   {"${A", false},   {"${A}", true},   {"}{", true},
-                                                   {"%{%}%%", true}, {"{{}", false}};
     std::vector<EnvironmentVariable> list(1);
     const EnvVariableListSource source(&list);
-    for (const auto& [name, valid] : names) {
+    const auto isName = [&](const char* name) {
         list[0] = EnvironmentVariable(name, std::string("{"));
-        EXPECT_EQ(source.valueIsValid("Name", 0), valid) << name;
-    }
-    for (const auto& [value, valid] : values) {
+        return source.valueIsValid("Name", 0);
+    };
+    const auto isValue = [&](const char* value) {
         list[0] = EnvironmentVariable("1", std::string(value));
-        EXPECT_EQ(source.valueIsValid("Value", 0), valid) << value;
+        return source.valueIsValid("Value", 0);
+    };
+    for (const char* good : {"", "#abc", "#", "#_1", "A1_b", "A_"}) {
+        EXPECT_TRUE(isName(good)) << good;
+    }
+    for (const char* bad : {"a#bc", "_abc", "1abc", "##a", "A-B", "A B", "é"}) {
+        EXPECT_FALSE(isName(bad)) << bad;
+    }
+    for (const char* good : {"", "%TEMP%", "${A}", "}{", "%{%}%%"}) {
+        EXPECT_TRUE(isValue(good)) << good;
+    }
+    for (const char* bad : {"%TEMP", "${A", "{{}"}) {
+        EXPECT_FALSE(isValue(bad)) << bad;
     }
     std::vector<ConfigApplication> applications(1);
     EXPECT_TRUE(ApplicationListSource(&applications).valueIsValid("AppID", 0));
@@ -187,16 +190,13 @@ TEST(Applications, AreOrderedByCategoryThenDescription) {
 
 TEST(Applications, AreFoundByConfigurationAndIdentifier) {
     EqualOverlayOrApp matches("Dept", "nx");
-    const std::tuple<const char*, const char*, bool> cases[] = {
-        {"Dept", "nx", true}, {"dept", "nx", false}, {"Dept", "NX", false}, {"nx", "Dept", false}};
-    for (const auto& [configuration, id, expected] : cases) {
+    for (const Texts& key : {Texts{"Dept", "nx"}, {"dept", "nx"}, {"Dept", "NX"}, {"nx", "Dept"}}) {
         ApplicationOverlay overlay;
         ConfigApplication application;
-        overlay.configurationName = configuration;
-        application.setConfigurationName(configuration);
-        overlay.applicationId = application.applicationId = id;
-        EXPECT_EQ(matches(overlay), expected) << configuration << " " << id;
-        EXPECT_EQ(matches(application), expected) << configuration << " " << id;
+        overlay.configurationName = application.mConfigurationName = key[0];
+        overlay.applicationId = application.applicationId = key[1];
+        EXPECT_EQ(matches(overlay), key == (Texts{"Dept", "nx"})) << key[0] << " " << key[1];
+        EXPECT_EQ(matches(application), matches(overlay)) << key[0] << " " << key[1];
     }
 }
 
@@ -227,9 +227,9 @@ TEST(Coding, KeepsNamesKeysAndOrderOfTheFile) {
     std::vector<EnvironmentVariable> variables{{"N", "v"}, {}};
     variables[0].comment = "c";
     variables[0].type = static_cast<PlatformType>(99);
-    std::vector<WorkDirectory> directories(1);
-    directories[0].name = "n";
-    directories[0].path = "p";
+    std::vector<WorkDirectory> directories;
+    WorkDirectoryListSource directorySource(&directories);
+    Support::addRow(directorySource, {{"Name", "n"}, {"Path", "p"}});
     std::vector<ApplicationOverlay> overlays(1);
     overlays[0].configurationName = "n";
     overlays[0].applicationId = "i";
@@ -237,21 +237,19 @@ TEST(Coding, KeepsNamesKeysAndOrderOfTheFile) {
     overlays[0].description = "d";
     overlays[0].disableApplication = true;
     overlays[0].settingsChanged();
-    std::vector<ConfigApplication> applications(3);
-    applications[0].applicationId = "i";
-    applications[0].category = "c";
-    applications[0].description = "d";
-    applications[0].program = "p";
-    applications[0].arguments = "a";
+    std::vector<ConfigApplication> applications;
+    ApplicationListSource source(&applications);
+    Support::addRow(
+        source,
+        {{"AppID", "i"}, {"Category", "c"}, {"Description", "d"}, {"Executable", "p"}, {"Arguments", "a"}});
+    Support::addRow(source, {{"AddNXLibs", "False"}, {"NoCustom", "True"}});
+    Support::addRow(source, {{"Disable", "True"}});
     applications[0].platform = static_cast<PlatformType>(-77);
     applications[0].setConfigurationName("not stored");
-    Support::addRow(*applications[0].commonVariables(), {{"Name", "common"}});
-    Support::addRow(*applications[0].unixVariables(), {{"Name", "unix"}});
-    Support::addRow(*applications[0].winVariables(), {{"Name", "2"}});
-    Support::addRow(*applications[0].winVariables(), {{"Name", "1"}});
-    applications[1].addUgLibsToPath = false;
-    applications[1].disableCustomization = true;
-    applications[2].disableApplication = true;
+    Support::addRow(*source.commonVariables(0), {{"Name", "common"}});
+    Support::addRow(*source.unixVariables(0), {{"Name", "unix"}});
+    Support::addRow(*source.winVariables(0), {{"Name", "2"}});
+    Support::addRow(*source.winVariables(0), {{"Name", "1"}});
 
     const Support::Scratch scratch;
     const auto file = scratch / "records.dat";

@@ -119,49 +119,37 @@ using SiteStore = Stores;
 const std::string separator(1, static_cast<char>(fs::path::preferred_separator));
 const std::string fallback = "@kym" + separator + "fb_ugsite";
 
-struct Discovery {
-    const char* title;
-    const char* base;  // KYM_BASE_DIR and KYM_UGSITE_DIR; "@" stands for the root with a separator
-    const char* variable;
-    const char* directory;  // what exists below the root besides "departments" and "kym"
-    std::string found;      // empty: nothing
-    const char* logger;
-    std::string log;  // its lines
-};
-
-void PrintTo(const Discovery& discovery, std::ostream* out) {
-    *out << discovery.title;
-}
-
-class DepartmentsDiscovery : public testing::TestWithParam<Discovery> {
+class DepartmentsDiscovery : public testing::TestWithParam<Texts> {
   protected:
-    std::string whole(std::string pattern) const {
+    std::string whole(const std::string& pattern) const {
         return boost::replace_all_copy(pattern, "@", native(site.root()) + separator);
     }
 
     Support::Site site;
 };
 
+// KYM_BASE_DIR, KYM_UGSITE_DIR, what exists below the root besides "departments" and "kym", what is found
+// (empty: nothing), and what a logger gets. "@" stands for the root with a separator.
 TEST_P(DepartmentsDiscovery, TakesTheFirstDirectory) {
-    const Discovery& given = GetParam();
-    site.makeDirectory(given.directory);
+    const Texts& given = GetParam();
+    site.makeDirectory(given[2]);
     site.makeFile("file");
     setEnvVariable("KYM_TEST_ROOT", native(site.root()));
-    setEnvVariable("KYM_BASE_DIR", whole(given.base));
-    setEnvVariable("KYM_UGSITE_DIR", whole(given.variable));
+    setEnvVariable("KYM_BASE_DIR", whole(given[0]));
+    setEnvVariable("KYM_UGSITE_DIR", whole(given[1]));
     const SystemInfo& system = SystemInformation();
-    site.startLog(given.logger);
+    site.startLog(given[4]);
     for (const char* later : {"unused", "ugsite"}) {
-        if (given.found.empty()) {
+        if (given[3].empty()) {
             EXPECT_EQ(messageOf([&] { system.localDepartmentsPath(); }),
                       "Problem determining where local department directory is located.\n"
                       "Usually defined by KYM_UGSITE_DIR environment variable.");
         } else {
-            EXPECT_EQ(native(system.localDepartmentsPath()), whole(given.found));
+            EXPECT_EQ(native(system.localDepartmentsPath()), whole(given[3]));
         }
         setEnvVariable("KYM_UGSITE_DIR", native(site.makeDirectory(later)));
     }
-    EXPECT_EQ(boost::join(site.logLines(), "\n") + "\n", whole(given.log));
+    EXPECT_EQ(boost::join(site.logLines(), "\n") + "\n", whole(given[5]));
 }
 
 const std::string beside = "Checking for ugsite as sibling of @kym\n";
@@ -169,20 +157,18 @@ const std::string question = "  does this exist? @ugsite\n";
 
 INSTANTIATE_TEST_SUITE_P(
     SystemStore, DepartmentsDiscovery,
-    testing::Values(Discovery{"variable", "${KYM_TEST_ROOT}/kym", "${KYM_TEST_ROOT}/departments/", "ugsite",
-                              "@departments" + separator, "kym.verbose",
-                              "Using @departments" + separator + " as ugsite\n"},
-                    Discovery{"variableNamesFile", "@kym", "@file", "ugsite", "@ugsite", "kym.info",
-                              "Checking if variable@file can is a valid ugsite\n" + beside},
-                    Discovery{"variableCannotBeExpanded", "@kym", "${KYM_UGSITE_DIR}", "ugsite", "@ugsite",
-                              "kym.info",
-                              "Checking if variable${KYM_UGSITE_DIR} can is a valid ugsite\n" + beside},
-                    Discovery{"siblingOfBaseWithSeparators", "@kym//", "", "ugsite", "@ugsite", "kym.verbose",
-                              question + "Using @ugsite as ugsite\n"},
-                    Discovery{"fallback", "@kym", "", "kym/fb_ugsite", fallback, "kym.info",
-                              beside + "Using fallback ugsite: " + fallback + "\n"},
-                    Discovery{"nothing", "@kym", "@missing", "kym", "", "kym.verbose", question}),
-    [](const auto& discovery) { return discovery.param.title; });
+    testing::Values(
+        Texts{"${KYM_TEST_ROOT}/kym", "${KYM_TEST_ROOT}/departments/", "ugsite", "@departments" + separator,
+              "kym.verbose", "Using @departments" + separator + " as ugsite\n"},
+        Texts{"@kym", "@file", "ugsite", "@ugsite", "kym.info",
+              "Checking if variable@file can is a valid ugsite\n" + beside},
+        Texts{"@kym", "${KYM_UGSITE_DIR}", "ugsite", "@ugsite", "kym.info",
+              "Checking if variable${KYM_UGSITE_DIR} can is a valid ugsite\n" + beside},
+        Texts{"@kym//", "", "ugsite", "@ugsite", "kym.verbose", question + "Using @ugsite as ugsite\n"},
+        Texts{"@kym", "", "kym/fb_ugsite", fallback, "kym.info",
+              beside + "Using fallback ugsite: " + fallback + "\n"},
+        Texts{"@kym", "@missing", "kym", "", "kym.verbose", question}),
+    [](const auto& suite) { return std::to_string(suite.index); });
 
 class Installation : public SystemStore, public testing::WithParamInterface<Texts> {};
 
@@ -206,7 +192,8 @@ INSTANTIATE_TEST_SUITE_P(SystemStore, Installation,
                          testing::Values(Texts{"", "KYM_BASE_DIR is not set."},
                                          Texts{"${kym",
                                                "KYM_BASE_DIR is set to a invalid directory:\n  ${kym"},
-                                         Texts{"@", "KYM_BASE_DIR is set to a invalid directory:\n  @"}));
+                                         Texts{"@", "KYM_BASE_DIR is set to a invalid directory:\n  @"}),
+                         [](const auto& suite) { return std::to_string(suite.index); });
 
 TEST_F(SystemStore, MakesTheApplicationDataDirectory) {
     setEnvVariable("XDG_CONFIG_HOME", site.root().string());  // where the system asks the environment
@@ -307,9 +294,9 @@ TEST_F(Stores, AreWrittenWhenEditedAndReadBackWholly) {
     EXPECT_EQ(baseRead.applications()->unixVariables(0)->numberOfRowsInList(), 1);
     checkFailingLoad(baseRead, baseFile);
     site.startLog("kym.info");
-    std::vector<EnvironmentVariable> variables{{"W", "old"}};
+    std::vector<EnvironmentVariable> variables;
     baseRead.mergeEnvVariables(variables);
-    EXPECT_EQ(text(variables), "W=w\nC=c\n");
+    EXPECT_EQ(text(variables), "C=c\nW=w\n");
     EXPECT_EQ(site.logLines(), Texts{"  merging core KYM envirnment variables"});
 
     const fs::path directory = site.makeDirectory("cam");
@@ -419,19 +406,17 @@ TEST_F(SiteStore, LoadsWhatItsFileHoldsOrNothing) {
     const std::pair<std::function<void(Base::Archiver&)>, const char*> loads[] = {
         {list("Common Environment Variables Key", {{"A", "1"}, {"B", "2"}}), "1||A B=1 2|=|=|"},
         {list("Common Environment Variables Key", {{"C", "3"}}), "1||C=3|=|=|"},
-        {list("Windows Environment Variables Key", {{"W", "4"}}), "1||C=3|=|W=4|"},
         {[](Base::Archiver& archiver) {
              EnvironmentVariable path("other name", "C:\\nx");
              encodeMember(archiver, "Windows NX Install Path Key", path);
+             archiver.encode("Use Windows Registry Key", false);
          },
-         "1|C:\\nx|C=3|=|W=4|"},
-        {[](Base::Archiver& archiver) { archiver.encode("Use Windows Registry Key", false); },
-         "0|C:\\nx|C=3|=|W=4|"},
+         "0|C:\\nx|C=3|=|=|"},
         {[](Base::Archiver& archiver) {
              archiver.encode("Use Windows Registry Key", true);
              archiver.encode("Windows External Plugins Location Key", 5);
          },
-         "error: 0|C:\\nx|C=3|=|W=4|"}};
+         "error: 0|C:\\nx|C=3|=|=|"}};
     SiteSettings& settings = SiteInformation();
     for (const auto& [write, expected] : loads) {
         Base::Archiver archiver(site.departments() / "site_settingsNx4.dat");
@@ -453,43 +438,31 @@ TEST_F(SiteStore, LoadsWhatItsFileHoldsOrNothing) {
 TEST_F(SiteStore, MergesWhatItDerivesBeforeItsLists) {
     struct Case {
         bool registry;
-        const char *nx, *teamcenter, *portal, *plot;
+        Texts installations;  // of the CAD system, Teamcenter, the portal and the plotter
         std::vector<EnvironmentVariable> before;
-        const char* after;
+        std::string after;
     };
+    const Texts none(4);
     const Case cases[] = {
         {false,
-         "C:\\nx",
-         "T:\\tc",
-         "P:\\portal",
-         "S:\\plot",
+         {"C:\\nx", "T:\\tc", "P:\\portal", "S:\\plot"},
          {},
          "UGII_BASE_DIR=C:\\nx\nUGII_ROOT_DIR=C:\\nx\\ugii\\\nTC_ROOT=T:\\tc\nTC_PORTAL_ROOT=P:\\portal\n"
-         "SDI_SERVER_CFG_BASE=S:\\plot\nUGII_HTML_BROWSER=<browser>\nUGII_SDI_SERVER_CFG_DIR=S:\\plot/win\n"
+         "SDI_SERVER_CFG_BASE=S:\\plot\nUGII_HTML_BROWSER=@\nUGII_SDI_SERVER_CFG_DIR=S:\\plot/win\n"
          "UGII_UGDOC_BASE_DIR=${UGII_BASE_DIR}/ugdoc\n"},
         {false,
-         "",
-         "",
-         "",
-         "",
+         none,
          {{"TC_ROOT", "kept"}, {"UGII_UGDOC_BASE_DIR", ""}, {"UGII_HTML_BROWSER", "first"}},
-         "TC_ROOT=kept\nUGII_UGDOC_BASE_DIR=\nUGII_HTML_BROWSER=first\nUGII_HTML_BROWSER=<browser>\n"},
+         "TC_ROOT=kept\nUGII_UGDOC_BASE_DIR=\nUGII_HTML_BROWSER=first\nUGII_HTML_BROWSER=@\n"},
         {false,
-         "$UGII_BASE_DIR\\",
-         "",
-         "",
-         "",
+         {"$UGII_BASE_DIR\\", "", "", ""},
          {{"UGII_ROOT_DIR", "r"}, {"UGII_BASE_DIR", "b"}},
-         "UGII_ROOT_DIR=$UGII_BASE_DIR\\\\ugii\\\nUGII_BASE_DIR=$UGII_BASE_DIR\\\nUGII_HTML_BROWSER=<browser>"
-         "\n"
-         "UGII_UGDOC_BASE_DIR=${UGII_BASE_DIR}/ugdoc\n"},
+         "UGII_ROOT_DIR=$UGII_BASE_DIR\\\\ugii\\\nUGII_BASE_DIR=$UGII_BASE_DIR\\\n"
+         "UGII_HTML_BROWSER=@\nUGII_UGDOC_BASE_DIR=${UGII_BASE_DIR}/ugdoc\n"},
         {true,
-         "C:\\nx",
-         "",
-         "",
-         "",
+         {"C:\\nx", "", "", ""},
          {},
-         "UGII_HTML_BROWSER=<browser>\nUGII_UGDOC_BASE_DIR=${UGII_BASE_DIR}/ugdoc\n"}};
+         "UGII_HTML_BROWSER=@\nUGII_UGDOC_BASE_DIR=${UGII_BASE_DIR}/ugdoc\n"}};
 
     setEnvVariable("PROGRAMFILES", "Q:\\no such programs");
     const std::string browser = "Q:\\no such programs\\Internet Explorer\\iexplore.exe";
@@ -499,15 +472,13 @@ TEST_F(SiteStore, MergesWhatItDerivesBeforeItsLists) {
     addVariable(settings.unixVariables(), "UNIX", "never merged");
     for (const Case& c : cases) {
         settings.useWindowsRegistry = c.registry;
-        settings.winNxInstallPath.value = c.nx;
-        settings.winTcEngInstallPath.value = c.teamcenter;
-        settings.winPortalInstallPath.value = c.portal;
-        settings.winPlotConfBase.value = c.plot;
+        settings.winNxInstallPath.value = c.installations[0];
+        settings.winTcEngInstallPath.value = c.installations[1];
+        settings.winPortalInstallPath.value = c.installations[2];
+        settings.winPlotConfBase.value = c.installations[3];
         std::vector<EnvironmentVariable> variables = c.before;
         settings.mergeEnvVariables(variables);
-        std::string expected = c.after;
-        expected.replace(expected.find("<browser>"), 9, browser);
-        EXPECT_EQ(text(variables), expected);
+        EXPECT_EQ(text(variables), boost::replace_all_copy(c.after, "@", browser));
     }
     settings.useWindowsRegistry = false;
     settings.winNxInstallPath.value = "C:\\nx";
@@ -563,34 +534,28 @@ TEST_F(SiteStore, AsksTheSystemForTheInstallPathAndTheBrowser) {
 }
 
 TEST_F(SiteStore, RegistersEveryEntryOfTheExternalPluginsInNameOrder) {
+    const std::string external = (site.root() / "external").string();
+    const auto locate = [&](const std::string& location) {
+        Base::Archiver archiver(site.departments() / "site_settingsNx4.dat");
+        archiver.encode("Windows External Plugins Location Key", location);
+        archiver.finishEncoding();
+    };
     for (const char* name : {"b", "a", "B2", "é", "a b"}) {
         site.makeDirectory(fs::path("external") / name);
     }
     site.makeFile("external/c.txt");
     site.makeDirectory("kym/plugins/internal");
-    Base::Archiver archiver(site.departments() / "site_settingsNx4.dat");
-    archiver.encode("Windows External Plugins Location Key", (site.root() / "external").string());
-    archiver.finishEncoding();
-    site.makeFile("external/b/settings.dat", "damaged");
+    const fs::path damaged = site.makeFile("external/b/settings.dat", "damaged");
+    locate(external);
     EXPECT_THROW(SiteInformation(), Base::ArchiveError);
     EXPECT_EQ(PluginsManagement().numberOfPlugins(), 1) << "the external ones come all or none";
-    fs::remove(site.root() / "external" / "b" / "settings.dat");
+    fs::remove(damaged);
     SiteInformation();
-    Texts names;
-    for (int row = 0; row < PluginsManagement().numberOfPlugins(); ++row) {
-        names.push_back(PluginsManagement().plugin(row, false)->name());
-    }
-    EXPECT_EQ(names, (Texts{"internal", "B2", "a", "a b", "b", "c.txt", "é"}));
-}
-
-TEST_F(SiteStore, PassesOverAPlaceOfPluginsThatIsNoDirectory) {
-    const std::string external = site.makeDirectory("external/plugin").parent_path().string();
     for (const std::string& location : {external + std::string(1, '\0'), std::string("\xff\xfe"),
                                         external + "/none", std::string(70000, 'x')}) {
-        Base::Archiver archiver(site.departments() / "site_settingsNx4.dat");
-        archiver.encode("Windows External Plugins Location Key", location);
-        archiver.finishEncoding();
-        EXPECT_NO_THROW(SiteSettings());
+        locate(location);
+        EXPECT_NO_THROW(SiteSettings()) << "there is no such directory";
     }
-    EXPECT_EQ(PluginsManagement().numberOfPlugins(), 0);
+    EXPECT_EQ(Support::cellsOf(PluginsManagement(), ""),
+              (Texts{"internal", "B2", "a", "a b", "b", "c.txt", "é"}));
 }
