@@ -14,15 +14,13 @@ constexpr int failed = 1;
 constexpr int misused = 2;
 
 constexpr const char* footer =
-    "APPLICATION is an identifier, as \"applications\" lists it. When several layers have an application of "
-    "that\n"
-    "identifier, the department's own is meant, then its common department's, then a plugin's, then the\n"
-    "installation's; CONFIGURATION:IDENTIFIER, as in \"Base KYM:nx\", names one exactly.\n"
-    "\n"
-    "KYM_BASE_DIR names the installation and KYM_UGSITE_DIR the directory of the departments.\n"
-    "\n"
-    "Exit status: 0 on success, 1 when something failed (the reason is on standard error), 2 for wrong "
-    "usage.";
+    R"(APPLICATION is an identifier, as "applications" lists it. When several layers have an application of that
+identifier, the department's own is meant, then its common department's, then a plugin's, then the
+installation's; CONFIGURATION:IDENTIFIER, as in "Base KYM:nx", names one exactly.
+
+KYM_BASE_DIR names the installation and KYM_UGSITE_DIR the directory of the departments.
+
+Exit status: 0 on success, 1 when something failed (the reason is on standard error), 2 for wrong usage.)";
 
 void addChoice(CLI::App& command, Choice& choice) {
     command.add_option("DEPARTMENT", choice.department, "Name of a department")->required();

@@ -1,15 +1,21 @@
 #include "kym/Launcher.h"
 
 #include <algorithm>
+#include <functional>
 #include <random>
+#include <sstream>
 
+#include <boost/algorithm/string/case_conv.hpp>
+#include <boost/algorithm/string/join.hpp>
 #include <boost/algorithm/string/predicate.hpp>
+#include <boost/algorithm/string/replace.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "base/Environment.h"
 #include "base/FileManager.h"
+#include "base/Task.h"
 #include "kym/BaseSettings.h"
 #include "kym/ConfigApplication.h"
 #include "kym/Configuration.h"
@@ -19,6 +25,7 @@
 #include "kym/WorkDirectory.h"
 
 #include "bench/Transcription.h"
+#include "tests/support/ChildSupport.h"
 #include "tests/support/SiteSupport.h"
 #include "tests/support/SystemSupport.h"
 
@@ -34,6 +41,7 @@ using testing::ThrowsMessage;
 namespace {
 
 using Variables = std::vector<EnvironmentVariable>;
+using Lines = std::vector<std::string>;
 
 void fill(Kym::EnvVariableListSource* list, const Variables& variables) {
     for (const auto& variable : variables) {
@@ -81,6 +89,43 @@ class LauncherTest : public Support::SiteTest {
         const auto program = site.makeFile(relative, "exit");
         Base::FileManager::setPermissions(program, 0775);
         return program;
+    }
+
+    /// Leaves this process few variables, the same on every machine, and the machine its old files.
+    void keepToTheSite() {
+        config.doFileCleanup = false;
+        for (const std::string& text : Base::Environment::environmentStrings()) {
+            Base::Environment::setEnvVariable(text.substr(0, text.find('=')), "");
+        }
+        Base::Environment::setEnvVariable("Kym_Base_Dir", native(site.installation()));
+        Base::Environment::setEnvVariable("ScriptX", "inherited");
+        Base::Environment::setEnvVariable("SystemRoot", "C:\\windows");
+        Base::Environment::setEnvVariable("UserProfile", native(site.root()));
+    }
+
+    /// Starts the program "cad.exe", made by `makeProgram`, which gets exactly this.
+    void expectStarted(const std::function<void()>& start, [[maybe_unused]] const Lines& arguments,
+                       [[maybe_unused]] const Kym::Launcher::EnvironmentMap& environment,
+                       [[maybe_unused]] const boost::filesystem::path& directory) {
+#if defined(_WIN32)
+        boost::filesystem::copy_file(Support::childProgram(), site.root() / "cad.exe",
+                                     boost::filesystem::copy_options::overwrite_existing);
+        start();
+        Support::ChildReport got = Support::awaitReport(site.root() / "report");
+        EXPECT_EQ(got.arguments, arguments);
+        Lines variables;
+        for (const auto& [name, value] : environment) {
+            if (name != "SYSTEMROOT") {  // Wine adds its own
+                variables.push_back(name + '=' + value);
+            }
+        }
+        std::sort(variables.begin(), variables.end());
+        std::sort(got.environment.begin(), got.environment.end());
+        EXPECT_EQ(got.environment, variables);
+        EXPECT_EQ(got.directory, native(directory));
+#else
+        EXPECT_THROW(start(), Base::TaskError);  // offered on Windows only
+#endif
     }
 
     Kym::Launcher launcher;
@@ -333,11 +378,6 @@ TEST_F(LauncherTest, PlansWhatItWouldStart) {
     app.program = native(program) + ".gone";
     EXPECT_THAT([&] { launcher.commandString(config, nullptr, app); },
                 ThrowsMessage<std::runtime_error>(HasSubstr(" is not found.\n")));
-    EXPECT_THAT(
-        [&] {
-            launcher.launchApplication(config, nullptr, app.program, {"a", "b"}, false);
-        },
-        ThrowsMessage<std::runtime_error>(HasSubstr(" is not found.\n")));
 }
 
 TEST_F(LauncherTest, ChecksTheCadInstallation) {
@@ -370,4 +410,116 @@ TEST_F(LauncherTest, ChecksTheCadInstallation) {
         ThrowsMessage<std::runtime_error>(
             "The system has not defined the environment variable for the install path of the CAD system. "
             "Cannot verify it is installed."));
+}
+
+TEST_F(LauncherTest, StartsAnApplicationAndLogsEveryStep) {
+    Configuration shared = department("shared");
+    config.commonDepartment = "shared";
+    fill(config.settings()->commonVariables(), {{"A-B", "x"}, {"MY_PATH", "C:\\a;$OSA;C:\\a"}});
+    fill(app.winVariables(), {{"OSA", "x"}, {"KYM_TEST_REPORT", "$USERPROFILE\\report"}});
+    app.program = native(makeProgram("cad.exe"));
+    app.arguments = "-a \"x y\"";
+    Kym::WorkDirectory work;
+    work.path = "$KYM_BASE_DIR";
+    keepToTheSite();
+    const Kym::LaunchPlan plan = launcher.plan(config, &shared, app, &work);
+    EXPECT_EQ(plan.environment.count("SCRIPTX"), 0U);
+    site.startLog();
+    expectStarted([&] { launcher.launchApplication(config, &shared, app, &work); }, {"-a", "\"x y\""},
+                  plan.environment, site.installation());
+
+    std::string expected = "Building environment...\nAdding the current environment variables\n";
+    for (const std::string line :
+         {"Kym_Base_Dir=ROOT\\kym", "ScriptX=inherited", "SystemRoot=C:\\windows", "UserProfile=ROOT"}) {
+        const std::size_t equals = line.find('=');
+        expected += "Processing variable: " + line + "\nSetting " +
+                    boost::to_upper_copy(line.substr(0, equals)) + line.substr(equals) + '\n';
+    }
+    expected += R"(  merging site envirnment variables
+  merging UGII_BASE_DIR
+  merging UGII_ROOT_DIR
+  merging core KYM envirnment variables
+Merging common configuration variables
+Merging configuration variables
+  merging A-B
+    value = x
+  merging MY_PATH
+    value = C:\a;$OSA;C:\a
+Merging application variables
+  merging OSA
+    value = x
+  merging KYM_TEST_REPORT
+    value = $USERPROFILE\report
+Merging KYM system variables
+Setting KYM system variables
+Setting UGII_SYMBOL_LIBRARY_DIR
+dpv found in CONFIG: setCustomerDefaultVariables setting UGII_SITE_DIR to COMMON
+dpv found in CONFIG: setCustomerDefaultVariables setting UGII_SITE_DIR  to COMMON
+)";
+    std::istringstream names(
+        "KYM_BASE_DIR SCRIPTX SYSTEMROOT USERPROFILE UGII_BASE_DIR UGII_ROOT_DIR UGII_HTML_BROWSER "
+        "UGII_UGDOC_BASE_DIR A-B MY_PATH OSA KYM_TEST_REPORT PATH KYM_DEPT_DIR KYM_COMMONDEPT_DIR "
+        "KYM_UGSITE_DIR UG_VER OS OSA SCRIPTx UGII_SITE_DIR UGII_GROUP_DIR");
+    for (std::string name; names >> name;) {
+        expected += "variable name = " + name + (name == "A-B" ? "\nINVALID\n" : "\nVALID\n");
+    }
+    expected += R"(Evaluating the completed environment
+  Expanding variable KYM_BASE_DIR=ROOT\kym
+  Expanding variable KYM_COMMONDEPT_DIR=ROOT\departments\shared
+  Expanding variable KYM_DEPT_DIR=ROOT\departments\design
+  Expanding variable KYM_TEST_REPORT=$USERPROFILE\report
+  Expanding variable KYM_UGSITE_DIR=ROOT\departments
+  Expanding variable MY_PATH=C:\a;$OSA;C:\a
+  Expanding variable OS=win64
+  Expanding variable OSA=win64
+  Expanding variable PATH=${UGII_BASE_DIR}\ugii
+  Expanding variable SCRIPTX=inherited
+  Expanding variable SCRIPTx=bat
+  Expanding variable SYSTEMROOT=C:\windows
+  Expanding variable UGII_BASE_DIR=C:\nx
+  Expanding variable UGII_GROUP_DIR=${KYM_DEPT_DIR}\${UG_VER}
+  Expanding variable UGII_HTML_BROWSER=${PROGRAMFILES}\Internet Explorer\iexplore.exe
+  Expanding variable UGII_ROOT_DIR=C:\nx\ugii\
+  Expanding variable UGII_SITE_DIR=${KYM_COMMONDEPT_DIR}\${UG_VER}
+  Expanding variable UGII_UGDOC_BASE_DIR=${UGII_BASE_DIR}\ugdoc
+  Expanding variable UG_VER=Need to Specify
+  Expanding variable USERPROFILE=ROOT
+Removing duplicate paths from PATH variables
+  PATH string = C:\a;win64;C:\a
+  PATH string = C:\a;win64;C:\a
+  C:\a
+  win64
+  PATH string = C:\nx\ugii
+  PATH string = C:\nx\ugii
+  C:\nx\ugii
+Finished building environment.
+expanded executable string = ROOT\cad.exe
+Building argument list...
+Argument list size is 2
+Starting application ROOT\cad.exe
+  with arguments: -a "x y" )";
+    expected += Support::onWindows ? "\nApplication ROOT\\cad.exe has started." : "";
+    const std::string lines = boost::join(site.logLines(), "\n");
+    EXPECT_EQ(slashed(boost::replace_all_copy(lines, native(site.root()), "ROOT")), expected);
+}
+
+TEST_F(LauncherTest, StartsAnyProgramInTheEnvironmentOfADepartment) {
+    app.program = native(makeProgram("cad.exe"));
+    fill(config.settings()->commonVariables(), {{"KYM_TEST_REPORT", "$USERPROFILE\\report"}});
+    keepToTheSite();
+    site.startLog();
+    for (const bool addLibraries : {true, false}) {
+        app.addUgLibsToPath = addLibraries;
+        expectStarted(
+            [&] {
+                launcher.launchApplication(config, nullptr, app.program, {"-a", "\"x", "y\"", "b"},
+                                           addLibraries);
+            },
+            {"-a", "\"x y\"", "b"}, launcher.plan(config, nullptr, app, nullptr).environment, site.root());
+    }
+    const std::string customerDefaults =
+        "dpv not found in CONFIG: setCustomerDefaultVariables setting UGII_SITE_DIR to BASE";
+    EXPECT_THAT(site.logLines(),
+                testing::Contains(customerDefaults).Times(8));  // four environments, two loggers
+    EXPECT_THAT(site.logLines(), testing::Contains("  with arguments: -a \"x y\" b ").Times(2));
 }

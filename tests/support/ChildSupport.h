@@ -11,7 +11,7 @@ namespace Support {
 struct ChildReport {
     std::vector<std::string> arguments;    ///< as the C run-time splits the command line, without the program
     std::vector<std::string> words;        ///< as `CommandLineToArgvW` splits it
-    std::vector<std::string> environment;  ///< NAME=VALUE, in the order of the child's block
+    std::vector<std::string> environment;  ///< NAME=VALUE, in the order of the block; without what Wine adds
     std::string directory;
 };
 

@@ -1,14 +1,13 @@
 #include "tests/support/ChildSupport.h"
 
 #include <chrono>
-#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
 
 #include <boost/filesystem/operations.hpp>
 
-#include "tests/support/ScratchSupport.h"
+#include "base/FileManager.h"
 
 namespace Support {
 
@@ -22,8 +21,7 @@ std::string fromHex(const std::string& digits) {
     return bytes;
 }
 
-// Nothing while the report is not there or cannot be opened yet.
-std::optional<ChildReport> parse(const std::string& content) {
+ChildReport parse(const std::string& content) {
     ChildReport report;
     std::istringstream in(content);
     for (std::string kind, digits; in >> kind >> digits;) {
@@ -33,13 +31,14 @@ std::optional<ChildReport> parse(const std::string& content) {
         } else if (kind == "word") {
             report.words.push_back(text);
         } else if (kind == "variable") {
-            report.environment.push_back(text);
+            if (!text.starts_with("WINE") && !text.starts_with("System")) {
+                report.environment.push_back(text);
+            }
         } else if (kind == "directory") {
             report.directory = text;
-            return report;
         }
     }
-    return std::nullopt;
+    return report;
 }
 
 }  // namespace
@@ -51,9 +50,10 @@ boost::filesystem::path childProgram() {
 ChildReport awaitReport(const boost::filesystem::path& file) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (std::chrono::steady_clock::now() < end) {
-        if (const auto report = parse(bytesOf(file))) {
+        if (Base::FileManager::exists(file)) {
+            const ChildReport report = parse(Base::FileManager::readFile(file));
             boost::filesystem::remove(file);
-            return *report;
+            return report;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }

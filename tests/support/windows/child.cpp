@@ -1,6 +1,6 @@
 // Tells what a started program gets: a line for every argument, for every variable and, last, for the working
 // directory, each as hexadecimal digits behind a colon. The file named by KYM_TEST_REPORT appears when it is
-// complete.
+// complete. Standard output gets a line, too.
 
 #include <cstdio>
 #include <string>
@@ -33,6 +33,8 @@ std::string record(const char* kind, const std::wstring& text) {
 }  // namespace
 
 int wmain(int count, wchar_t** arguments) {
+    std::puts("started");
+    std::fflush(stdout);
     const std::wstring file = variable(L"KYM_TEST_REPORT");
     std::string report;
     for (int i = 1; i < count; ++i) {
