@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <exception>
 #include <optional>
 #include <stdexcept>
@@ -37,12 +38,13 @@ struct NamedEntry {
 /// Eight bytes from `start` on, as a number in whose order they stand; behind the end of the name, zeros.
 std::uint64_t partOf(std::string_view name, std::size_t start) {
     std::array<unsigned char, 8> bytes{};
-    name.copy(reinterpret_cast<char*>(bytes.data()), bytes.size(), std::min(start, name.size()));
-    std::uint64_t part = 0;
-    for (const unsigned char byte : bytes) {
-        part = part << 8U | byte;
+    if (name.size() >= start + bytes.size()) {
+        std::memcpy(bytes.data(), name.data() + start, bytes.size());
+    } else if (name.size() > start) {
+        std::memcpy(bytes.data(), name.data() + start, name.size() - start);
     }
-    return part;
+    const auto at = [&](std::size_t place) { return std::uint64_t{bytes[place]} << (56 - 8 * place); };
+    return at(0) | at(1) | at(2) | at(3) | at(4) | at(5) | at(6) | at(7);
 }
 
 using Entries = std::vector<NamedEntry>::iterator;

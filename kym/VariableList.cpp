@@ -50,20 +50,27 @@ std::string substituteByExpression(const std::string& name, const std::string& v
     return boost::regex_replace(value, ownName, boost::replace_all_copy(std::string(current), "\\", "\\\\"));
 }
 
+/// The length of $NAME or ${NAME} at that place of the text; 0 when there is none.
+std::size_t referenceLength(std::string_view text, std::size_t place, std::string_view name) {
+    if (place >= text.size() || text[place] != '$') {
+        return 0;
+    }
+    const std::string_view rest = text.substr(place + 1);
+    if (rest.starts_with(name)) {
+        return 1 + name.size();
+    }
+    const bool inBraces = rest.size() >= name.size() + 2 && rest.front() == '{' &&
+                          rest.substr(1).starts_with(name) && rest[name.size() + 1] == '}';
+    return inBraces ? 3 + name.size() : 0;
+}
+
 /// The same where name and current value mean themselves, without the cost of an expression.
 std::string substituteLiterally(std::string_view name, std::string_view text, std::string_view current) {
     std::string result;
     result.reserve(text.size() + current.size());
     std::size_t copied = 0;
     for (std::size_t dollar = text.find('$'); dollar != std::string_view::npos;) {
-        const std::string_view rest = text.substr(dollar + 1);
-        std::size_t length = 0;
-        if (rest.starts_with(name)) {
-            length = 1 + name.size();
-        } else if (rest.size() >= name.size() + 2 && rest.front() == '{' &&
-                   rest.substr(1).starts_with(name) && rest[name.size() + 1] == '}') {
-            length = 3 + name.size();
-        }
+        const std::size_t length = referenceLength(text, dollar, name);
         if (length != 0) {
             result.append(text, copied, dollar - copied);
             result.append(current);
@@ -216,16 +223,20 @@ void VariableList::mergeLayered(const EnvironmentVariable& variable, bool verbos
 /// Gives the entry the variable's value, with its references to itself replaced by the entry's earlier value.
 void VariableList::substitute(const EnvironmentVariable& variable, Entry& entry) {
     checkGrowth(variable, entry.value);
-    std::string text = entry.plainName && isPlainReplacement(entry.value)
-                           ? substituteLiterally(variable.name, variable.value, entry.value)
-                           : substituteByExpression(variable.name, variable.value, entry.value);
-    refuseBeyond(sizeLimit, text.size(), variable.name);
-    if (entry.ownText) {
-        *entry.ownText = std::move(text);
+    const bool literally = entry.plainName && isPlainReplacement(entry.value);
+    const std::size_t reference = literally ? referenceLength(variable.value, 0, variable.name) : 0;
+    if (reference != 0 && entry.ownText && variable.value.find('$', 1) == std::string::npos) {
+        entry.ownText->append(variable.value, reference);  // mostly a setting adds to the end of a list
     } else {
-        entry.ownText = &mTexts.emplace_back(std::move(text));
+        std::string text = literally ? substituteLiterally(variable.name, variable.value, entry.value)
+                                     : substituteByExpression(variable.name, variable.value, entry.value);
+        if (!entry.ownText) {
+            entry.ownText = &mTexts.emplace_back();
+        }
+        *entry.ownText = std::move(text);
     }
     entry.value = *entry.ownText;
+    refuseBeyond(sizeLimit, entry.value.size(), variable.name);
 }
 
 std::optional<std::string_view> VariableList::valueOf(std::string_view name) const {
