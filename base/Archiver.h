@@ -12,7 +12,8 @@ namespace Base {
 
 class CoderBase;
 
-/// Writes a keyed archive: a tree of named strings, booleans, integers, typed objects and ordered collections.
+/// Writes a keyed archive: a tree of named strings, booleans, integers, typed objects and ordered
+/// collections.
 ///
 /// The text is composed while the values arrive; `finishEncoding` replaces the file in one step, so that a
 /// reader sees the old archive or the new one and nothing between. An archiver that is destroyed before

@@ -6,12 +6,16 @@ bool DataSourceInterface::setValueForListColumnRow(const std::string&, int, cons
     return false;
 }
 
-bool DataSourceInterface::canReorderRows() const { return false; }
+bool DataSourceInterface::canReorderRows() const {
+    return false;
+}
 
 void DataSourceInterface::insertRow(int) {}
 
 void DataSourceInterface::deleteRows(const std::vector<int>&) {}
 
-bool DataSourceInterface::valueIsValid(const std::string&, int) const { return true; }
+bool DataSourceInterface::valueIsValid(const std::string&, int) const {
+    return true;
+}
 
 }  // namespace Base

@@ -11,9 +11,9 @@ namespace Base {
 
 /// A table that an editor shows and edits: cells are addressed by column name and row index.
 ///
-/// Cell values travel as `boost::any` holding a `std::string`. A table model never owns the data that it shows.
-/// There is deliberately no virtual destructor: table models are held by value by their owners, copied with
-/// them, and never deleted through this interface.
+/// Cell values travel as `boost::any` holding a `std::string`. A table model never owns the data that it
+/// shows. There is deliberately no virtual destructor: table models are held by value by their owners, copied
+/// with them, and never deleted through this interface.
 class BASE_EXPORT DataSourceInterface {
   public:
     virtual int numberOfRowsInList() const = 0;

@@ -111,19 +111,19 @@ void writeOver(const path& target, std::string_view content, error_code& error) 
 
 void copyDamaged(const path& file, const path& target) {
     error_code error;
-    const std::string content = Platform::readFile(target, error);
+    const FileContent content = Platform::readFile(target, error);
     for (int number = 0; !error; ++number) {
         path copy = target;
         copy += number == 0 ? ".damaged" : ".damaged." + std::to_string(number);
         if (!fs::exists(fs::symlink_status(copy, error))) {
             error.clear();
-            writeOver(copy, content, error);
+            writeOver(copy, content.text(), error);
             if (!error) {
                 return;
             }
         } else {
             error_code unreadable;
-            if (Platform::readFile(copy, unreadable) == content && !unreadable) {
+            if (Platform::readFile(copy, unreadable).text() == content.text() && !unreadable) {
                 return;
             }
         }
@@ -227,8 +227,12 @@ void changeWorkDirectory(const path& directory) {
 }
 
 std::string readFile(const path& file) {
+    return std::string(loadFile(file).text());
+}
+
+FileContent loadFile(const path& file) {
     error_code error;
-    std::string content = Platform::readFile(Platform::reachablePath(file), error);
+    FileContent content = Platform::readFile(Platform::reachablePath(file), error);
     if (error) {
         fail("Cannot read the file", file, error);
     }

@@ -5,6 +5,8 @@
 
 #include <boost/filesystem/path.hpp>
 
+#include "base/FileContent.h"
+
 /// Questions to and changes of the file system that the library needs beyond Boost.Filesystem.
 namespace Base::FileManager {
 
@@ -42,6 +44,7 @@ void changeWorkDirectory(const path& directory);
 
 /// The whole content of a file; `boost::filesystem::filesystem_error` when it cannot be read.
 std::string readFile(const path& file);
+FileContent loadFile(const path& file);
 
 /// Replaces the whole content of a file, or makes the file, in one step: the content goes to a temporary file
 /// beside it, is flushed to the disk and renamed over the target. Whatever happens, the target is wholly the

@@ -108,8 +108,8 @@ bool isBlank(const char* text) {
 
 XmlFile::Error::~Error() = default;
 
-XmlFile::XmlFile(const boost::filesystem::path& file) : mFile(file), mText(FileManager::readFile(file)) {
-    checkText(mText);
+XmlFile::XmlFile(const boost::filesystem::path& file) : mFile(file), mText(FileManager::loadFile(file)) {
+    checkText(mText.text());
     const pugi::xml_parse_result result =
         mDocument.load_buffer_inplace(mText.data(), mText.size(), kParseOptions, pugi::encoding_utf8);
     if (!result) {

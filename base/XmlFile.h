@@ -10,6 +10,7 @@
 #include <pugixml.hpp>
 
 #include "base/BaseException.h"
+#include "base/FileContent.h"
 
 namespace Base {
 
@@ -63,7 +64,7 @@ class XmlFile {
     int lineAt(std::ptrdiff_t offset) const;
 
     boost::filesystem::path mFile;
-    std::string mText;
+    FileContent mText;
     pugi::xml_document mDocument;
     pugi::xml_node mRoot;
 };

@@ -7,6 +7,8 @@
 #include <boost/filesystem/path.hpp>
 #include <boost/system/error_code.hpp>
 
+#include "base/FileContent.h"
+
 /// What `FileManager` and the loggers need of the file system itself. Failures are told by `error`, which is
 /// cleared on success.
 namespace Base::Platform {
@@ -52,7 +54,7 @@ bool isExecutableFile(const path& file);
 
 /// The whole content of a regular file, which others may read, replace or remove at the same time. Waits a
 /// while for others who keep it from being read; never for a pipe to be written.
-std::string readFile(const path& file, error_code& error);
+FileContent readFile(const path& file, error_code& error);
 
 /// A new file that is going to replace another one in the same directory. While it is being written, no other
 /// process takes it for abandoned; it is removed on destruction unless it has replaced its target.

@@ -96,9 +96,9 @@ bool isExecutableFile(const path& file) {
     return mayAccess(file, X_OK);
 }
 
-std::string readFile(const path& file, error_code& error) {
+FileContent readFile(const path& file, error_code& error) {
     error.clear();
-    std::string content;
+    FileContent content;
     // Without waiting, since nobody may ever write into a pipe of that name.
     const int opened = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     struct stat status {};

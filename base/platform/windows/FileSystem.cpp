@@ -184,7 +184,7 @@ bool isExecutableFile(const path& file) {
                                                Environment::getEnvVariable("PATHEXT"));
 }
 
-std::string readFile(const path& file, error_code& error) {
+FileContent readFile(const path& file, error_code& error) {
     error.clear();
     Patience patience;
     HANDLE opened = INVALID_HANDLE_VALUE;
@@ -198,7 +198,7 @@ std::string readFile(const path& file, error_code& error) {
         }
     }
     error.clear();
-    std::string content;
+    FileContent content;
     LARGE_INTEGER known{};
     if (!::GetFileSizeEx(opened, &known)) {
         error = lastError();
