@@ -247,7 +247,7 @@ int Time::dayOfWeek() const {
     const int century = year / 100;
     int inCentury = year - 100 * century;
     int fromMarch = month - 2;
-    if (fromMarch < 0) {
+    if (fromMarch < 1) {
         fromMarch = month + 10;
         --inCentury;
     }

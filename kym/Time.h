@@ -73,9 +73,9 @@ class KYM_EXPORT Time {
     bool isValid() const;
     bool isLeap() const;
 
-    /// 0 is Sunday. Deliberately reckoned by a rule that is exact from March on only: in January it is a day
-    /// late in the years divisible by 400 (the first of January 2000, a Saturday, is 0), in February a day
-    /// early in leap years and two days early in others. For valid times.
+    /// 0 is Sunday. January and February belong to the year before, but deliberately to the century of their
+    /// own: in a year divisible by 400 they come out one day late (the first of January 2000, a Saturday, is
+    /// 0). For valid times.
     int dayOfWeek() const;
 
     /// 1 is the first of January. `std::runtime_error` before the year 1755.

@@ -65,11 +65,9 @@ TEST_F(TimeTest, CountsDaysAsTheCalendarDoes) {
         ASSERT_EQ(time.day, static_cast<unsigned>(date.day()));
         ASSERT_EQ(time.dayOfYear(), (day - sys_days(date.year() / 1 / 1)).count() + 1);
         ASSERT_EQ(time.isLeap(), date.year().is_leap());
-        const int early = time.month == 2                      ? (time.isLeap() ? 1 : 2)
-                          : time.month == 1 && year % 400 == 0 ? -1
-                                                               : 0;
+        const int late = time.month < 3 && year % 400 == 0 ? 1 : 0;
         const int weekday = static_cast<int>(std::chrono::weekday(day).c_encoding());
-        ASSERT_EQ((time.dayOfWeek() + 7 + early) % 7, weekday) << text(time);
+        ASSERT_EQ(time.dayOfWeek(), (weekday + late) % 7) << text(time);
         time.addDay(1);
     }
     EXPECT_EQ(text(time), "3001-01-01T07:08:09GMT");
@@ -283,7 +281,7 @@ TEST_F(TimeTest, Formats) {
         names += Time(2024, month, month, 0, 0, 0, Time::Local).toString("%b%G%a%Z ");
     }
     EXPECT_EQ(names,
-              "JanJAMon FebFEThu MarMRSun AprAPThu MayMYSun JunJNThu JulJLSun AugAUThu SepSEMon OctOCThu "
+              "JanJAMon FebFEFri MarMRSun AprAPThu MayMYSun JunJNThu JulJLSun AugAUThu SepSEMon OctOCThu "
               "NovNOMon DecDEThu ");
 }
 
