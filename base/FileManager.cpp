@@ -168,8 +168,7 @@ void removeTree(const path& file, const path& last, Removal& removal) {
 }  // namespace
 
 bool exists(const path& file) {
-    error_code error;
-    return !file.empty() && fs::exists(Platform::reachablePath(file), error);
+    return !file.empty() && Platform::exists(Platform::reachablePath(file));
 }
 
 bool isMissing(const path& file) {
@@ -187,6 +186,10 @@ bool isDirectory(const path& file) {
 
 bool isReadable(const path& file) {
     return Platform::isReadable(Platform::reachablePath(file));
+}
+
+bool isOpenDirectory(const path& directory) {
+    return Platform::isOpenDirectory(Platform::reachablePath(directory));
 }
 
 bool isExecutable(const path& file) {

@@ -25,6 +25,10 @@ bool isDirectory(const path& file);
 /// Whether this process may open the file for reading, or list the directory.
 bool isReadable(const path& file);
 
+/// Whether this process may both list the directory and enter it. One question to the system, which is not
+/// asked whether it is a directory: for a file, the answer says nothing.
+bool isOpenDirectory(const path& directory);
+
 /// For a directory: whether it can be entered. For a file: whether it may be executed; on Windows that is a
 /// regular file whose extension is in PATHEXT (or .exe .com .bat .cmd when PATHEXT is not set).
 bool isExecutable(const path& file);

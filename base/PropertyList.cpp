@@ -66,14 +66,15 @@ void PropertyList::setList(const boost::shared_ptr<boost::any>& root) {
     mRoot = root;
 }
 
-boost::any PropertyList::getProperty(const std::string& key) const {
+const boost::any& PropertyList::getProperty(const std::string& key) const {
+    static const boost::any none;
     if (const auto* dictionary = boost::any_cast<Dictionary>(mRoot.get())) {
         const auto found = dictionary->find(key);
         if (found != dictionary->end()) {
             return found->second;
         }
     }
-    return {};
+    return none;
 }
 
 bool PropertyList::hasProperty(const std::string& key) const {

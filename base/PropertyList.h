@@ -57,8 +57,9 @@ class PropertyList {
     const boost::shared_ptr<boost::any>& list() const;
     void setList(const boost::shared_ptr<boost::any>& root);
 
-    /// A value of the root dictionary; an empty `boost::any` when the root is no dictionary or lacks the key.
-    boost::any getProperty(const std::string& key) const;
+    /// A value of the root dictionary, until that changes; an empty `boost::any` when the root is no
+    /// dictionary or lacks the key.
+    const boost::any& getProperty(const std::string& key) const;
     bool hasProperty(const std::string& key) const;
 
     /// Sets a value of the root dictionary, which is made when there is no root. A root of another kind is a

@@ -118,7 +118,7 @@ XmlFile::XmlFile(const boost::filesystem::path& file) : mFile(file), mText(FileM
     for (const pugi::xml_node node : mDocument.children()) {
         if (node.type() == pugi::node_declaration) {
             const char* encoding = node.attribute("encoding").as_string("UTF-8");
-            if (!boost::algorithm::iequals(encoding, "UTF-8") &&
+            if (std::string_view(encoding) != "UTF-8" && !boost::algorithm::iequals(encoding, "UTF-8") &&
                 !boost::algorithm::iequals(encoding, "US-ASCII")) {
                 throw Error(line(node),
                             std::string("the file's encoding is ") + encoding + ", expected UTF-8");

@@ -36,9 +36,23 @@ bool namesADepartment(const std::string& commonDepartment) {
     return !commonDepartment.empty() && commonDepartment.find(' ') == std::string::npos;
 }
 
+/// A list without a root when there is no file that can be read. Whether it can is asked only after a
+/// failure, since thousands of them are read when departments are looked for.
+Base::PropertyList readProperties(const path& file) {
+    try {
+        return Base::PropertyList(file);
+    } catch (const Base::PropertyListError&) {
+        if (Base::FileManager::isDirectory(file) || !Base::FileManager::isReadable(file)) {
+            return {};
+        }
+        throw;
+    }
+}
+
 template <typename Value>
 Value optionalProperty(const Base::PropertyList& list, const char* key, const Value& present) {
-    return list.hasProperty(key) ? boost::any_cast<Value>(list.getProperty(key)) : present;
+    const boost::any& property = list.getProperty(key);
+    return property.empty() ? present : boost::any_cast<Value>(property);
 }
 
 }  // namespace
@@ -122,18 +136,10 @@ void Configuration::save() {
 }
 
 void Configuration::loadProperties() {
-    const boost::filesystem::path file = propertyFile();
-    const auto refuse = [this] {
+    const Base::PropertyList list = readProperties(propertyFile());
+    if (!list.list()) {
         throw InvalidConfiguration("Directory " + Base::FileManager::native(mPath) +
                                    " is not valid department.");
-    };
-    if (!Base::FileManager::exists(file) || Base::FileManager::isDirectory(file) ||
-        !Base::FileManager::isReadable(file)) {
-        refuse();
-    }
-    const Base::PropertyList list(file);
-    if (!list.list()) {
-        refuse();  // it was removed since
     }
     if (Base::log::LoggerStream line{verboseLogger()}) {
         line << "  Loading configuration's properties" << std::endl;

@@ -85,8 +85,10 @@ void ConfigurationManager::initialize() {
     if (!Base::FileManager::exists(departments)) {
         throw std::runtime_error("KYM_UGSITE_DIR is invalid.");
     }
+    const std::vector<boost::filesystem::path> entries = entriesInNameOrder(departments);
     mConfigurations.clear();
-    for (const boost::filesystem::path& entry : entriesInNameOrder(departments)) {
+    mConfigurations.reserve(entries.size());
+    for (const boost::filesystem::path& entry : entries) {
         addValidConfiguration(entry);
     }
     if (Base::log::LoggerStream line{infoLogger()}) {
@@ -95,7 +97,7 @@ void ConfigurationManager::initialize() {
 }
 
 void ConfigurationManager::addValidConfiguration(const boost::filesystem::path& entry) {
-    if (!Base::FileManager::isReadable(entry) || !Base::FileManager::isExecutable(entry)) {
+    if (!Base::FileManager::isOpenDirectory(entry)) {
         return;
     }
     try {

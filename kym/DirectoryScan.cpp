@@ -1,6 +1,6 @@
 #include "kym/DirectoryScan.h"
 
-#include <map>
+#include <algorithm>
 #include <string>
 
 #include <boost/filesystem/directory.hpp>
@@ -8,14 +8,15 @@
 namespace Kym {
 
 std::vector<boost::filesystem::path> entriesInNameOrder(const boost::filesystem::path& directory) {
-    std::map<std::string, boost::filesystem::path> byName;
+    std::vector<std::string> names;
     for (const auto& entry : boost::filesystem::directory_iterator(directory)) {
-        byName.emplace(entry.path().filename().string(), entry.path());
+        names.push_back(entry.path().filename().string());
     }
+    std::sort(names.begin(), names.end());
     std::vector<boost::filesystem::path> entries;
-    entries.reserve(byName.size());
-    for (auto& [name, path] : byName) {
-        entries.push_back(std::move(path));
+    entries.reserve(names.size());
+    for (const std::string& name : names) {
+        entries.push_back(directory / name);
     }
     return entries;
 }

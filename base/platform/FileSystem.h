@@ -36,6 +36,9 @@ void removeEntry(const path& file, error_code& error);
 /// moment; waits a little when it may. Never where the system lets held files be renamed and removed.
 bool waitsForHolder(const error_code& error);
 
+/// Whether something exists at the path, and at the end of a link.
+bool exists(const path& file);
+
 /// Whether this process may open the file for reading, list the directory.
 bool isReadable(const path& file);
 
@@ -48,6 +51,9 @@ bool isWritable(const path& file);
 
 /// Whether the directory can be entered.
 bool isEnterable(const path& directory);
+
+/// Whether the directory can be listed and entered.
+bool isOpenDirectory(const path& directory);
 
 /// Whether the regular file can be executed.
 bool isExecutableFile(const path& file);

@@ -80,6 +80,10 @@ bool waitsForHolder(const error_code&) {
     return false;
 }
 
+bool exists(const path& file) {
+    struct stat status {};
+    return ::stat(file.c_str(), &status) == 0;
+}
 bool isReadable(const path& file) {
     return mayAccess(file, R_OK);
 }
@@ -91,6 +95,9 @@ bool isWritable(const path& file) {
 }
 bool isEnterable(const path& directory) {
     return mayAccess(directory, X_OK);
+}
+bool isOpenDirectory(const path& directory) {
+    return mayAccess(directory, R_OK | X_OK);
 }
 bool isExecutableFile(const path& file) {
     return mayAccess(file, X_OK);
@@ -109,7 +116,8 @@ FileContent readFile(const path& file, error_code& error) {
     } else if (!S_ISREG(status.st_mode)) {
         error = make_error_code(boost::system::errc::operation_not_permitted);
     } else {
-        content.resize(static_cast<std::size_t>(status.st_size) + 1);  // one more, to see the end at once
+        const auto known = static_cast<std::size_t>(status.st_size);
+        content.resize(known + 1);  // one more, to see the end at once
         std::size_t size = 0;
         for (;;) {
             const ssize_t count = ::read(opened, content.data() + size, content.size() - size);
@@ -121,6 +129,9 @@ FileContent readFile(const path& file, error_code& error) {
                 break;
             }
             size += count > 0 ? static_cast<std::size_t>(count) : 0;
+            if (count > 0 && size == known) {
+                break;  // one more was asked for
+            }
             if (size == content.size()) {
                 content.resize(2 * size);
             }

@@ -161,6 +161,14 @@ bool waitsForHolder(const error_code& error) {
     return mayBeHeld;
 }
 
+// Attributes are had without opening the file, but they are those of a link itself.
+bool exists(const path& file) {
+    const DWORD attributes = ::GetFileAttributesW(file.c_str());
+    error_code error;
+    return attributes != INVALID_FILE_ATTRIBUTES &&
+           ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0 || boost::filesystem::exists(file, error));
+}
+
 bool isReadable(const path& file) {
     return opens(file, GENERIC_READ, FILE_FLAG_BACKUP_SEMANTICS);
 }
@@ -177,6 +185,10 @@ bool isWritable(const path& file) {
 
 bool isEnterable(const path& directory) {
     return opens(directory, FILE_TRAVERSE, FILE_FLAG_BACKUP_SEMANTICS);
+}
+
+bool isOpenDirectory(const path& directory) {
+    return opens(directory, GENERIC_READ | FILE_TRAVERSE, FILE_FLAG_BACKUP_SEMANTICS);
 }
 
 bool isExecutableFile(const path& file) {
@@ -203,9 +215,13 @@ FileContent readFile(const path& file, error_code& error) {
     if (!::GetFileSizeEx(opened, &known)) {
         error = lastError();
     }
-    content.resize(static_cast<std::size_t>(known.QuadPart) + 1);  // one more, to see the end at once
+    const auto knownSize = static_cast<std::size_t>(known.QuadPart);
+    content.resize(knownSize + 1);  // one more, to see the end at once
     std::size_t size = 0;
     for (DWORD count = 1; !error && count != 0; size += count) {
+        if (size == knownSize && size != 0) {
+            break;  // one more was asked for
+        }
         if (size == content.size()) {
             content.resize(2 * size);
         }
