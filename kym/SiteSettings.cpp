@@ -205,8 +205,15 @@ std::string SiteSettings::getWebBrowser() const {
     } catch (const Base::Environment::ExpansionError&) {
         // The text as it stands tells whoever does not find the browser what is at fault.
     }
-    const std::string shortPath = Base::Platform::shortPath(longPath);
-    return shortPath.empty() ? longPath : shortPath;
+    if (mLongBrowserPath != longPath) {
+        const std::string shortPath = Base::Platform::shortPath(longPath);
+        if (shortPath.empty()) {
+            return longPath;
+        }
+        mLongBrowserPath = longPath;
+        mShortBrowserPath = shortPath;
+    }
+    return mShortBrowserPath;
 }
 
 std::string SiteSettings::datafilename() const {

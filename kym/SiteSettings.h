@@ -64,6 +64,8 @@ class KYM_EXPORT SiteSettings : public SettingsProtocol {
     void addExternalPlugin(const boost::filesystem::path& directory);
 
     bool mSettingsChanged = false;
+    mutable std::string mLongBrowserPath;  // the last one that had a short form, which takes long to ask for
+    mutable std::string mShortBrowserPath;
 };
 
 /// The one site store of the process.
