@@ -1,5 +1,6 @@
 #include <functional>
 #include <stdexcept>
+#include <utility>
 
 #include <boost/filesystem/operations.hpp>
 #include <boost/regex/pattern_except.hpp>
@@ -59,14 +60,17 @@ TEST_F(Manager, FindsTheDepartmentsAmongOtherEntries) {
     makeDepartment("b", "first");
     makeDepartment("Maß & Müller", "second", "Common");
     makeDepartment("a", "first", "Development");
-    makeDepartment("closed");
-    fs::permissions(site.departments() / "closed", fs::owner_read | fs::others_read);
+    for (const auto& [name, mode] : {std::pair("closed", 0444), std::pair("unlisted", 0111)}) {
+        makeDepartment(name);
+        fs::permissions(site.departments() / name, static_cast<fs::perms>(mode));
+    }
     site.makeFile("departments/a file");
     site.makeDirectory("departments/empty");
     site.makeDirectory("departments/directory/.dirinfo.plist");
     std::string expected = "Maß & Müller|a|b|";
     if (Support::onWindows) {  // there, modes close no directory, and links are for administrators
         fs::remove_all(site.departments() / "closed");
+        fs::remove_all(site.departments() / "unlisted");
     } else {
         fs::create_directory_symlink(site.departments() / "a", site.departments() / "link");
         fs::create_directory_symlink("nowhere", site.departments() / "dangling");
@@ -281,6 +285,8 @@ TEST_F(Manager, DeletesADepartmentWhollyOrKeepsItADepartment) {
     ConfigurationManager manager;
     manager.configuration(1)->description = "kept";
     const fs::path file = site.departments() / "b/nx3/held/file";
+    const fs::path properties = manager.configuration(1)->propertyFile();
+    const std::string before = Support::contentOf(properties);
     for (const fs::path& stays : {file, site.departments() / "b"}) {
         const Support::Held held(stays);
         const Support::Unprivileged somebody;
@@ -289,6 +295,7 @@ TEST_F(Manager, DeletesADepartmentWhollyOrKeepsItADepartment) {
         EXPECT_EQ(message.find(native("nx3/held/file")) != std::string::npos, stays == file) << message;
         EXPECT_EQ(namesOf(manager), "a|b|c|");
         EXPECT_EQ(namesOf(ConfigurationManager()), "a|b|c|") << "it can be deleted again";
+        EXPECT_EQ(Support::contentOf(properties) == before, stays == file) << "it goes last";
     }
     EXPECT_FALSE(exists(file.parent_path()));
     manager.deleteConfiguration(1);
