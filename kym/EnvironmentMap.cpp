@@ -12,6 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include <boost/unordered/unordered_flat_map.hpp>
+
 #include "base/Environment.h"
 #include "base/Text.h"
 #include "kym/CharacterClass.h"
@@ -27,10 +29,10 @@ namespace {
 
 using Entry = VariableList::Entry;
 
-/// An entry to be put in the order of the names, with the first bytes of its name. Names of variables begin
-/// alike, so that comparing them part by part costs less than comparing them whole.
+/// An entry to be put in the order of the names, with some bytes of its name behind the first eight. Names of
+/// variables begin alike, so that comparing them part by part costs less than comparing them whole.
 struct NamedEntry {
-    static constexpr std::size_t partCount = 3;
+    static constexpr std::size_t partCount = 2;
     std::array<std::uint64_t, partCount> parts;
     Entry* entry;
 };
@@ -49,7 +51,7 @@ std::uint64_t partOf(std::string_view name, std::size_t start) {
 
 using Entries = std::vector<NamedEntry>::iterator;
 
-/// Puts entries whose names agree in the parts before `number` in the order of the names.
+/// Puts entries whose names agree in what comes before the part `number` in the order of the names.
 void sortByName(Entries first, Entries last, std::size_t number) {
     if (number == NamedEntry::partCount) {
         std::sort(first, last, [](const NamedEntry& left, const NamedEntry& right) {
@@ -83,27 +85,43 @@ bool isSet(const Entry& entry) {
 }
 
 /// The entries that make the environment, in the order of the names.
-std::vector<NamedEntry> effectiveEntries(VariableList& variables) {
+std::vector<Entry*> effectiveEntries(VariableList& variables) {
     if (verboseLogger().isOn()) {
         for (const Entry& entry : variables.entries()) {
             LoggerStream(verboseLogger()) << "variable name = " << entry.name << std::endl
                                           << (hasValidName(entry) ? "VALID" : "INVALID") << std::endl;
         }
     }
-    std::vector<NamedEntry> order;
-    order.reserve(variables.entries().size());
+    boost::unordered_flat_map<std::uint64_t, std::vector<NamedEntry>> groups;  // of names that begin alike
+    std::size_t count = 0;
     for (Entry& entry : variables.entries()) {
         if (!entry.overruled && isSet(entry)) {
-            order.push_back({{partOf(entry.name, 0), partOf(entry.name, 8), partOf(entry.name, 16)}, &entry});
+            groups[partOf(entry.name, 0)].push_back(
+                {{partOf(entry.name, 8), partOf(entry.name, 16)}, &entry});
+            ++count;
         }
     }
-    sortByName(order.begin(), order.end(), 0);
+    std::vector<std::uint64_t> beginnings;
+    beginnings.reserve(groups.size());
+    for (const auto& [beginning, group] : groups) {
+        beginnings.push_back(beginning);
+    }
+    std::sort(beginnings.begin(), beginnings.end());
+    std::vector<Entry*> order;
+    order.reserve(count);
+    for (const std::uint64_t beginning : beginnings) {
+        std::vector<NamedEntry>& group = groups[beginning];
+        sortByName(group.begin(), group.end(), 0);
+        for (const NamedEntry& named : group) {
+            order.push_back(named.entry);
+        }
+    }
     return order;
 }
 
 /// The names, among entries that make an environment, of those with which an entry that was set later shares
 /// its name but for the case of letters.
-std::vector<std::string> supersededNames(const std::vector<NamedEntry>& order, const VariableList& list) {
+std::vector<std::string> supersededNames(const std::vector<Entry*>& order, const VariableList& list) {
     std::vector<std::string> superseded;
     std::map<std::string, const Entry*> latest;  // by the name in upper case
     const auto add = [&](const std::string& name, const Entry& entry) {
@@ -115,17 +133,17 @@ std::vector<std::string> supersededNames(const std::vector<NamedEntry>& order, c
         superseded.emplace_back(entry.turn > other.turn ? other.name : entry.name);
         place->second = entry.turn > other.turn ? &entry : &other;
     };
-    for (const NamedEntry& named : order) {
-        if (!named.entry->smallLetters) {
+    for (const Entry* const entry : order) {
+        if (!entry->smallLetters) {
             continue;  // two such names differ in more than case
         }
-        std::string name(named.entry->name);
+        std::string name(entry->name);
         std::transform(name.begin(), name.end(), name.begin(), toUpper);
         const Entry* const sameInUpperCase = list.last(name);
         if (!latest.contains(name) && sameInUpperCase && isSet(*sameInUpperCase)) {
             add(name, *sameInUpperCase);
         }
-        add(name, *named.entry);
+        add(name, *entry);
     }
     return superseded;
 }
@@ -134,7 +152,7 @@ std::vector<std::string> supersededNames(const std::vector<NamedEntry>& order, c
 
 std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
                                             std::map<std::string, std::string>& env) {
-    const std::vector<NamedEntry> order = effectiveEntries(variables);
+    const std::vector<Entry*> order = effectiveEntries(variables);
     std::vector<std::string> superseded = supersededNames(order, variables);
 
     if (LoggerStream line{infoLogger()}) {
@@ -148,15 +166,17 @@ std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
     const bool verbose = verboseLogger().isOn();
     constexpr std::size_t sizeLimit = std::size_t{64} << 20U;
     std::size_t size = 0;
-    for (const NamedEntry& named : order) {
-        Entry& entry = *named.entry;
+    for (Entry* const next : order) {
+        Entry& entry = *next;
         std::string value = entry.ownText ? std::move(*entry.ownText) : std::string(entry.value);
         if (verbose) {
             LoggerStream(verboseLogger())
                 << "  Expanding variable " << entry.name << "=" << value << std::endl;
         }
         try {
-            expander.expandVariable(entry.name, value);
+            if (entry.mayRefer) {
+                expander.expandVariable(entry.name, value);
+            }
             size += value.size();
             if (size > sizeLimit) {
                 throw std::runtime_error("The environment grows beyond " + std::to_string(sizeLimit) +

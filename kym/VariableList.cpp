@@ -93,6 +93,7 @@ VariableList::Entry newEntry(const EnvironmentVariable& record, std::uint32_t tu
             characters.onlyWords && !record.name.empty(),
             characters.anySmall,
             true,
+            true,
             false};
 }
 
@@ -164,6 +165,7 @@ void VariableList::mergePlain(EnvironmentVariable variable) {
     }
     entry.value = record.value;
     entry.ownText = &record.value;
+    entry.mayRefer = true;
     entry.comment = &record.comment;
     entry.type = record.type;
     entry.changed = true;
@@ -205,6 +207,7 @@ void VariableList::mergeLayered(const EnvironmentVariable& variable, bool verbos
     if (entry.plainName && variable.value.find('$') == std::string::npos) {
         entry.ownText = nullptr;
         entry.value = variable.value;
+        entry.mayRefer = false;
     } else {
         substitute(variable, entry);
     }
@@ -236,6 +239,7 @@ void VariableList::substitute(const EnvironmentVariable& variable, Entry& entry)
         *entry.ownText = std::move(text);
     }
     entry.value = *entry.ownText;
+    entry.mayRefer = true;
     refuseBeyond(sizeLimit, entry.value.size(), variable.name);
 }
 
@@ -253,6 +257,7 @@ void VariableList::setValue(std::string_view name, std::string value) {
     Entry& entry = mEntries.at(mPlaces.at(keyOf(name)).first);
     entry.ownText = &mTexts.emplace_back(std::move(value));
     entry.value = *entry.ownText;
+    entry.mayRefer = true;
     entry.changed = true;
 }
 

@@ -31,6 +31,7 @@ class VariableList {
         std::uint32_t turn;  ///< of two entries, the one that was set later has the higher number
         bool plainName;      ///< word characters only, which mean themselves in an expression
         bool smallLetters;   ///< the name has some
+        bool mayRefer;       ///< there may be a "$" in the value
         bool changed;        ///< differs from the record at this place that the list started from
         bool overruled;      ///< an entry of the same name was appended later
     };
