@@ -134,7 +134,7 @@ void measureBuilding(benchmark::State& state, const Build& build) {
         benchmark::DoNotOptimize(env);
         state.PauseTiming();
         env.clear();
-        benchmark::DoNotOptimize(std::make_unique<char[]>(std::size_t{1} << 20U));
+        benchmark::DoNotOptimize(std::make_unique_for_overwrite<char[]>(std::size_t{1} << 20U));
         state.ResumeTiming();
     }
 }
