@@ -180,8 +180,7 @@ bool isMissing(const path& file) {
 }
 
 bool isDirectory(const path& file) {
-    error_code error;
-    return fs::is_directory(Platform::reachablePath(file), error);
+    return !file.empty() && Platform::isDirectory(Platform::reachablePath(file));
 }
 
 bool isReadable(const path& file) {

@@ -47,11 +47,6 @@ constexpr std::array<Constant, 17> constants{{
     {"CadVersionDataFilename", &SystemInfo::CadVersionDataFilename},
 }};
 
-bool isDirectory(const path& candidate) {
-    boost::system::error_code ignored;
-    return boost::filesystem::is_directory(candidate, ignored);
-}
-
 std::optional<path> expanded(std::string text) {
     try {
         return Base::Environment::expandEnvVariables(text);
@@ -78,7 +73,7 @@ std::optional<path> departmentsOfVariable(const std::string& variable) {
         line << "Checking if variable" << value << " can is a valid ugsite" << std::endl;
     }
     const std::optional<path> candidate = expanded(value);
-    if (!candidate || !isDirectory(*candidate)) {
+    if (!candidate || !Base::FileManager::isDirectory(*candidate)) {
         return std::nullopt;
     }
     if (LoggerStream line{verboseLogger()}) {
@@ -95,7 +90,7 @@ std::optional<path> departmentsBeside(const path& installation) {
     if (LoggerStream line{verboseLogger()}) {
         line << "  does this exist? " << native(candidate) << std::endl;
     }
-    if (!isDirectory(candidate)) {
+    if (!Base::FileManager::isDirectory(candidate)) {
         return std::nullopt;
     }
     if (LoggerStream line{verboseLogger()}) {
@@ -108,7 +103,7 @@ std::optional<path> fallbackDepartments(const path& candidate) {
     if (LoggerStream line{infoLogger()}) {
         line << "Using fallback ugsite: " << native(candidate) << std::endl;
     }
-    return isDirectory(candidate) ? std::optional(candidate) : std::nullopt;
+    return Base::FileManager::isDirectory(candidate) ? std::optional(candidate) : std::nullopt;
 }
 
 }  // namespace
@@ -166,7 +161,7 @@ const path& SystemInfo::installPath() const {
     if (installation.empty()) {
         throw std::runtime_error(installPathVariable + " is not set.");
     }
-    if (!isDirectory(installation)) {
+    if (!Base::FileManager::isDirectory(installation)) {
         throw std::runtime_error(installPathVariable + " is set to a invalid directory:\n  " +
                                  native(installation));
     }

@@ -38,6 +38,7 @@ bool waitsForHolder(const error_code& error);
 
 /// Whether something exists at the path, and at the end of a link.
 bool exists(const path& file);
+bool isDirectory(const path& file);
 
 /// Whether this process may open the file for reading, list the directory.
 bool isReadable(const path& file);

@@ -84,6 +84,12 @@ bool exists(const path& file) {
     struct stat status {};
     return ::stat(file.c_str(), &status) == 0;
 }
+
+bool isDirectory(const path& file) {
+    struct stat status {};
+    return ::stat(file.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 bool isReadable(const path& file) {
     return mayAccess(file, R_OK);
 }

@@ -54,11 +54,6 @@ bool isBusy(const error_code& error) {
            error.value() == ERROR_LOCK_VIOLATION;
 }
 
-bool isDirectory(const path& file) {
-    const DWORD attributes = ::GetFileAttributesW(file.c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
 constexpr int attempts = 40;  // with the pauses, about two seconds
 constexpr DWORD pause = 50;   // milliseconds
 
@@ -167,6 +162,13 @@ bool exists(const path& file) {
     error_code error;
     return attributes != INVALID_FILE_ATTRIBUTES &&
            ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0 || boost::filesystem::exists(file, error));
+}
+
+bool isDirectory(const path& file) {
+    const DWORD attributes = ::GetFileAttributesW(file.c_str());
+    error_code error;
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
+           ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0 || boost::filesystem::is_directory(file, error));
 }
 
 bool isReadable(const path& file) {
