@@ -9,7 +9,7 @@
 
 #include "kym/Launcher.h"
 
-#include "Departments.h"
+#include "programs/common/Departments.h"
 
 namespace {
 

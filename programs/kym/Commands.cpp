@@ -6,8 +6,8 @@
 
 #include "kym/Launcher.h"
 
-#include "Departments.h"
-#include "Table.h"
+#include "programs/common/Departments.h"
+#include "programs/common/Table.h"
 
 namespace {
 

@@ -13,9 +13,9 @@
 
 #include "kym/SystemInfo.h"
 
-#include "Departments.h"
-#include "Progress.h"
 #include "programs/Terminal.h"
+#include "programs/common/Departments.h"
+#include "programs/common/Progress.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "Progress.h"
+#include "programs/common/Progress.h"
 
 #include <chrono>
 #include <iostream>

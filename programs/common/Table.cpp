@@ -1,4 +1,4 @@
-#include "Table.h"
+#include "programs/common/Table.h"
 
 #include <algorithm>
 #include <ostream>

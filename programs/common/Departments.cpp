@@ -1,4 +1,4 @@
-#include "Departments.h"
+#include "programs/common/Departments.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -10,7 +10,7 @@
 #include "kym/SiteSettings.h"
 #include "kym/SystemInfo.h"
 
-#include "Progress.h"
+#include "programs/common/Progress.h"
 
 namespace {
 
