@@ -1,6 +1,7 @@
 #include "programs/common/Departments.h"
 
 #include <algorithm>
+#include <set>
 #include <stdexcept>
 
 #include <boost/algorithm/string/join.hpp>
@@ -69,7 +70,8 @@ Kym::Configuration& Departments::find(const std::string& name) {
     }
     if (!department->isUpdated()) {
         throw std::runtime_error("The department " + quoted(name) + " is not prepared for the release " +
-                                 quoted(Kym::SystemInformation().CadVersionDirectory) + ".");
+                                 quoted(Kym::SystemInformation().CadVersionDirectory) + ". Run kym prepare " +
+                                 name + " to make it so.");
     }
     return *department;
 }
@@ -79,7 +81,8 @@ Kym::Configuration* Departments::commonOf(const Kym::Configuration& department) 
     return hasCommon ? mManager.configurationByName(department.commonDepartment) : nullptr;
 }
 
-std::vector<Kym::ConfigApplication> Departments::applicationsOf(Kym::Configuration& department) {
+std::vector<Kym::ConfigApplication> Departments::applicationsOf(Kym::Configuration& department,
+                                                                bool disabledToo) {
     std::vector<Kym::ConfigApplication> result;
     const auto append = [&result](const std::vector<Kym::ConfigApplication>& applications) {
         result.insert(result.end(), applications.begin(), applications.end());
@@ -93,35 +96,35 @@ std::vector<Kym::ConfigApplication> Departments::applicationsOf(Kym::Configurati
         applyOverlay(department, application);
     }
     append(department.applicationList());
-    std::erase_if(result,
-                  [](const Kym::ConfigApplication& application) { return application.disableApplication; });
+    if (!disabledToo) {
+        std::erase_if(result, [](const auto& application) { return application.disableApplication; });
+    }
     return result;
 }
 
 Kym::ConfigApplication Departments::findApplication(Kym::Configuration& department, const std::string& text) {
-    std::vector<Kym::ConfigApplication> applications = applicationsOf(department);
-    const auto byIdentifier = [&text](const Kym::ConfigApplication& application) {
-        return application.applicationId == text;
-    };
-    const auto byBothNames = [&text](const Kym::ConfigApplication& application) {
-        return application.mConfigurationName + ':' + application.applicationId == text;
-    };
-    auto found = std::find_if(applications.rbegin(), applications.rend(), byIdentifier);
-    if (found == applications.rend()) {
-        found = std::find_if(applications.rbegin(), applications.rend(), byBothNames);
-    }
-    if (found == applications.rend()) {
-        std::vector<std::string> names;
-        names.reserve(applications.size());
-        for (const Kym::ConfigApplication& application : applications) {
-            names.push_back(application.applicationId);
+    const std::vector<Kym::ConfigApplication> applications = applicationsOf(department, true);
+    const Kym::ConfigApplication* byIdentifier = nullptr;
+    const Kym::ConfigApplication* byBothNames = nullptr;
+    bool isDisabled = false;
+    std::set<std::string> names;
+    for (const Kym::ConfigApplication& application : applications) {
+        const bool hasIdentifier = application.applicationId == text;
+        const bool hasBothNames = application.mConfigurationName + ':' + application.applicationId == text;
+        if (application.disableApplication) {
+            isDisabled = isDisabled || hasIdentifier || hasBothNames;
+            continue;
         }
-        std::sort(names.begin(), names.end());
-        names.erase(std::unique(names.begin(), names.end()), names.end());
-        throw std::runtime_error("The department " + quoted(department.name()) + " offers no application " +
-                                 quoted(text) + ". " + thereAre(names));
+        names.insert(application.applicationId);
+        byIdentifier = hasIdentifier ? &application : byIdentifier;
+        byBothNames = hasBothNames ? &application : byBothNames;
     }
-    return *found;
+    if (byIdentifier || byBothNames) {
+        return byIdentifier ? *byIdentifier : *byBothNames;
+    }
+    throw std::runtime_error("The department " + quoted(department.name()) +
+                             (isDisabled ? " disables the application " : " offers no application ") +
+                             quoted(text) + ". " + thereAre({names.begin(), names.end()}));
 }
 
 const Kym::WorkDirectory& Departments::findWorkDirectory(const Kym::Configuration& department,

@@ -27,9 +27,9 @@ class Departments {
     /// The common configuration of a launch; null when the department has none besides itself.
     Kym::Configuration* commonOf(const Kym::Configuration& department);
 
-    /// The applications of all layers that are not disabled, as the department's overlays show them: those of
-    /// the installation, of the plugins, of the common department, of the department itself.
-    std::vector<Kym::ConfigApplication> applicationsOf(Kym::Configuration& department);
+    /// The applications of all layers, as the department's overlays show them: those of the installation, of
+    /// the plugins, of the common department, of the department itself. Disabled ones only when asked for.
+    std::vector<Kym::ConfigApplication> applicationsOf(Kym::Configuration& department, bool disabledToo);
 
     /// The application of an identifier, from the last of these layers that has it, or the one that
     /// "CONFIGURATION:IDENTIFIER" names exactly.

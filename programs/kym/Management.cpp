@@ -182,16 +182,24 @@ void addManagementCommands(CLI::App& program) {
     create->add_option("--type", request->type, "Common, Development, Production (unless given) or Test")
         ->type_name("TYPE");
 
+    create->footer("Example:\n  kym create gears --description \"Design of gearboxes\" --type Production");
+
     CLI::App* rename = add("rename", "Give a department another name", renameDepartment);
     addDepartment(rename);
     rename->add_option("NEW", request->newName, "The new name")->required();
+
+    rename->footer("Example:\n  kym rename gears gearboxes");
 
     CLI::App* remove =
         add("delete", "Delete a department with all its files, of all releases", deleteDepartment);
     addDepartment(remove);
     remove->add_flag("--yes", request->confirmed, "Do not ask");
 
-    addDepartment(add("prepare",
-                      "Make a department's version directory for the present release, with its 64-bit layout",
-                      prepareDepartment));
+    remove->footer("Example:\n  kym delete gearboxes --yes");
+
+    CLI::App* prepare = add(
+        "prepare", "Make a department's version directory for the present release, with its 64-bit layout",
+        prepareDepartment);
+    addDepartment(prepare);
+    prepare->footer("Example:\n  kym prepare gearboxes");
 }

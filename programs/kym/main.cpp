@@ -1,11 +1,14 @@
 #include <exception>
 #include <iostream>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
 #include "Clean.h"
-#include "Commands.h"
+#include "Launching.h"
+#include "Listing.h"
 #include "Management.h"
 
 namespace {
@@ -20,16 +23,14 @@ installation's; CONFIGURATION:IDENTIFIER, as in "Base KYM:nx", names one exactly
 
 KYM_BASE_DIR names the installation and KYM_UGSITE_DIR the directory of the departments.
 
+"kym COMMAND --help" tells what a command takes and gives an example of it.
+
 Exit status: 0 on success, 1 when something failed (the reason is on standard error), 2 for wrong usage.)";
 
-void addChoice(CLI::App& command, Choice& choice) {
-    command.add_option("DEPARTMENT", choice.department, "Name of a department")->required();
-    command.add_option("APPLICATION", choice.application, "IDENTIFIER or CONFIGURATION:IDENTIFIER")
-        ->required();
-    command
-        .add_option("--work-directory", choice.workDirectory,
-                    "Name of a work directory of the department; the user's profile directory otherwise")
-        ->type_name("NAME");
+/// The words that name the command which was meant, as far as it was understood.
+std::string commandOf(const CLI::App& program) {
+    const std::vector<CLI::App*> meant = program.get_subcommands();
+    return meant.empty() ? "kym" : "kym " + meant.front()->get_name();
 }
 
 }  // namespace
@@ -40,19 +41,8 @@ int main(int argc, char** argv) {
     program.allow_windows_style_options(false);
     program.footer(footer);
 
-    Choice choice;
-    program.add_subcommand("departments", "List the departments that are prepared for the present release")
-        ->callback([] { listDepartments(std::cout); });
-    CLI::App* applications = program.add_subcommand("applications", "List the applications of a department");
-    applications->add_option("DEPARTMENT", choice.department, "Name of a department")->required();
-    applications->callback([&choice] { listApplications(std::cout, choice.department); });
-    CLI::App* show = program.add_subcommand("show", "Show what a launch would do; start nothing");
-    addChoice(*show, choice);
-    show->callback([&choice] { showLaunch(std::cout, choice); });
-    CLI::App* start = program.add_subcommand("launch", "Start an application and do not wait for it");
-    addChoice(*start, choice);
-    start->callback([&choice] { launch(std::cout, choice); });
-
+    addListingCommands(program);
+    addLaunchingCommands(program);
     addCleanCommand(program);
     addManagementCommands(program);
 
@@ -65,7 +55,7 @@ int main(int argc, char** argv) {
     } catch (const CLI::Success& help) {
         return program.exit(help);
     } catch (const CLI::ParseError& error) {
-        std::cerr << "kym: " << error.what() << "\nRun kym --help for the usage.\n";
+        std::cerr << "kym: " << error.what() << "\nRun " << commandOf(program) << " --help for the usage.\n";
         return misused;
     } catch (const std::exception& error) {
         std::cerr << "kym: " << error.what() << '\n';

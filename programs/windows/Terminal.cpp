@@ -15,6 +15,27 @@ bool inputIsTerminal() {
     return isConsole(STD_INPUT_HANDLE);
 }
 
+bool outputIsTerminal() {
+    return isConsole(STD_OUTPUT_HANDLE);
+}
+
 bool errorOutputIsTerminal() {
     return isConsole(STD_ERROR_HANDLE);
+}
+
+std::size_t outputWidth() {
+    CONSOLE_SCREEN_BUFFER_INFO buffer{};
+    if (!::GetConsoleScreenBufferInfo(::GetStdHandle(STD_OUTPUT_HANDLE), &buffer)) {
+        return 0;
+    }
+    // A line that fills the last column would begin a new one.
+    const int columns = buffer.srWindow.Right - buffer.srWindow.Left;
+    return columns > 0 ? static_cast<std::size_t>(columns) : 0;
+}
+
+bool outputTakesColours() {
+    constexpr DWORD virtualTerminal = 0x0004;
+    const HANDLE output = ::GetStdHandle(STD_OUTPUT_HANDLE);
+    DWORD mode = 0;
+    return ::GetConsoleMode(output, &mode) != 0 && ::SetConsoleMode(output, mode | virtualTerminal) != 0;
 }

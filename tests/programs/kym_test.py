@@ -3,6 +3,8 @@
 
 SUFFIX is that of an executable; EMULATOR runs a Windows program where the system cannot.
 """
+import contextlib
+import json
 import os
 import pathlib
 import plistlib
@@ -73,6 +75,15 @@ class KymTest(unittest.TestCase):
                               stdin=subprocess.DEVNULL, capture_output=True, encoding="utf-8", timeout=60,
                               check=False)
 
+    @contextlib.contextmanager
+    def variable(self, name, value):
+        """Runs what is inside with one more variable."""
+        self.environment[name] = value
+        try:
+            yield
+        finally:
+            del self.environment[name]
+
     def entries(self):
         return sorted(path.name for path in (self.site / "ugsite").iterdir() if path.is_dir())
 
@@ -96,6 +107,15 @@ class KymTest(unittest.TestCase):
             "gearbox     \u00c9tude of a gearbox          Design    design",
             "report      Report of the environment   Tools     design",
             "translator  Translator                  Tools     common"])
+        offered = json.loads(self.kym("applications", "design", "--json"))["applications"]
+        known = json.loads(self.kym("applications", "design", "--all", "--json"))["applications"]
+        self.assertEqual([each["id"] for each in known if each not in offered], ["licences"])
+        self.assertEqual([each["disabled"] for each in known], [each["id"] == "licences" for each in known])
+        self.assertIn("licences    Licence manager             Tools     Base KYM          disabled",
+                      self.kym("applications", "design", "--all").splitlines())
+        listed = json.loads(self.kym("departments", "--json"))["departments"]
+        self.assertEqual([(each["name"], each["commonDepartment"]) for each in listed],
+                         [("design", "common"), ("common", "")])
 
     def test_shows_a_launch(self):
         shown = sections(self.kym("show", "design", "report", "--work-directory", "Parts"))
@@ -116,6 +136,38 @@ class KymTest(unittest.TestCase):
                 "UG_VER": "nx4"}.items():
             self.assertEqual(environment.get(name), value, name)
         self.assertTrue(environment["PATH"].startswith(nx + "\\ugii;"), environment["PATH"])
+        plan = json.loads(self.kym("show", "design", "report", "--work-directory", "Parts", "--json"))
+        self.assertEqual([[plan["commandLine"]], plan["arguments"], [plan["workingDirectory"]]],
+                         [shown[heading] for heading in ("Command line:", "Arguments:", "Working directory:")])
+        self.assertEqual(plan["executable"], self.program)
+        self.assertEqual(variables(f"{name}={value}" for name, value in plan["environment"].items()), environment)
+
+    def test_json_carries_every_text_and_refuses_what_is_none(self):
+        odd = "\x01\t\x1f\x7f \"'\\ \u00e9\u20ac\U0001f600 \ud7ff\ue000"
+        with self.variable("SAMPLE_ODD", odd):
+            plan = json.loads(self.kym("show", "design", "report", "--json"))
+            self.assertEqual(plan["environment"]["SAMPLE_ODD"], odd)
+        if not ON_WINDOWS:  # whose variables are always text
+            for wrong in (b"\xff", b"a\x80", b"\xc1\xbf", b"\xe0\x9f\xbf", b"\xed\xa0\x80", b"\xf4\x90\x80\x80",
+                          b"\xe2\x82"):
+                with self.variable("SAMPLE_ODD", os.fsdecode(wrong)):
+                    done = self.run_program("kym", "show", "design", "report", "--json")
+                    self.assertEqual((done.returncode, done.stdout), (1, ""), wrong)
+                    self.assertIn("The text at /environment/SAMPLE_ODD is not UTF-8", done.stderr)
+
+    def test_checks_the_cad_system(self):
+        nx = as_seen_by_programs(self.site / "nx").replace("/", "\\")
+        if ON_WINDOWS:
+            found = json.loads(self.kym("check", "design", "--json"))["variables"]
+            self.assertEqual([(each["name"], each["before"]) for each in found],
+                             [("UGII_BASE_DIR", nx), ("UGII_ROOT_DIR", nx + "\\ugii\\"), ("UGII_LIB1", None)])
+            self.assertIn("UGII_LIB1 is not set.\n", self.kym("check", "design", "nx"))
+        (self.site / "nx").rename(self.site / "elsewhere")
+        self.addCleanup((self.site / "elsewhere").rename, self.site / "nx")
+        done = self.run_program("kym", "check", "design")
+        self.assertEqual((done.returncode, done.stdout), (1, ""))
+        self.assertIn(f"UGII_BASE_DIR is set to {nx}. Invalid directory.\n"
+                      "Run kym explain design APPLICATION UGII_BASE_DIR", done.stderr)
 
     def test_the_nearest_layer_supplies_an_application_unless_one_is_named(self):
         for department, application, arguments in (
@@ -129,8 +181,9 @@ class KymTest(unittest.TestCase):
     def test_says_what_is_wrong(self):
         for arguments, status, message in (
                 (["applications", "sales"], 1, 'no department "sales". There are: common, design.'),
-                (["applications", "archive"], 1, '"archive" is not prepared for the release "nx4".'),
-                (["show", "design", "licences"], 1, 'no application "licences". There are: drafting, gearbox,'),
+                (["applications", "archive"], 1, '"archive" is not prepared for the release "nx4". Run kym prepare archive'),
+                (["show", "design", "licence"], 1, 'no application "licence". There are: drafting, gearbox,'),
+                (["show", "design", "licences"], 1, 'disables the application "licences". There are: drafting, g'),
                 (["show", "design", "design:nx"], 1, 'no application "design:nx"'),
                 (["launch", "design", "report", "--work-directory", "parts"], 1,
                  'no work directory "parts". There are: Parts, New d\u00e9signs.'),
@@ -217,6 +270,29 @@ class KymTest(unittest.TestCase):
         self.assertEqual([path.name for path in folder.iterdir()], ["young.log"])
         self.assertEqual(clean("clean"), (0, "No file is older than 9000 days.\n", ""))
         self.assertEqual(clean("sales")[0], 1)
+
+    @unittest.skipIf(ON_WINDOWS, "pseudo-terminals are made here")
+    def test_tables_fit_a_terminal(self):
+        import fcntl
+        import pty
+        import struct
+        import termios
+
+        def on_terminal(**more):
+            ours, theirs = pty.openpty()
+            fcntl.ioctl(theirs, termios.TIOCSWINSZ, struct.pack("HHHH", 24, 48, 0, 0))
+            subprocess.run([str(FOLDER / "kym"), "applications", "design"], stdin=subprocess.DEVNULL, stdout=theirs,
+                           env={**self.environment, "TERM": "xterm", **more}, timeout=60, check=True)
+            os.close(theirs)
+            shown = os.read(ours, 100000).decode().replace("\r\n", "\n").splitlines()
+            os.close(ours)
+            return shown
+
+        lines = on_terminal(NO_COLOR="1")
+        self.assertEqual(max(map(len, lines)), 48)
+        self.assertEqual(lines[0], "ID          DESCRIPTION   CATEGORY  FROM")
+        self.assertEqual(lines[6], "gearbox     \u00c9tude of ...  Design    design")
+        self.assertEqual(on_terminal(), ["\x1b[1m" + lines[0] + "\x1b[0m", *lines[1:]])
 
     @unittest.skipIf(ON_WINDOWS, "pseudo-terminals and named pipes are made here")
     def test_asks_and_shows_progress_on_a_terminal(self):

@@ -1,0 +1,118 @@
+#include "programs/common/Json.h"
+
+#include <stdexcept>
+#include <string_view>
+
+namespace {
+
+/// The length of the character that begins the text; 0 when that is none.
+std::size_t characterLength(std::string_view text) {
+    const auto byte = [&](std::size_t place) { return static_cast<unsigned char>(text[place]); };
+    const unsigned char first = byte(0);
+    if (first < 0x80) {
+        return 1;
+    }
+    const std::size_t length = first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF5 ? 4 : 0;
+    if (length == 0 || text.size() < length) {
+        return 0;
+    }
+    for (std::size_t place = 1; place < length; ++place) {
+        if ((byte(place) & 0xC0U) != 0x80U) {
+            return 0;
+        }
+    }
+    const unsigned char second = byte(1);
+    const bool refused = (first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
+                         (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F);
+    return refused ? 0 : length;
+}
+
+void appendText(std::string& out, const std::string& text, const std::string& place) {
+    constexpr std::string_view digits = "0123456789abcdef";
+    if (!isUtf8(text)) {
+        throw std::runtime_error("The text at " + (place.empty() ? "the top" : place) +
+                                 " is not UTF-8, and JSON carries nothing else. Leave --json out to see it.");
+    }
+    out.push_back('"');
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '"' || c == '\\') {
+            out.push_back('\\');
+            out.push_back(c);
+        } else if (byte < 0x20 || byte == 0x7F) {
+            out.append("\\u00").push_back(digits[byte >> 4U]);
+            out.push_back(digits[byte & 0xFU]);
+        } else {
+            out.push_back(c);
+        }
+    }
+    out.push_back('"');
+}
+
+}  // namespace
+
+bool isUtf8(const std::string& text) {
+    for (std::string_view rest = text; !rest.empty();) {
+        const std::size_t length = characterLength(rest);
+        if (length == 0) {
+            return false;
+        }
+        rest.remove_prefix(length);
+    }
+    return true;
+}
+
+Json Json::object(Members members) {
+    Json result;
+    result.mKind = Kind::object;
+    result.mMembers = std::move(members);
+    return result;
+}
+
+Json Json::array() {
+    Json result;
+    result.mKind = Kind::array;
+    return result;
+}
+
+Json Json::array(const std::vector<std::string>& texts) {
+    Json result = array();
+    for (const std::string& text : texts) {
+        result.add(text);
+    }
+    return result;
+}
+
+std::string Json::document() const {
+    std::string out;
+    append(out, 0, "");
+    return out + '\n';
+}
+
+void Json::append(std::string& out, std::size_t depth, const std::string& place) const {
+    if (mKind == Kind::word) {
+        out += mText;
+        return;
+    }
+    if (mKind == Kind::text) {
+        appendText(out, mText, place);
+        return;
+    }
+    const bool isObject = mKind == Kind::object;
+    out.push_back(isObject ? '{' : '[');
+    std::size_t count = 0;
+    for (const auto& [name, value] : mMembers) {
+        out.append(count == 0 ? "\n" : ",\n").append(2 * (depth + 1), ' ');
+        const std::string inside = place + '/' + (isObject ? name : std::to_string(count));
+        if (isObject) {
+            appendText(out, name, "a name in " + (place.empty() ? "the top" : place));
+            out += ": ";
+        }
+        value.append(out, depth + 1, inside);
+        ++count;
+    }
+    if (count != 0) {
+        out.append("\n").append(2 * depth, ' ');
+    }
+    out.push_back(isObject ? '}' : ']');
+}

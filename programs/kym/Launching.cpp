@@ -1,0 +1,159 @@
+#include "Launching.h"
+
+#include <iostream>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "kym/Launcher.h"
+#include "kym/SystemInfo.h"
+
+#include "Choice.h"
+#include "programs/common/Json.h"
+
+namespace {
+
+struct Request {
+    Choice choice;
+    bool json = false;
+};
+
+using Environment = std::map<std::string, std::string>;
+
+Json asJson(const Environment& environment) {
+    Json result = Json::object();
+    for (const auto& [name, value] : environment) {
+        result.add(name, value);
+    }
+    return result;
+}
+
+void show(const Request& request) {
+    Departments departments;
+    Kym::LaunchPlan plan = Launchable(departments, request.choice).plan();
+    if (request.json) {
+        std::cout << Json::object({{"commandLine", plan.commandString()},
+                                   {"executable", plan.executable.make_preferred().string()},
+                                   {"arguments", Json::array(plan.arguments)},
+                                   {"workingDirectory", plan.workingDirectory},
+                                   {"environment", asJson(plan.environment)}})
+                         .document();
+        return;
+    }
+    std::cout << "Command line:\n    " << plan.commandString() << "\n\nArguments:\n";
+    for (const std::string& argument : plan.arguments) {
+        std::cout << "    " << argument << '\n';
+    }
+    std::cout << "\nWorking directory:\n    " << plan.workingDirectory << "\n\nEnvironment:\n";
+    for (const auto& [name, value] : plan.environment) {
+        std::cout << "    " << name << '=' << value << '\n';
+    }
+}
+
+void launch(const Request& request) {
+    Departments departments;
+    const Kym::LaunchPlan plan = Launchable(departments, request.choice).plan();
+    Kym::Launcher().launch(plan);
+    std::cout << "Started " << plan.commandString() << '\n';
+}
+
+/// The variable whose value may have changed in a check, in the environment before and after it.
+struct Outcome {
+    std::string name;
+    const std::string* before;
+    const std::string* after;
+};
+
+Json orNull(const std::string* text) {
+    return text ? Json(*text) : Json();
+}
+
+void tell(const Outcome& outcome) {
+    std::cout << outcome.name;
+    if (!outcome.after) {
+        std::cout << (outcome.before ? " names nothing that exists and is not set: " + *outcome.before
+                                     : " is not set.");
+    } else if (outcome.after->empty()) {
+        std::cout << (outcome.before && !outcome.before->empty()
+                          ? " names nothing that has a short form: " + *outcome.before
+                          : " is not set.");
+    } else {
+        std::cout << '=' << *outcome.after;
+        if (outcome.before && *outcome.before != *outcome.after) {
+            std::cout << "\n    short for " << *outcome.before;
+        }
+    }
+    std::cout << '\n';
+}
+
+/// Without an application, the environment is the one that the department gives to any.
+void check(const Request& request) {
+    Departments departments;
+    Kym::Configuration& department = departments.find(request.choice.department);
+    Kym::ConfigApplication application;
+    if (!request.choice.application.empty()) {
+        application = departments.findApplication(department, request.choice.application);
+    }
+    const Kym::Launcher launcher;
+    Environment before;
+    launcher.buildEnvVarMap(department, departments.commonOf(department), application, before);
+    Environment after = before;
+    const std::string install = Kym::SystemInformation().CadInstallPathVariable;
+    try {
+        launcher.checkCadEnvironment(after);
+    } catch (const std::exception& error) {
+        const std::string command = "kym explain " + request.choice.department + " APPLICATION " + install;
+        throw std::runtime_error(std::string(error.what()) + "\nRun " + command +
+                                 " to see where its value comes from.");
+    }
+
+    const auto in = [](const Environment& environment, const std::string& name) {
+        const auto found = environment.find(name);
+        return found == environment.end() ? nullptr : &found->second;
+    };
+    Json variables = Json::array();
+    if (!request.json) {
+        std::cout << "The CAD system is installed.\n";
+    }
+    for (const std::string& name : {install, std::string("UGII_ROOT_DIR"), std::string("UGII_LIB1")}) {
+        const Outcome outcome{name, in(before, name), in(after, name)};
+        if (request.json) {
+            variables.add(Json::object(
+                {{"name", name}, {"before", orNull(outcome.before)}, {"after", orNull(outcome.after)}}));
+        } else {
+            tell(outcome);
+        }
+    }
+    if (request.json) {
+        std::cout
+            << Json::object({{"department", request.choice.department}, {"variables", variables}}).document();
+    }
+}
+
+}  // namespace
+
+void addLaunchingCommands(CLI::App& program) {
+    const auto request = std::make_shared<Request>();
+    CLI::App* showing = program.add_subcommand("show", "Show what a launch would do; start nothing");
+    addChoice(*showing, request->choice);
+    addJson(*showing, request->json);
+    showing->callback([request] { show(*request); });
+    showing->footer("Example:\n  kym show design nx --work-directory Parts");
+
+    CLI::App* starting = program.add_subcommand("launch", "Start an application and do not wait for it");
+    addChoice(*starting, request->choice);
+    starting->callback([request] { launch(*request); });
+    starting->footer("Example:\n  kym launch design nx --work-directory Parts");
+
+    CLI::App* checking = program.add_subcommand(
+        "check", "Check that the environment of a department names a CAD system that is installed");
+    checking->add_option("DEPARTMENT", request->choice.department, "Name of a department")->required();
+    checking->add_option("APPLICATION", request->choice.application,
+                         "In the environment of this application; in that of any when none is given");
+    addJson(*checking, request->json);
+    checking->callback([request] { check(*request); });
+    checking->footer("Example:\n  kym check design");
+}
