@@ -5,6 +5,7 @@
 #include <boost/filesystem/exception.hpp>
 #include <boost/smart_ptr/make_shared.hpp>
 
+#include "base/Environment.h"
 #include "base/FileManager.h"
 #include "base/PropertyListFormat.h"
 #include "base/XmlFile.h"
@@ -48,6 +49,10 @@ PropertyListError::~PropertyListError() = default;
 PropertyList::PropertyList() = default;
 
 PropertyList::PropertyList(const path& file) : mFile(file), mRoot(readRoot(mFile)) {}
+
+PropertyList PropertyList::inUnexpanded(std::string directory, const std::string& name) {
+    return PropertyList(path(Environment::expandEnvVariables(directory)) / name);
+}
 
 PropertyList::PropertyList(const path& file, const boost::shared_ptr<boost::any>& root)
     : mFile(file), mRoot(root) {}

@@ -9,6 +9,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include "base/BaseException.h"
+#include "base/PropertyListDate.h"
 
 namespace Base {
 
@@ -34,11 +35,7 @@ class PropertyList {
     using Dictionary = std::map<std::string, boost::any>;
     using Array = std::vector<boost::any>;
 
-    /// A date, kept as the text of the file so that it is written back unchanged.
-    struct Date {
-        std::string text;
-        bool operator==(const Date& other) const { return text == other.text; }
-    };
+    using Date = PropertyListDate;
 
     /// No file and no root.
     PropertyList();
@@ -46,6 +43,11 @@ class PropertyList {
     /// Reads the file. A file that does not exist gives a list without a root; one that cannot be read
     /// is a `PropertyListError`.
     explicit PropertyList(const boost::filesystem::path& file);
+
+    /// Reads the file of this name in a directory whose path refers to variables of this process, like
+    /// "${HOME}/lists". Every other path is taken as it stands, since a "$" may be a part of any name. Errors
+    /// as above, and `Environment::ExpansionError`.
+    static PropertyList inUnexpanded(std::string directory, const std::string& name);
 
     /// Prepares a write of `root` to `file`; nothing is read.
     PropertyList(const boost::filesystem::path& file, const boost::shared_ptr<boost::any>& root);

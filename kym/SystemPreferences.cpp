@@ -1,0 +1,309 @@
+#include "kym/SystemPreferences.h"
+
+#include <algorithm>
+#include <iostream>
+#include <utility>
+
+#include <boost/filesystem/operations.hpp>
+#include <boost/smart_ptr/make_shared.hpp>
+
+#include "base/Environment.h"
+#include "base/FileManager.h"
+#include "base/PropertyList.h"
+#include "kym/Loggers.h"
+#include "kym/SystemInfo.h"
+
+namespace Kym {
+namespace {
+
+using Base::FileManager::native;
+using Base::log::LoggerStream;
+using boost::filesystem::path;
+using Dictionary = Base::PropertyList::Dictionary;
+
+template <typename... Parts>
+void log(const Parts&... parts) {
+    if (LoggerStream line{infoLogger()}) {
+        (line << ... << parts) << std::endl;
+    }
+}
+
+boost::shared_ptr<boost::any> emptyDomain() {
+    return boost::make_shared<boost::any>(Dictionary());
+}
+
+std::string expanded(std::string text) {
+    return Base::Environment::expandEnvVariables(text);
+}
+
+std::string userDirectory() {
+    const path& applicationData = SystemInformation().applicationDataPath();
+    return applicationData.empty() ? std::string() : (applicationData / "preferences/").string();
+}
+
+std::vector<std::string> namesOf(const std::string& key) {
+    std::vector<std::string> names;
+    std::size_t begin = 0;
+    for (std::size_t end; (end = key.find('/', begin)) != std::string::npos; begin = end + 1) {
+        names.push_back(key.substr(begin, end - begin));
+    }
+    names.push_back(key.substr(begin));
+    return names;
+}
+
+const boost::any* find(const boost::any& root, const std::vector<std::string>& names) {
+    const boost::any* value = &root;
+    for (const std::string& name : names) {
+        const auto* dictionary = boost::any_cast<Dictionary>(value);
+        if (!dictionary) {
+            return nullptr;
+        }
+        const auto found = dictionary->find(name);
+        if (found == dictionary->end()) {
+            return nullptr;
+        }
+        value = &found->second;
+    }
+    return value;
+}
+
+using Seen = std::map<std::string, SystemPreferences::Preference>;
+
+// A dictionary is noted without its value: it hides what has the same key in a later domain.
+void collect(const Dictionary& dictionary, const std::string& prefix, const path& file, Seen& seen) {
+    for (const auto& [name, value] : dictionary) {
+        if (name.find('/') != std::string::npos) {
+            continue;  // no key leads there
+        }
+        const std::string key = prefix + name;
+        const auto* inner = boost::any_cast<Dictionary>(&value);
+        const bool hasMore = inner && !inner->empty();
+        seen.try_emplace(key, SystemPreferences::Preference{key, hasMore ? boost::any() : value, file});
+        if (hasMore) {
+            collect(*inner, key + '/', file, seen);
+        }
+    }
+}
+
+void makeDirectory(path directory) {
+    directory.remove_trailing_separator();
+    if (!boost::filesystem::exists(directory)) {
+        boost::filesystem::create_directory(directory);
+        Base::FileManager::setPermissions(directory, 0775);
+    } else if (!boost::filesystem::is_directory(directory)) {
+        throw Base::BaseException("The path " + native(directory) + " is not a directory.\n");
+    }
+}
+
+}  // namespace
+
+InvalidPreferenceFile::InvalidPreferenceFile(const std::string& message) : BaseException(message) {}
+InvalidPreferenceFile::InvalidPreferenceFile(const InvalidPreferenceFile&) = default;
+InvalidPreferenceFile& InvalidPreferenceFile::operator=(const InvalidPreferenceFile&) = default;
+InvalidPreferenceFile::~InvalidPreferenceFile() = default;
+
+SystemPreferences::SystemPreferences(const std::string& applicationName)
+    : mApplicationFile(applicationName + ".plist"),
+      mGlobalFile("global.plist"),
+      mUserDirectory(userDirectory()),
+      mGlobalDirectory(expanded("${KYM_DEPT_DIR}/${UG_VER}/preferences/")),
+      mApplicationName(applicationName) {
+    log("(1) SystemPreferences KYM_DEPT_DIR 1 param ", Base::Environment::getEnvVariable("KYM_DEPT_DIR"));
+    log("(1) Current 1app plist = ", mApplicationFile);
+    log("(1) after Base::Path path() path = ", native(mUserDirectory));
+    log("(1) Current user pref dir = ", mUserDirectory);
+    log("(1) after expandEnvVariables ", mGlobalDirectory);
+    log("(1) Global pref dir = ", mGlobalDirectory);
+    loadPreferences();
+}
+
+SystemPreferences::SystemPreferences(const std::string& departmentDirectory,
+                                     const std::string& applicationName)
+    : mApplicationFile(applicationName + ".plist"),
+      mGlobalFile("global.plist"),
+      mUserDirectory(userDirectory()),
+      mGlobalDirectory(expanded(departmentDirectory + "/${UG_VER}/preferences/")),
+      mApplicationName(applicationName) {
+    log("(2) SystemPreferences DEPT 2 param ", departmentDirectory);
+    log("Current 2app plist = ", mApplicationFile);
+    log("Current user pref dir = ", mUserDirectory);
+    log("Global pref dir = ", mGlobalDirectory);
+    loadPreferences();
+}
+
+void SystemPreferences::loadPreferences() {
+    mSearchList.clear();
+    mDomains.clear();
+    const auto read = [this](int number, const std::string& directory, Directory kind) {
+        for (const std::string* file : {&mApplicationFile, &mGlobalFile}) {
+            log("ReadInPlist: ", number++, " ", directory);
+            ReadInPList(*file, directory, false, kind);
+        }
+    };
+    if (!mUserDirectory.empty()) {
+        read(1, mUserDirectory, Directory::literal);
+    }
+    read(3, mGlobalDirectory, Directory::literal);
+    read(5, "${KYM_COMMONDEPT_DIR}/$UG_VER/preferences/", Directory::unexpanded);
+    read(7, "${KYM_BASE_DIR}/preferences/", Directory::unexpanded);
+}
+
+void SystemPreferences::ReadInPList(const std::string& fileName, const std::string& directory, bool atFront,
+                                    Directory kind) {
+    const path file = path(directory) / fileName;
+    log("Reading in preference file ", native(file));
+    try {
+        Base::PropertyList list = kind == Directory::literal
+                                      ? Base::PropertyList(file)
+                                      : Base::PropertyList::inUnexpanded(directory, fileName);
+        if (!list.list()) {
+            list.setList(emptyDomain());
+        }
+        if (!boost::any_cast<Dictionary>(list.list().get())) {
+            Base::FileManager::noteDamaged(list.file());
+            throw InvalidPreferenceFile("Invalid preference file: " + native(file) +
+                                        "  Root object was not dictionary");
+        }
+        setDomain(file, list.list());
+        mSearchList.insert(atFront ? mSearchList.begin() : mSearchList.end(), {file, list.list()});
+    } catch (const Base::BaseException& error) {
+        setDomain(file, emptyDomain());
+        log(error.what());
+    }
+}
+
+// A file may be in the search list already, from an earlier reading.
+void SystemPreferences::setDomain(const path& file, const boost::shared_ptr<boost::any>& root) {
+    mDomains[file] = root;
+    mChanged[file] = false;
+    for (Searched& searched : mSearchList) {
+        if (searched.file == file) {
+            searched.root = root;
+        }
+    }
+}
+
+boost::any& SystemPreferences::domain(const path& file) {
+    boost::shared_ptr<boost::any>& root = mDomains[file];
+    if (!root) {
+        root = emptyDomain();
+        if (Base::FileManager::exists(file)) {
+            Base::FileManager::noteDamaged(file);  // what it holds is not known and must not be lost
+        }
+    }
+    return *root;
+}
+
+void SystemPreferences::addPath(const std::string& directory, bool atFront) {
+    log("in addPath()");
+    if (Base::FileManager::exists(directory)) {
+        ReadInPList(mApplicationFile, directory, atFront);
+        ReadInPList(mGlobalFile, directory, atFront);
+    }
+}
+
+boost::shared_ptr<boost::any> SystemPreferences::GetPreference(const std::string& key) const {
+    const std::vector<std::string> names = namesOf(key);
+    for (const Searched& searched : mSearchList) {
+        if (const boost::any* value = find(*searched.root, names)) {
+            return boost::make_shared<boost::any>(*value);
+        }
+    }
+    return nullptr;
+}
+
+boost::shared_ptr<boost::any> SystemPreferences::GetPreference(const std::string& key,
+                                                               const std::string& fileName,
+                                                               const std::string& directory) const {
+    const auto found = mDomains.find(path(directory) / fileName);
+    const boost::any* value = found == mDomains.end() ? nullptr : find(*found->second, namesOf(key));
+    return value ? boost::make_shared<boost::any>(*value) : nullptr;
+}
+
+std::vector<SystemPreferences::Preference> SystemPreferences::preferences() const {
+    Seen seen;
+    for (const Searched& searched : mSearchList) {
+        collect(boost::any_cast<const Dictionary&>(*searched.root), "", searched.file, seen);
+    }
+    std::vector<Preference> preferences;
+    for (auto& [key, preference] : seen) {
+        if (!preference.value.empty()) {
+            preferences.push_back(std::move(preference));
+        }
+    }
+    return preferences;
+}
+
+void SystemPreferences::SetPreference(const std::string& key, const boost::any& value,
+                                      const std::string& fileName, const std::string& directory) {
+    const path file = path(directory) / fileName;
+    log("Setting Preference '", key, "' and placing it in ", native(file));
+    const std::vector<std::string> names = namesOf(key);
+    boost::any* place = &domain(file);
+    for (const std::string& name : names) {
+        auto* dictionary = boost::any_cast<Dictionary>(place);
+        if (!dictionary) {
+            throw Base::BaseException("The preference '" + key + "' cannot be set in " + native(file) +
+                                      ": what would have to hold '" + name + "' is not a dictionary.");
+        }
+        place = &(*dictionary)[name];
+        if (place->empty() && &name != &names.back()) {
+            *place = Dictionary();
+        }
+    }
+    *place = value;
+    mChanged[file] = true;
+}
+
+void SystemPreferences::SetPreference(const std::string& key, const boost::any& value) {
+    SetPreference(key, value, CurrentApplication(), CurrentUser());
+}
+
+void SystemPreferences::RemovePreference(const std::string& key, const std::string& fileName,
+                                         const std::string& directory) {
+    if (!key.empty()) {
+        boost::any_cast<Dictionary&>(domain(path(directory) / fileName)).erase(key);
+    }
+}
+
+void SystemPreferences::RemovePreference(const std::string& key) {
+    RemovePreference(key, CurrentApplication(), CurrentUser());
+}
+
+void SystemPreferences::Flush(const std::string& directory) {
+    if (directory.empty()) {
+        return;
+    }
+    log("Flushing ", directory, " preferences");
+    log("Preparing user's preference directory");
+    try {
+        makeDirectory(directory);
+        log("Checking to save global preferences");
+        write(path(directory) / mGlobalFile);
+        log("Checking to save application preferences");
+        write(path(directory) / mApplicationFile);
+    } catch (const std::exception& error) {
+        std::cerr << "Unable to save preferences\n" << error.what() << std::endl;
+    }
+}
+
+void SystemPreferences::Flush() {
+    Flush(CurrentUser());
+}
+
+void SystemPreferences::write(const path& file) {
+    const auto domain = mDomains.find(file);
+    const auto changed = mChanged.find(file);
+    if (domain == mDomains.end() || changed == mChanged.end() || !changed->second) {
+        return;
+    }
+    log("Writing property list ", native(file));
+    Base::PropertyList(file, domain->second).saveList();
+    changed->second = false;
+}
+
+bool SystemPreferences::needsSaving() const {
+    return std::any_of(mChanged.begin(), mChanged.end(), [](const auto& entry) { return entry.second; });
+}
+
+}  // namespace Kym

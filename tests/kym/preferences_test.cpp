@@ -1,0 +1,329 @@
+#include <functional>
+
+#include <boost/filesystem/operations.hpp>
+#include <boost/smart_ptr/make_shared.hpp>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/Environment.h"
+#include "base/FileManager.h"
+#include "base/PropertyList.h"
+#include "kym/SystemInfo.h"
+#include "kym/SystemPreferences.h"
+
+#include "tests/support/ScratchSupport.h"
+#include "tests/support/SiteSupport.h"
+#include "tests/support/SystemSupport.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+using Base::Environment::setEnvVariable;
+using Base::FileManager::native;
+using Kym::SystemPreferences;
+using Strings = std::vector<std::string>;
+using Dictionary = Base::PropertyList::Dictionary;
+
+std::string textOf(const boost::shared_ptr<boost::any>& value) {
+    return value ? boost::any_cast<std::string>(*value) : "(none)";
+}
+
+void save(const fs::path& file, const boost::any& root) {
+    fs::create_directories(file.parent_path());
+    Base::PropertyList(file, boost::make_shared<boost::any>(root)).saveList();
+}
+
+/// What a call writes to standard error.
+std::string complaintOf(const std::function<void()>& call) {
+    testing::internal::CaptureStderr();
+    call();
+    return testing::internal::GetCapturedStderr();
+}
+
+/// A process that was started for the department "design $b" and its common department "shared".
+class PreferencesTest : public Support::SiteTest {
+  protected:
+    PreferencesTest() {
+        setEnvVariable("XDG_CONFIG_HOME", site.root().string());  // where the system asks the environment
+        Kym::SystemInformation().KymApplicationDataDirectoryName =
+            fs::unique_path("kym-test-$UG_VER-%%%%-%%%%-%%%%").string();
+        setEnvVariable("KYM_DEPT_DIR", native(site.departments() / "design $b"));
+        setEnvVariable("KYM_COMMONDEPT_DIR", native(site.departments() / "shared"));
+        setEnvVariable("UG_VER", "nx4");
+    }
+    ~PreferencesTest() override { fs::remove_all(userData()); }
+
+    fs::path userData() const { return Kym::SystemInformation().applicationDataPath(); }
+    fs::path user() const { return userData() / "preferences"; }
+    fs::path userFile() const { return user() / "cad.plist"; }
+    fs::path department(const std::string& name) const {
+        return site.departments() / name / "nx4" / "preferences";
+    }
+};
+
+TEST_F(PreferencesTest, TheFirstOfEightFilesThatHasAKeySuppliesIt) {
+    Strings expected;
+    std::vector<fs::path> files;
+    for (const fs::path& directory :
+         {user(), department("design $b"), department("shared"), site.installation() / "preferences"}) {
+        for (const char* name : {"cad.plist", "global.plist"}) {
+            files.push_back(directory / name);
+            save(files.back(),
+                 Dictionary{{"group", Dictionary{{"key", files.back().string()}}}, {"own", true}});
+        }
+    }
+    save(department("other") / "cad.plist", Dictionary{{"group", Dictionary{{"key", std::string("other")}}}});
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        EXPECT_EQ(textOf(SystemPreferences("cad").GetPreference("group/key")), files[i].string());
+        const SystemPreferences ofOther((site.departments() / "other").string(), "cad");
+        EXPECT_EQ(textOf(ofOther.GetPreference("group/key")), i < 2 ? files[i].string() : "other");
+        save(files[i], Dictionary{{"group", Dictionary{{"key/", true}, {"Key", true}}}, {"own", true}});
+    }
+    EXPECT_EQ(SystemPreferences("cad").GetPreference("group/key"), nullptr);
+    save(files[0], Dictionary{{"group", std::string("no dictionary")}});
+    save(files[7], Dictionary{{"group", Dictionary{{"key", std::string("found")}}}});
+    EXPECT_EQ(textOf(SystemPreferences("cad").GetPreference("group/key")), "found");
+}
+
+TEST_F(PreferencesTest, TheLogTellsEachStep) {
+    save(department("shared") / "cad.plist", Base::PropertyList::Array());
+    const std::string users = (userData() / "preferences/").string();
+    const std::string shared = "${KYM_COMMONDEPT_DIR}/$UG_VER/preferences/";
+    const auto files = [&](const std::string& ofDepartment) {
+        Strings lines;
+        int number = 0;
+        for (const std::string& directory :
+             {users, ofDepartment, shared, std::string("${KYM_BASE_DIR}/preferences/")}) {
+            for (const char* name : {"cad.plist", "global.plist"}) {
+                lines.push_back("ReadInPlist: " + std::to_string(++number) + " " + directory);
+                lines.push_back("Reading in preference file " + native(directory + name));
+            }
+        }
+        lines.insert(lines.begin() + 10, "Invalid preference file: " + native(shared + "cad.plist") +
+                                             "  Root object was not dictionary");
+        return lines;
+    };
+    const auto together = [](Strings first, const Strings& second) {
+        first.insert(first.end(), second.begin(), second.end());
+        return first;
+    };
+
+    site.startLog("kym.info");
+    SystemPreferences preferences("cad");
+    const std::string design = native(site.departments() / "design $b") + "/nx4/preferences/";
+    EXPECT_EQ(
+        site.logLines(),
+        together({"(1) SystemPreferences KYM_DEPT_DIR 1 param " + native(site.departments() / "design $b"),
+                  "(1) Current 1app plist = cad.plist", "(1) after Base::Path path() path = " + native(users),
+                  "(1) Current user pref dir = " + users, "(1) after expandEnvVariables " + design,
+                  "(1) Global pref dir = " + design},
+                 files(design)));
+    site.startLog("kym.info");
+    const SystemPreferences ofOther("other", "cad");
+    EXPECT_EQ(site.logLines(),
+              together({"(2) SystemPreferences DEPT 2 param other", "Current 2app plist = cad.plist",
+                        "Current user pref dir = " + users, "Global pref dir = other/nx4/preferences/"},
+                       files("other/nx4/preferences/")));
+
+    site.startLog("kym.info");
+    preferences.SetPreference("a/b", true);
+    preferences.addPath((site.root() / "nowhere").string(), true);
+    preferences.Flush();
+    preferences.Flush("");
+    EXPECT_EQ(
+        site.logLines(),
+        (Strings{"Setting Preference 'a/b' and placing it in " + native(users + "cad.plist"), "in addPath()",
+                 "Flushing " + users + " preferences", "Preparing user's preference directory",
+                 "Checking to save global preferences", "Checking to save application preferences",
+                 "Writing property list " + native(users + "cad.plist")}));
+}
+
+TEST_F(PreferencesTest, EveryKindOfValueIsWrittenAsOtherToolsReadItAndComesBack) {
+    const auto whole = Base::PropertyList(Support::recorded("plistlib.plist")).list();
+    SystemPreferences first("cad");
+    for (const auto& [name, value] : boost::any_cast<Dictionary&>(*whole)) {
+        first.SetPreference(name, value);
+    }
+    first.Flush();
+    EXPECT_EQ(Support::bytesOf(user() / "cad.plist"), Support::bytesOf(Support::recorded("own.plist")));
+
+    SystemPreferences second("cad");
+    for (const auto& [name, value] : boost::any_cast<Dictionary&>(*whole)) {
+        second.SetPreference(name, *second.GetPreference(name), second.AnyApplication(),
+                             second.CurrentUser());
+    }
+    second.Flush();
+    EXPECT_EQ(Support::bytesOf(user() / "global.plist"), Support::bytesOf(Support::recorded("own.plist")));
+    if (!Support::onWindows) {
+        EXPECT_EQ(fs::status(user()).permissions(), 0775);
+    }
+}
+
+TEST_F(PreferencesTest, AKeyNamesDictionariesInOneDomainUntilItIsWritten) {
+    fs::create_directories(department("design $b").parent_path());
+    SystemPreferences preferences("cad");
+    preferences.SetPreference("a/b/c", 1U);
+    preferences.SetPreference("a/b/c", std::string("again"));
+    preferences.SetPreference("a//", true);
+    preferences.SetPreference("ab", std::string("department"), preferences.AnyApplication(),
+                              preferences.AnyUser());
+    EXPECT_EQ(Support::messageOf([&] { preferences.SetPreference("a/b/c/d/e", true); }),
+              "The preference 'a/b/c/d/e' cannot be set in " + native(userFile()) +
+                  ": what would have to hold 'd' is not a dictionary.");
+    EXPECT_EQ(textOf(preferences.GetPreference("a/b/c")), "again");
+    EXPECT_EQ(textOf(preferences.GetPreference("ab")), "department");
+    EXPECT_EQ(preferences.GetPreference("ab", "cad.plist", preferences.CurrentUser()), nullptr);
+    EXPECT_EQ(preferences.GetPreference("ab/c"), nullptr);
+    EXPECT_FALSE(fs::exists(user()));
+
+    preferences.Flush();
+    EXPECT_TRUE(preferences.needsSaving()) << "the department's are not written";
+    EXPECT_FALSE(fs::exists(user() / "global.plist"));
+    preferences.Flush(preferences.AnyUser());
+    EXPECT_FALSE(preferences.needsSaving());
+    const SystemPreferences read("cad");
+    EXPECT_EQ(boost::any_cast<Dictionary>(*read.GetPreference("a/b")).size(), 1U);
+    EXPECT_TRUE(boost::any_cast<bool>(*read.GetPreference("a//")));
+    EXPECT_EQ(textOf(read.GetPreference("ab", "global.plist", read.AnyUser())), "department");
+
+    save(userFile(), Dictionary{{"others", true}});
+    preferences.Flush();
+    EXPECT_NE(SystemPreferences("cad").GetPreference("others"), nullptr) << "written once only";
+}
+
+TEST_F(PreferencesTest, ARemovalTakesAWholeNameAndIsWrittenWithTheNextSet) {
+    save(userFile(), Dictionary{{"a", Dictionary{{"b", true}}}, {"a/b", true}, {"", true}});
+    const std::string before = Support::bytesOf(userFile());
+    SystemPreferences preferences("cad");
+    SystemPreferences copy = preferences;
+    preferences.RemovePreference("");
+    preferences.RemovePreference("a/b");
+    preferences.RemovePreference("c", "no.plist", "nowhere");
+    preferences.Flush();
+    EXPECT_EQ(Support::bytesOf(userFile()), before);
+    EXPECT_FALSE(preferences.needsSaving());
+    EXPECT_NE(preferences.GetPreference("a/b"), nullptr);
+    preferences.RemovePreference("a");
+    EXPECT_EQ(copy.GetPreference("a/b"), nullptr) << "a copy shares the domains";
+    copy.SetPreference("new", true);
+    preferences.Flush();
+    EXPECT_EQ(Support::bytesOf(userFile()), before) << "but writes what was set in itself";
+    copy.Flush();
+    const auto after = Base::PropertyList(userFile()).list();
+    EXPECT_EQ(boost::any_cast<Dictionary&>(*after).size(), 2U);
+}
+
+TEST_F(PreferencesTest, AFileThatCannotBeReadIsSkippedAndNotLost) {
+    save(user() / "global.plist", Dictionary{{"key", std::string("global")}});
+    const auto expectSkipped = [&](const std::string& reason) {
+        site.startLog("kym.info");
+        SystemPreferences preferences("cad");
+        EXPECT_THAT(site.logLines(), testing::Contains(testing::HasSubstr(reason)));
+        EXPECT_EQ(textOf(preferences.GetPreference("key")), "global");
+        preferences.SetPreference("key", std::string("new"));
+        EXPECT_EQ(textOf(preferences.GetPreference("key")), "global") << "the domain is not searched";
+        return preferences;
+    };
+    const std::pair<std::string, std::string> files[] = {
+        {"<plist version='1.0'>\n<dict>\n", native(userFile()) + ":"},
+        {"<plist version='1.0'><array/></plist>",
+         "Invalid preference file: " + native(userFile()) + "  Root object was not dictionary"},
+    };
+    for (const auto& [content, reason] : files) {
+        fs::remove(user() / "cad.plist.damaged");
+        Base::FileManager::replaceFile(userFile(), content);
+        expectSkipped(reason).Flush();
+        EXPECT_EQ(Support::bytesOf(user() / "cad.plist.damaged"), content);
+        EXPECT_EQ(textOf(SystemPreferences("cad").GetPreference("key")), "new");
+    }
+    {
+        const Support::Unreadable held(userFile());
+        expectSkipped("cannot be read: ");
+    }
+    site.block(userFile());
+    SystemPreferences preferences = expectSkipped("cannot be read: ");
+    EXPECT_THAT(complaintOf([&] { preferences.Flush(); }),
+                testing::StartsWith("Unable to save preferences\nCannot replace the file: "));
+    EXPECT_TRUE(preferences.needsSaving());
+}
+
+TEST_F(PreferencesTest, FurtherDirectoriesAreSearchedFirstOrLast) {
+    const auto further = [&](const std::string& name) {
+        for (const char* file : {"cad.plist", "global.plist"}) {
+            save(site.root() / name / file, Dictionary{{"all", name + file}, {file, name}});
+        }
+        return (site.root() / name).string();
+    };
+    const std::string front = further("front"), back = further("back"), unread = further("unread");
+    save(userFile(), Dictionary{{"all", std::string("user")}, {"cad.plist", std::string("user")}});
+    SystemPreferences preferences("cad");
+    preferences.addPath(back, false);
+    EXPECT_EQ(textOf(preferences.GetPreference("all")), "user");
+    EXPECT_EQ(textOf(preferences.GetPreference("global.plist")), "back");
+    EXPECT_EQ(textOf(preferences.GetPreference("all", "cad.plist", back)), "backcad.plist");
+    preferences.addPath(front, true);
+    EXPECT_EQ(textOf(preferences.GetPreference("all")), "frontglobal.plist");
+    EXPECT_EQ(textOf(preferences.GetPreference("cad.plist")), "front");
+
+    save(site.root() / "front" / "global.plist", Dictionary{{"all", std::string("anew")}});
+    preferences.SetPreference("all", std::string("forgotten"), "global.plist", front);
+    preferences.addPath(front, false);
+    EXPECT_EQ(textOf(preferences.GetPreference("all")), "anew");
+    EXPECT_FALSE(preferences.needsSaving());
+
+    const std::string before = Support::bytesOf(site.root() / "unread" / "cad.plist");
+    preferences.SetPreference("key", true, "cad.plist", unread);
+    preferences.Flush(unread);
+    EXPECT_EQ(Support::bytesOf(site.root() / "unread" / "cad.plist.damaged"), before);
+}
+
+TEST_F(PreferencesTest, WhatCannotBeWrittenIsToldAndKept) {
+    SystemPreferences preferences("cad");
+    Base::FileManager::replaceFile(user(), "");
+    preferences.SetPreference("key", true);
+    EXPECT_EQ(complaintOf([&] { preferences.Flush(); }),
+              "Unable to save preferences\nThe path " + native(user()) + " is not a directory.\n\n");
+    EXPECT_EQ(Support::bytesOf(user()), "");
+    EXPECT_THAT(complaintOf([&] { preferences.Flush((site.root() / "a" / "b").string()); }),
+                testing::StartsWith("Unable to save preferences\n"));
+    fs::remove(user());
+    preferences.SetPreference("other", 'c', preferences.AnyApplication(), preferences.CurrentUser());
+    EXPECT_THAT(complaintOf([&] { preferences.Flush(); }), testing::HasSubstr("key 'other'"));
+    preferences.RemovePreference("other", preferences.AnyApplication(), preferences.CurrentUser());
+    EXPECT_EQ(complaintOf([&] { preferences.Flush(); }), "");
+    EXPECT_NE(SystemPreferences("cad").GetPreference("key"), nullptr);
+}
+
+TEST_F(PreferencesTest, AProcessWithoutAUserHasTheOtherPreferences) {
+    if (!Support::onWindows) {  // where the system always knows the folder
+        setEnvVariable("XDG_CONFIG_HOME", "");
+        setEnvVariable("HOME", "");
+        EXPECT_THROW(SystemPreferences("cad"), std::runtime_error);
+    }
+    save(site.installation() / "preferences" / "cad.plist", Dictionary{{"key", std::string("installation")}});
+    SystemPreferences preferences("cad");
+    EXPECT_EQ(textOf(preferences.GetPreference("key")), "installation");
+    preferences.Flush();
+    if (!Support::onWindows) {
+        EXPECT_EQ(preferences.CurrentUser(), "");
+        EXPECT_FALSE(fs::exists("preferences"));
+    }
+}
+
+TEST_F(PreferencesTest, TheListIsWhatCanBeFound) {
+    save(userFile(), Dictionary{{"a", Dictionary{{"b", 1U}, {"empty", Dictionary()}}},
+                                {"flat", std::string("user")},
+                                {"with/slash", true}});
+    save(user() / "global.plist",
+         Dictionary{{"a", std::string("hidden")}, {"flat", Dictionary{{"inner", true}}}, {"global", true}});
+    Strings found;
+    const SystemPreferences preferences("cad");
+    for (const auto& [key, value, file] : preferences.preferences()) {
+        found.push_back(key + " " + file.filename().string());
+        EXPECT_EQ(preferences.GetPreference(key)->type(), value.type()) << key;
+    }
+    EXPECT_EQ(found, (Strings{"a/b cad.plist", "a/empty cad.plist", "flat cad.plist",
+                              "flat/inner global.plist", "global global.plist"}));
+}
+
+}  // namespace
