@@ -7,9 +7,11 @@
 #include <CLI/CLI.hpp>
 
 #include "Clean.h"
+#include "Documentation.h"
 #include "Launching.h"
 #include "Listing.h"
 #include "Management.h"
+#include "Preferences.h"
 
 namespace {
 
@@ -45,6 +47,8 @@ int main(int argc, char** argv) {
     addLaunchingCommands(program);
     addCleanCommand(program);
     addManagementCommands(program);
+    addPreferencesCommand(program);
+    addDocumentationCommand(program);
 
     try {
         program.parse(argc, argv);

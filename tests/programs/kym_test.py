@@ -4,16 +4,19 @@
 SUFFIX is that of an executable; EMULATOR runs a Windows program where the system cannot.
 """
 import contextlib
+import functools
 import json
 import os
 import pathlib
 import plistlib
+import re
 import shutil
 import subprocess
 import sys
 import tempfile
 import time
 import unittest
+import uuid
 
 FOLDER = pathlib.Path(sys.argv[1]).resolve()
 SUFFIX = sys.argv[2]
@@ -59,6 +62,7 @@ class KymTest(unittest.TestCase):
         cls.environment.setdefault("USERPROFILE", str(cls.site))
         cls.environment["KYM_BASE_DIR"] = as_seen_by_programs(cls.site / "kym")
         cls.environment["KYM_UGSITE_DIR"] = as_seen_by_programs(cls.site / "ugsite")
+        cls.environment["XDG_CONFIG_HOME"] = str(cls.site / "config")  # where the system asks the environment
         cls.environment["SAMPLE_LAYERS"] = "caller"
         cls.environment["SAMPLE_TRIAL"] = "caller"
         cls.program = as_seen_by_programs(FOLDER / f"kym-sample-report{SUFFIX}")
@@ -78,11 +82,13 @@ class KymTest(unittest.TestCase):
     @contextlib.contextmanager
     def variable(self, name, value):
         """Runs what is inside with one more variable."""
+        before = self.environment.copy()
         self.environment[name] = value
         try:
             yield
         finally:
-            del self.environment[name]
+            self.environment.clear()
+            self.environment.update(before)
 
     def entries(self):
         return sorted(path.name for path in (self.site / "ugsite").iterdir() if path.is_dir())
@@ -189,6 +195,7 @@ class KymTest(unittest.TestCase):
                  'no work directory "parts". There are: Parts, New d\u00e9signs.'),
                 (["show", "design"], 2, "APPLICATION is required"),
                 (["start"], 2, ""),
+                (["documentation"], 2, "DOCUMENT is required"),
                 ([], 2, "subcommand is required")):
             done = self.run_program("kym", *arguments)
             self.assertEqual((done.returncode, done.stdout), (status, ""), arguments)
@@ -239,6 +246,95 @@ class KymTest(unittest.TestCase):
             self.assertEqual((done.returncode, done.stdout), (status, ""), arguments)
             self.assertIn(message, done.stderr)
             self.assertEqual(self.entries(), before, arguments)
+
+    def test_a_launched_process_has_the_preferences_of_all_levels(self):
+        prefs = functools.partial(self.kym, "preferences")
+        constants = self.site / "kym" / "config" / "sysinfo.dat"
+        before = constants.read_text(encoding="utf-8")
+        self.addCleanup(constants.write_text, before, encoding="utf-8")
+        constants.write_text(before.replace(">nxkym<", f">kym-test-{uuid.uuid4().hex}<"), encoding="utf-8")
+        installation = self.site / "kym" / "preferences" / "global.plist"
+        common = self.site / "ugsite" / "common" / "nx4" / "preferences" / "kym.plist"
+        department = self.site / "ugsite" / "design" / "nx4" / "preferences"
+        for file in installation, common:
+            file.parent.mkdir()
+            self.addCleanup(shutil.rmtree, file.parent)
+        self.addCleanup(shutil.rmtree, department, ignore_errors=True)
+        done = self.run_program("kym", "preferences", "set", "a", "b", "--department")
+        self.assertEqual((done.returncode, done.stdout), (1, ""))
+        self.assertIn("KYM_DEPT_DIR and UG_VER must be set", done.stderr)
+
+        launched = variables(sections(self.kym("show", "design", "report"))["Environment:"])
+        for name in "KYM_DEPT_DIR", "KYM_COMMONDEPT_DIR", "UG_VER":
+            value = launched[name] if ON_WINDOWS else launched[name].replace("\\", "/")
+            self.enterContext(self.variable(name, value))
+        installation.write_bytes(plistlib.dumps({"level": "installation", "data": b"\x00\xff",
+                                                 "list": [-1, {"a": "\u00e4"}]}))
+        self.assertEqual(prefs("get", "level"), "installation\n")
+        common.write_bytes(plistlib.dumps({"level": "common", "n": {"x": 1.5, "y": 2**40}}))
+        self.assertEqual(prefs("get", "level"), "common\n")
+        for arguments in (["level", "department"], ["n/x", "2", "--type", "integer"], ["n/z", "-0.5", "--type", "real"],
+                          ["no", "false", "--type", "boolean", "--all-applications"]):
+            self.assertEqual(prefs("set", "--department", *arguments), "")
+        self.assertEqual(plistlib.loads((department / "kym.plist").read_bytes()),
+                         {"level": "department", "n": {"x": 2, "z": -0.5}})
+        self.assertEqual(prefs("get", "level"), "department\n")
+        prefs("set", "level", "user \u20ac")
+        users = pathlib.PureWindowsPath if ON_WINDOWS else pathlib.PurePath
+        users = users(json.loads(prefs("list", "--json"))["preferences"][1]["file"]).parent.parent
+        self.assertIn("kym-test-", users.name)
+        removal = [*EMULATOR, "cmd", "/d", "/c", "rmdir", "/s", "/q"] if ON_WINDOWS else ["rm", "-r"]
+        self.addCleanup(subprocess.run, [*removal, str(users)], env=self.environment, check=True)
+        prefs("set", "n/x", "other", "--application", "other")
+
+        def listed(output):
+            return [line.split(maxsplit=1)[0] + " = " + re.split("  +", line)[1] for line in output.splitlines()[1:]]
+
+        expected = ["data = <00ff>", "level = user \u20ac", 'list = [-1, {a = "\u00e4"}]', "n/x = 2",
+                    "n/y = 1099511627776", "n/z = -0.5", "no = false"]
+        self.assertEqual(listed(prefs("list")), expected)
+        self.assertEqual(prefs("get", "n", "--application", "other"), '{x = "other"}\n')
+        self.assertEqual(json.loads(prefs("list", "--json"))["preferences"][1]["value"], "user \u20ac")
+        if ON_WINDOWS:
+            self.assertEqual(listed(self.output_of_launched("preferences", "list")), expected)
+
+        prefs("remove", "level")
+        prefs("remove", "n/z", "--department")
+        self.assertEqual(prefs("get", "level"), "department\n")
+        self.assertEqual(plistlib.loads((department / "kym.plist").read_bytes()),
+                         {"level": "department", "n": {"x": 2}})
+        for arguments, message in (
+                (["remove", "n/y", "--department"], 'no preference "n/y" to remove there.'),
+                (["get", "n/z"], 'no preference "n/z".'), (["set", "n", "1.5", "--type", "integer"], "is no integer."),
+                (["set", "n", "yes", "--type", "boolean"], "is no boolean."),
+                (["set", "--department", "level/x", "1"], "is not a dictionary.")):
+            done = self.run_program("kym", "preferences", *arguments)
+            self.assertEqual((done.returncode, done.stdout), (1, ""), arguments)
+            self.assertIn(message, done.stderr)
+        shutil.rmtree(department)
+        department.write_text("in the way")
+        self.addCleanup(department.unlink)
+        done = self.run_program("kym", "preferences", "set", "a", "b", "--department")
+        self.assertEqual((done.returncode, done.stdout), (1, ""))
+        self.assertIn("is not a directory.", done.stderr)
+        self.assertIn("kym: The preference was not changed.", done.stderr)
+
+    def output_of_launched(self, *arguments):
+        """What kym writes when the launcher starts it, in a batch file, from the department "design"."""
+        script, output = self.site / "run kym.bat", self.site / "output.txt"
+        script.write_text(f'@"%KYM_TEST_PROGRAM%" {" ".join(arguments)} > "%KYM_TEST_OUTPUT%.part"\n'
+                          '@move "%KYM_TEST_OUTPUT%.part" "%KYM_TEST_OUTPUT%"\n', encoding="ascii", newline="\r\n")
+        settings = self.site / "ugsite" / "design" / "nx4" / "config" / "configSettings.dat"
+        before = settings.read_bytes()
+        self.addCleanup(settings.write_bytes, before)
+        settings.write_bytes(before.replace(self.program.encode(), as_seen_by_programs(script).encode()))
+        with self.variable("KYM_TEST_PROGRAM", as_seen_by_programs(FOLDER / f"kym{SUFFIX}")), \
+                self.variable("KYM_TEST_OUTPUT", as_seen_by_programs(output)):
+            self.kym("launch", "design", "report")
+        deadline = time.monotonic() + 30
+        while not output.exists() and time.monotonic() < deadline:
+            time.sleep(0.05)
+        return output.read_text(encoding="utf-8")
 
     def test_cleans_as_a_launch_would(self):
         def clean(*arguments):
@@ -341,6 +437,13 @@ class KymTest(unittest.TestCase):
         self.assertEqual(len(received["Arguments:"]), 3)
         self.assertEqual(received["Working directory:"], shown["Working directory:"])
         self.assertEqual(variables(received["Environment:"]), variables(shown["Environment:"]))
+
+    @unittest.skipIf(EMULATOR, "Wine sets PROGRAMFILES anew in every process")
+    def test_tells_when_there_is_no_browser(self):
+        with self.variable("PROGRAMFILES", "nowhere"):
+            done = self.run_program("kym", "documentation", "a.html")
+        self.assertEqual((done.returncode, done.stdout, done.stderr), (
+            1, "", "kym: The executable nowhere\\Internet Explorer\\iexplore.exe was not found.\n"))
 
     @unittest.skipIf(ON_WINDOWS, "programs are started there")
     def test_a_launch_is_refused(self):
