@@ -119,6 +119,11 @@ bool ConfigurationSettings::isPluginDisabled(const std::string& plugin) const {
     return std::find(mDisabledPlugins.begin(), mDisabledPlugins.end(), plugin) != mDisabledPlugins.end();
 }
 
+void ConfigurationSettings::setDisabledPlugins(const std::vector<std::string>& names) {
+    mDisabledPlugins = names;
+    mNeedsSaving = true;
+}
+
 bool ConfigurationSettings::hasOverlay(const std::string& configurationName,
                                        const std::string& applicationId) {
     return findOverlay(mOverlays, configurationName, applicationId) != mOverlays.end();

@@ -49,6 +49,10 @@ class KYM_EXPORT ConfigurationSettings : public SettingsProtocol {
     /// Whether a plugin of exactly that name is switched off.
     bool isPluginDisabled(const std::string& plugin) const;
 
+    /// The names of the plugins that are switched off, those too that no plugin has.
+    const std::vector<std::string>& disabledPlugins() const { return mDisabledPlugins; }
+    void setDisabledPlugins(const std::vector<std::string>& names);
+
     /// At most one overlay per configuration name and application identifier; both are compared exactly.
     const std::vector<ApplicationOverlay>& overlays() const { return mOverlays; }
     bool hasOverlay(const std::string& configurationName, const std::string& applicationId);

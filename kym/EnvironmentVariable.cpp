@@ -111,4 +111,8 @@ bool EnvVariableListSource::valueIsValid(const std::string& column, int row) con
     return column == nameColumn ? isValidName(variable.name) : isValidValue(variable.value);
 }
 
+EnvironmentVariable& EnvVariableListSource::variable(int index) {
+    return rowOf(*mList, index);
+}
+
 }  // namespace Kym

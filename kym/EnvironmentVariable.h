@@ -63,6 +63,10 @@ class KYM_EXPORT EnvVariableListSource : public Base::DataSourceInterface {
     /// value holds an even number of "%" and as many "{" as "}". There must be a list.
     bool valueIsValid(const std::string& column, int row) const override;
 
+    /// The variable of a row; `std::out_of_range` when there is no such row. Who changes it through this
+    /// reference sets the edited mark. There must be a list.
+    EnvironmentVariable& variable(int index);
+
   private:
     std::vector<EnvironmentVariable>* mList;
     bool mEdited = false;

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "Layers.h"
+
+/// One named setting of a layer, as text.
+struct Setting {
+    enum class Kind { text, truth, number };
+
+    std::string name;  ///< within its layer, like "winNxInstallPath"
+    Kind kind;
+    std::function<std::string()> get;
+
+    /// Takes a new text and marks the layer; `std::runtime_error` with the rule when the setting does not
+    /// allow it, nothing has changed then.
+    std::function<void(const std::string&)> put;
+
+    /// The record behind a path of the site settings; null otherwise.
+    Kym::EnvironmentVariable* variable = nullptr;
+};
+
+/// The named settings of a layer; `types` are those that a department can have.
+std::vector<Setting> settingsOf(const Layer& layer);
+
+/// What is wrong with the value of a variable that no table shows; empty when it obeys the rule.
+bool isValidValue(const Kym::EnvironmentVariable& variable);

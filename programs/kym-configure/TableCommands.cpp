@@ -1,0 +1,196 @@
+#include "TableCommands.h"
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+
+#include <CLI/CLI.hpp>
+
+#include "Commands.h"
+#include "Tables.h"
+#include "programs/common/Json.h"
+#include "programs/common/Table.h"
+
+namespace {
+
+struct Request {
+    std::string path;
+    std::vector<std::string> texts;
+    std::vector<int> rows;
+    int row = 0;
+    std::string column;
+    std::string value;
+    bool json = false;
+    bool dryRun = false;
+};
+
+void listTables(const Request& request) {
+    Site site;
+    std::vector<Row> rows = {{"TABLE", "ROWS"}};
+    Json list = Json::array();
+    for (const Table& table : allTables(site)) {
+        rows.push_back({table.path, std::to_string(table.rows())});
+        list.add(Json::object({{"table", table.path},
+                               {"rows", static_cast<std::uint64_t>(table.rows())},
+                               {"columns", Json::array(table.columns)}}));
+    }
+    if (request.json) {
+        std::cout << Json::object({{"tables", list}}).document();
+    } else {
+        writeTable(std::cout, rows, TableStyle::ofOutput());
+    }
+}
+
+void showTable(const Request& request) {
+    Site site;
+    const Table table = findTable(site, request.path);
+    std::vector<Row> rows = {{"ROW"}};
+    rows.front().insert(rows.front().end(), table.columns.begin(), table.columns.end());
+    Json list = Json::array();
+    for (int row = 0; row < table.rows(); ++row) {
+        rows.push_back({std::to_string(row + 1)});
+        Json object = Json::object({{"row", static_cast<std::uint64_t>(row + 1)}});
+        for (const std::string& column : table.columns) {
+            rows.back().push_back(table.cell(row, column));
+            object.add(column, rows.back().back());
+        }
+        list.add(object);
+    }
+    if (request.json) {
+        std::cout << Json::object({{"table", table.path}, {"rows", list}}).document();
+    } else {
+        writeTable(std::cout, rows, TableStyle::ofOutput());
+    }
+}
+
+Table tableToEdit(Site& site, const Request& request) {
+    Table table = findTable(site, request.path);
+    if (!table.readOnly.empty()) {
+        throw std::runtime_error("The table " + table.path + " cannot be edited. " + table.readOnly);
+    }
+    requireReadable(table.layer);
+    return table;
+}
+
+/// The index of a row, which the user counts from 1.
+int indexOf(const Table& table, int row) {
+    if (row < 1 || row > table.rows()) {
+        throw std::runtime_error("The table " + table.path + " has no row " + std::to_string(row) +
+                                 "; it has " + std::to_string(table.rows()) + ". Run: kym-configure show " +
+                                 table.path);
+    }
+    return row - 1;
+}
+
+std::string place(const Table& table, int row) {
+    return table.path + " row " + std::to_string(row + 1) + ": ";
+}
+
+std::string contentOf(const Table& table, int row) {
+    std::string result;
+    for (const std::string& column : table.columns) {
+        result += ' ' + column + '=' + quoted(table.cell(row, column));
+    }
+    return result;
+}
+
+void setCell(const Request& request) {
+    Site site;
+    const Table table = tableToEdit(site, request);
+    const int row = indexOf(table, request.row);
+    const bool isColumn =
+        std::find(table.columns.begin(), table.columns.end(), request.column) != table.columns.end();
+    const std::string before = isColumn ? table.cell(row, request.column) : "";
+    putCell(table, row, request.column, request.value);
+    std::cout << place(table, row) << request.column << ' ' << quoted(before) << " becomes "
+              << quoted(table.cell(row, request.column)) << '\n';
+    finishEdit(table.layer, request.dryRun);
+}
+
+void requireFreeRows(const Table& table) {
+    if (!table.fixedRows.empty()) {
+        throw std::runtime_error("The table " + table.path + " takes no row and loses none. " +
+                                 table.fixedRows);
+    }
+}
+
+void addRow(const Request& request) {
+    Site site;
+    const Table table = tableToEdit(site, request);
+    requireFreeRows(table);
+    table.source->insertRow(-1);
+    const int row = table.rows() - 1;
+    for (const std::string& text : request.texts) {
+        const std::size_t equals = text.find('=');
+        if (equals == std::string::npos) {
+            throw std::runtime_error(quoted(text) +
+                                     " is not COLUMN=VALUE. The columns are: " + joined(table.columns) + ".");
+        }
+        putCell(table, row, text.substr(0, equals), text.substr(equals + 1));
+    }
+    std::cout << place(table, row) << "added" << contentOf(table, row) << '\n';
+    finishEdit(table.layer, request.dryRun);
+}
+
+void deleteRows(const Request& request) {
+    Site site;
+    const Table table = tableToEdit(site, request);
+    requireFreeRows(table);
+    std::vector<int> rows;
+    for (const int row : request.rows) {
+        rows.push_back(indexOf(table, row));
+    }
+    std::sort(rows.begin(), rows.end());
+    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+    for (const int row : rows) {
+        std::cout << place(table, row) << "deleted" << contentOf(table, row) << '\n';
+    }
+    table.source->deleteRows(rows);
+    finishEdit(table.layer, request.dryRun);
+}
+
+}  // namespace
+
+void addTableCommands(CLI::App& program) {
+    const auto request = std::make_shared<Request>();
+    const auto add = [&](const char* name, const char* text, const char* example,
+                         void (*action)(const Request&)) {
+        CLI::App* command = addCommand(program, name, text, example);
+        command->callback([request, action] { action(*request); });
+        return command;
+    };
+    const auto addPath = [&request](CLI::App* command) {
+        command->add_option("TABLE", request->path, "Path of a table, as \"tables\" lists it")->required();
+    };
+
+    addJsonFlag(*add("tables", "List every table of every layer", "kym-configure tables", listTables),
+                request->json);
+
+    CLI::App* show = add("show", "Show the rows of a table",
+                         "kym-configure show department/design/applications", showTable);
+    addPath(show);
+    addJsonFlag(*show, request->json);
+
+    CLI::App* set = add("set", "Set a cell of a table",
+                        "kym-configure set base/applications 1 Arguments -- -units=mm", setCell);
+    addPath(set);
+    set->add_option("ROW", request->row, "Number of the row, from 1")->required();
+    set->add_option("COLUMN", request->column, "Name of the column")->required();
+    set->add_option("VALUE", request->value, "The text; put -- before one that begins with a minus")
+        ->required();
+    addDryRunFlag(*set, request->dryRun);
+
+    CLI::App* append =
+        add("add", "Append a row to a table; a column that is not named gets the usual text",
+            "kym-configure add site/variables/common Name=DATA_DIR \"Value=${SITE_DIR}/data\"", addRow);
+    addPath(append);
+    append->add_option("COLUMN=VALUE", request->texts, "Texts of the row");
+    addDryRunFlag(*append, request->dryRun);
+
+    CLI::App* remove =
+        add("delete", "Delete rows of a table", "kym-configure delete base/variables/common 2 5", deleteRows);
+    addPath(remove);
+    remove->add_option("ROW", request->rows, "Numbers of the rows, from 1")->required();
+    addDryRunFlag(*remove, request->dryRun);
+}

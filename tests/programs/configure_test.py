@@ -1,0 +1,180 @@
+#!/usr/bin/env python3
+"""Tests the editor program on a sample site: configure_test.py FOLDER-OF-PROGRAMS SUFFIX [EMULATOR...].
+
+SUFFIX is that of an executable; EMULATOR runs a Windows program where the system cannot.
+"""
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+FOLDER = pathlib.Path(sys.argv[1]).resolve()
+SUFFIX = sys.argv[2]
+EMULATOR = sys.argv[3:]
+
+# What a process needs of its surroundings; the rest of the caller's environment must not change a result.
+KEPT = {"PATH", "HOME", "TMPDIR", "TEMP", "SYSTEMROOT", "PATHEXT", "PROGRAMFILES", "USERPROFILE", "KYM_WINE",
+        "KYM_WINE_PREFIX", "ASAN_OPTIONS", "UBSAN_OPTIONS"}
+
+
+def as_seen_by_programs(path):
+    return "Z:" + str(path).replace("/", "\\") if EMULATOR else str(path)
+
+
+class ConfigureTest(unittest.TestCase):
+    maxDiff = None
+
+    @classmethod
+    def setUpClass(cls):
+        temporary = tempfile.TemporaryDirectory(prefix="kym sit\u00e9 ")
+        cls.addClassCleanup(temporary.cleanup)
+        cls.folder = pathlib.Path(temporary.name).resolve()
+        cls.pristine = cls.folder / "pristine"
+        cls.site = cls.folder / "site"
+        cls.site.mkdir()
+        cls.environment = {name: value for name, value in os.environ.items() if name.upper() in KEPT}
+        cls.environment.setdefault("USERPROFILE", str(cls.site))
+        cls.environment["KYM_BASE_DIR"] = as_seen_by_programs(cls.site / "kym")
+        cls.environment["KYM_UGSITE_DIR"] = as_seen_by_programs(cls.site / "ugsite")
+        made = cls.run_program("kym-sample-site", as_seen_by_programs(cls.site),
+                               as_seen_by_programs(FOLDER / f"kym-sample-report{SUFFIX}"))
+        if made.returncode != 0:
+            raise RuntimeError(made.stderr)
+        cls.site.rename(cls.pristine)
+
+    def setUp(self):
+        shutil.copytree(self.pristine, self.site)
+        self.addCleanup(lambda: shutil.rmtree(self.site))
+
+    @classmethod
+    def run_program(cls, name, *arguments):
+        return subprocess.run([*EMULATOR, str(FOLDER / f"{name}{SUFFIX}"), *arguments], env=cls.environment,
+                              stdin=subprocess.DEVNULL, capture_output=True, encoding="utf-8", timeout=60,
+                              check=False)
+
+    def configure(self, *arguments, status=0):
+        done = self.run_program("kym-configure", *arguments)
+        self.assertEqual((done.returncode, done.stderr), (status, ""), arguments)
+        return done.stdout
+
+    def rows(self, table):
+        return [list(row.values())[1:] for row in json.loads(self.configure("show", table, "--json"))["rows"]]
+
+    def files(self):
+        return {path.relative_to(self.site).as_posix(): path.read_bytes()
+                for path in self.site.rglob("*") if path.is_file()}
+
+    def changed(self, before):
+        after = self.files()
+        return sorted(name for name in before.keys() | after.keys() if before.get(name) != after.get(name))
+
+    def test_lists_every_table(self):
+        tables = {table["table"]: table["rows"]
+                  for table in json.loads(self.configure("tables", "--json"))["tables"]}
+        for path, rows in {"departments": 2, "plugins": 3, "base/variables/windows": 1, "base/applications": 3,
+                           "site/variables/common": 3, "plugin/materials/applications": 1,
+                           "department/design/applications/gearbox/variables/common": 2,
+                           "department/design/work-directories": 2, "department/design/overlays": 2,
+                           "department/design/disabled-plugins": 3}.items():
+            self.assertEqual(tables.get(path), rows, path)
+        lines = self.configure("show", "department/design/work-directories").splitlines()
+        self.assertEqual(lines[0], "ROW  Name         Path")
+        self.assertEqual(lines[2], "2    New d\u00e9signs  ${SAMPLE_DATA_DIR}\\new d\u00e9signs")
+
+    def test_an_edit_changes_that_cell_and_that_file(self):
+        design = "ugsite/design/nx4/config/configSettings.dat"
+        for table, file, edit, expected in (
+                ("base/variables/common", "kym/config/baseSettings.dat", ["set", 3, "Value", ""],
+                 lambda rows: [*rows[:2], ["SAMPLE_TRIAL", ""]]),
+                ("base/applications", "kym/config/baseSettings.dat", ["set", 2, "Disable", "TRUE"],
+                 lambda rows: [rows[0], [*rows[1][:7], "True"], rows[2]]),
+                ("department/design/applications/report/variables/windows", design, ["add", "Name=D", "Value=a=b"],
+                 lambda rows: [*rows, ["D", "a=b"]]),
+                ("site/variables/common", "ugsite/site_settingsNx4.dat", ["delete", 3, 1, 3],
+                 lambda rows: rows[1:2]),
+                ("plugin/drafting/applications", "kym/plugins/drafting/settings.dat",
+                 ["set", 1, "Arguments", "--", "-sheet=\u00c91 \"x\""],
+                 lambda rows: [[*rows[0][:4], "-sheet=\u00c91 \"x\"", *rows[0][5:]]]),
+                ("department/design/work-directories", design, ["delete", 1], lambda rows: rows[1:]),
+                ("department/design/overlays", design,
+                 ["add", "Configuration=common", "AppID=viewer", "Category=X", "Disable=true"],
+                 lambda rows: [*rows, ["common", "viewer", "X", "", "True"]]),
+                ("department/design/overlays", design, ["set", 1, "AppID", "viewer"],
+                 lambda rows: [["Base KYM", "viewer", *rows[0][2:]], rows[1], rows[2]]),
+                ("department/design/disabled-plugins", design, ["set", 3, "Disabled", "True"],
+                 lambda rows: [rows[0], rows[1], ["materials", "True"]]),
+                ("department/design/disabled-plugins", design, ["set", 2, "Disabled", "False"],
+                 lambda rows: [rows[0], ["machining", "False"], ["materials", "True"]])):
+            with self.subTest(table=table, edit=edit):
+                files, rows = self.files(), self.rows(table)
+                arguments = [edit[0], table, *map(str, edit[1:])]
+                dry = self.configure(arguments[0], "--dry-run", *arguments[1:])
+                self.assertEqual((self.changed(files), self.rows(table)), ([], rows))
+                done = self.configure(*arguments)
+                self.assertEqual(dry.splitlines()[:-1], done.splitlines()[:-1])
+                self.assertIn(f"{table} row ", done)
+                self.assertEqual((self.changed(files), self.rows(table)), ([file], expected(rows)))
+
+    def test_settings_are_kept_by_name(self):
+        for name, value, kept, file in (
+                ("system/KymVersionString", "2.0 \u00e9", None, "kym/config/sysinfo.dat"),
+                ("site/winNxInstallPath", "%NX%\\nx", None, "ugsite/site_settingsNx4.dat"),
+                ("site/useWindowsRegistry", "TRUE", "True", "ugsite/site_settingsNx4.dat"),
+                ("department/design/cleanupDays", "30", None, "ugsite/design/.dirinfo.plist"),
+                ("department/design/commonDepartment", "", None, "ugsite/design/.dirinfo.plist"),
+                ("plugin/machining/type", "Test", None, "kym/plugins/machining/settings.dat")):
+            files = self.files()
+            self.configure("put", name, value, "--dry-run")
+            self.assertEqual(self.changed(files), [])
+            self.configure("put", name, value)
+            self.assertEqual(self.changed(files), [file])
+            self.assertEqual(self.configure("get", name), (value if kept is None else kept) + "\n")
+            listed = json.loads(self.configure("get", "--json"))["settings"]
+            self.assertEqual(listed[name], value if kept is None else kept)
+
+    def test_refuses_what_breaks_a_rule_and_changes_nothing(self):
+        (self.site / "ugsite" / "archive").mkdir()
+        shutil.copy(self.site / "ugsite" / "design" / ".dirinfo.plist", self.site / "ugsite" / "archive")
+        damaged = self.site / "ugsite" / "common" / "nx4" / "config" / "configSettings.dat"
+        damaged.write_bytes(damaged.read_bytes()[:-20])
+        files = self.files()
+        for arguments, status, message in (
+                (["set", "base/variables/common", "1", "Name", "_A"], 1, "begins with neither \"_\" nor a digit"),
+                (["add", "base/variables/common", "Name=A", "Value=%A"], 1, "an even number of \"%\""),
+                (["set", "base/variables/common", "4", "Value", "x"], 1, "has no row 4; it has 3."),
+                (["set", "base/variables/common", "0", "Value", "x"], 1, "has no row 0; it has 3."),
+                (["delete", "base/applications", "1", "4"], 1, "has no row 4; it has 3."),
+                (["set", "base/variables/common", "1", "Values", "x"], 1, "There are: Name, Value."),
+                (["set", "base/applications", "1", "Disable", "yes"], 1, "takes True or False, not \"yes\""),
+                (["add", "base/applications", "nx"], 1, "\"nx\" is not COLUMN=VALUE."),
+                (["show", "department/design/variables"], 1, "department/design/variables/common"),
+                (["show", "department/sales/overlays"], 1, "There are: system, site, base, department/archive, "),
+                (["show", "department/archive/overlays"], 1, "Run: kym prepare archive"),
+                (["set", "department/common/work-directories", "1", "Name", "x"], 1, "configSettings.dat"),
+                (["add", "department/design/disabled-plugins"], 1, "set its column Disabled"),
+                (["add", "departments", "Name=x"], 1, "kym create"),
+                (["add", "department/design/overlays", "Configuration=Base KYM", "AppID=nx"], 1,
+                 "\"Base KYM:nx\" already"),
+                (["put", "department/design/type", "Prod"], 1, "There are: Common, Development, Production, Test."),
+                (["put", "plugin/drafting/type", "Prod"], 1, "There are: Site-wide, Common, "),
+                (["put", "department/design/commonDepartment", "sales"], 1, "Run: kym create sales --type Common"),
+                (["put", "department/design/commonDepartment", "a b"], 1, "holds no blank"),
+                (["put", "department/design/cleanupDays", "-1"], 1, "a number of days from 0"),
+                (["put", "department/design/cleanupDays", "4294967296"], 1, "a number of days from 0"),
+                (["put", "site/winNxInstallPath", "${A"], 1, "as many \"{\" as \"}\""),
+                (["put", "site/nothing", "x"], 1, "site/winNxInstallPath"),
+                (["put", "base/type", "x"], 1, "kym-configure tables"),
+                (["get", "site/useWindowsRegistry", "x"], 2, ""),
+                ([], 2, "subcommand is required")):
+            with self.subTest(arguments=arguments):
+                done = self.run_program("kym-configure", *arguments)
+                self.assertEqual((done.returncode, done.stdout), (status, ""))
+                self.assertIn(message, done.stderr)
+        self.assertEqual(self.changed(files), [])
+
+
+unittest.main(argv=sys.argv[:1])
