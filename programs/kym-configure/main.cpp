@@ -7,6 +7,8 @@
 #include "Commands.h"
 #include "SettingCommands.h"
 #include "TableCommands.h"
+#include "TransferCommands.h"
+#include "ValidateCommand.h"
 
 namespace {
 
@@ -22,7 +24,7 @@ site/winNxInstallPath. Every command tells its arguments and an example with --h
 KYM_BASE_DIR names the installation and KYM_UGSITE_DIR the directory of the departments.
 
 Exit status: 0 on success, 1 when something failed (the reason is on standard error; nothing was saved),
-2 for wrong usage.)";
+2 for wrong usage; validate also 3 when there are warnings and 4 when there are errors.)";
 
 }  // namespace
 
@@ -33,6 +35,8 @@ int main(int argc, char** argv) {
     program.footer(footer);
     addTableCommands(program);
     addSettingCommands(program);
+    addTransferCommands(program);
+    addValidateCommand(program);
 
     try {
         program.parse(argc, argv);

@@ -6,6 +6,8 @@ SUFFIX is that of an executable; EMULATOR runs a Windows program where the syste
 import json
 import os
 import pathlib
+import plistlib
+import shlex
 import shutil
 import subprocess
 import sys
@@ -15,6 +17,8 @@ import unittest
 FOLDER = pathlib.Path(sys.argv[1]).resolve()
 SUFFIX = sys.argv[2]
 EMULATOR = sys.argv[3:]
+ON_WINDOWS = SUFFIX == ".exe"
+GUIDE = pathlib.Path(__file__).resolve().parents[2] / "docs" / "administrator.md"
 
 # What a process needs of its surroundings; the rest of the caller's environment must not change a result.
 KEPT = {"PATH", "HOME", "TMPDIR", "TEMP", "SYSTEMROOT", "PATHEXT", "PROGRAMFILES", "USERPROFILE", "KYM_WINE",
@@ -175,6 +179,137 @@ class ConfigureTest(unittest.TestCase):
                 self.assertEqual((done.returncode, done.stdout), (status, ""))
                 self.assertIn(message, done.stderr)
         self.assertEqual(self.changed(files), [])
+
+    def replace(self, file, *pairs):
+        """Makes in a settings file what the program itself would refuse to make."""
+        path = self.site / file
+        text = path.read_text(encoding="utf-8")
+        for old, new in pairs:
+            self.assertEqual(text.count(old), 1, old)
+            text = text.replace(old, new)
+        path.write_text(text, encoding="utf-8")
+
+    def findings(self, status):
+        return {(found["severity"], found["code"], found["table"], found["row"], found["column"])
+                for found in json.loads(self.configure("validate", "--json", status=status))["findings"]}
+
+    def test_validate_finds_each_kind_of_fault(self):
+        if ON_WINDOWS:  # elsewhere the paths of an environment name nothing
+            self.assertEqual(self.configure("validate"), "0 errors, 0 warnings.\n")
+        self.replace("kym/config/baseSettings.dat", (">SAMPLE_TRIAL<", ">_TRIAL<"), (">on<", ">50%<"))
+        self.replace("ugsite/common/nx4/config/configSettings.dat", (">translator<", ">viewer<"))
+        self.replace("ugsite/design/nx4/config/configSettings.dat", ("/${SAMPLE_PROJECT}<", "/${NOBODY}<"),
+                     (">licences<", ">gone<"), (">machining<", ">milling<"))
+        archive = self.site / "ugsite" / "old archive"
+        archive.mkdir()
+        (archive / ".dirinfo.plist").write_bytes(plistlib.dumps(
+            {"Description": "x", "Type": "Prod", "Common Department": "sales"}))
+        self.configure("set", "department/design/applications", "1", "Executable", "${UGII_BASE_DIR}/gone")
+        found = self.findings(status=4)
+        if not ON_WINDOWS:
+            places = {place for place in found if place[1] in ("executable-not-found", "cad-system-not-found")}
+            found -= places - {("error", "executable-not-found", "department/design/applications", 1, "Executable")}
+        self.assertEqual(found, {
+            ("error", "invalid-name", "base/variables/common", 3, "Name"),
+            ("error", "invalid-value", "base/variables/common", 3, "Value"),
+            ("error", "duplicate-application", "department/common/applications", 2, "AppID"),
+            ("warning", "undefined-variable", "department/design/variables/common", 3, "Value"),
+            ("warning", "overlay-without-application", "department/design/overlays", 2, "AppID"),
+            ("warning", "unknown-plugin", "department/design/disabled-plugins", 4, "Name"),
+            ("error", "blank-in-name", "department/old archive", 0, ""),
+            ("warning", "not-prepared", "department/old archive", 0, ""),
+            ("warning", "unknown-type", "department/old archive/type", 0, ""),
+            ("error", "unknown-common-department", "department/old archive/commonDepartment", 0, ""),
+            ("error", "executable-not-found", "department/design/applications", 1, "Executable")})
+
+    def test_validate_tells_cycles_damage_and_warnings_apart(self):
+        self.configure("add", "site/variables/common", "Name=A", "Value=x${B}")
+        self.configure("add", "department/design/variables/windows", "Name=B", "Value=$A")
+        self.assertIn(("error", "cycle", "site/variables/common", 4, "Value"), self.findings(status=4))
+        shutil.rmtree(self.site / "ugsite" / "design")
+        shutil.rmtree(self.site / "ugsite" / "common")
+        shown = self.configure("validate", status=3).splitlines()
+        self.assertEqual(shown[:2], ["warning undefined-variable: site/variables/common row 4, Value",
+                                     "    No layer sets the variable \"B\"."])
+        self.assertIn("site_settingsNx4.dat", shown[3])
+        self.assertEqual(shown[-1], "0 errors, 1 warning.")
+        self.configure("delete", "site/variables/common", "4")
+        self.assertEqual(self.findings(status=0), set())
+        self.replace("kym/config/baseSettings.dat", ("</archive>", ""))
+        self.assertEqual(self.findings(status=4), {("error", "unreadable", "base", 0, "")})
+
+    def test_export_and_import_keep_everything(self):
+        file = self.folder / "layer.json"
+        self.addCleanup(file.unlink)
+        shown_file = as_seen_by_programs(file)
+        record = ('>SAMPLE_TRIAL</string>\n\t\t\t<string key="Value Key">{}</string>\n\t\t\t'
+                  '<string key="Comment Key">{}</string>\n\t\t\t<int key="Variable Type Key">{}<')
+        self.replace("ugsite/design/nx4/config/configSettings.dat",
+                     (record.format("", "", 0), record.format('&lt;\u20ac\\', "why so", 2)))
+        for layer, kept in (("department/design", ["ugsite/design/.dirinfo.plist",
+                                                   "ugsite/design/nx4/config/configSettings.dat"]),
+                            ("site", ["ugsite/site_settingsNx4.dat"]), ("base", ["kym/config/baseSettings.dat"]),
+                            ("system", ["kym/config/sysinfo.dat"]),
+                            ("plugin/materials", ["plugins/materials/settings.dat"])):
+            with self.subTest(layer=layer):
+                self.configure("export", layer, shown_file)
+                files = self.files()
+                for name in kept:
+                    if layer.startswith("department"):
+                        shutil.copy(self.site / name.replace("design", "common"), self.site / name)
+                    elif layer != "system":
+                        (self.site / name).unlink()
+                self.configure("import", layer, shown_file)
+                self.assertEqual(self.changed(files), [])
+
+    def test_import_refuses_and_changes_nothing(self):
+        file = self.folder / "layer.json"
+        self.addCleanup(file.unlink)
+        layer = json.loads(self.configure("export", "department/design"))
+        files = self.files()
+        for change, message in (
+                (lambda text: text.split('"layer"')[0] + "\n]", "layer.json, line 2: this is not JSON"),
+                (lambda text: text + "x", "this is not JSON"),
+                (lambda text: text.replace('"format": 1', '"format": 2'), "/format: this program reads format 1."),
+                (lambda text: text.replace('"department/design"', '"plugin/x"'), "/layer: a layer of the kind"),
+                (lambda text: text.replace('"SAMPLE_PROJECT"', '"1X"'), "/variables/common/1: a name holds"),
+                (lambda text: text.replace('"cleanupDays": 2', '"cleanupDays": 2.5'), "/settings/cleanupDays: "),
+                (lambda text: text.replace('"disabled": true', '"disabled": "yes"'),
+                 "/overlays/1/disabled: true or false is expected."),
+                (lambda text: text.replace('"licences"', '"nx"'), "/overlays/1: there is an overlay"),
+                (lambda text: text.replace('"arguments"', '"argument"'), "/applications/0/argument: there is no"),
+                (lambda text: "[]", "the top: an object is expected."),
+                (lambda text: "{}", "\"format\" and \"layer\" are expected")):
+            file.write_text(change(json.dumps(layer, ensure_ascii=False)), encoding="utf-8")
+            done = self.run_program("kym-configure", "import", "department/design", as_seen_by_programs(file))
+            self.assertEqual((done.returncode, done.stdout), (1, ""), message)
+            self.assertIn(message, done.stderr)
+            self.assertEqual(self.changed(files), [], message)
+
+    def test_the_guide_makes_a_site_from_nothing(self):
+        archive = (self.site / "kym" / "data" / "install" / "versionFiles.tar.gz").read_bytes()
+        program = f"kym-sample-report{SUFFIX}"
+        for folder in ("kym", "ugsite"):
+            shutil.rmtree(self.site / folder)
+            (self.site / folder).mkdir()
+        (self.site / "kym" / "data" / "install").mkdir(parents=True)
+        (self.site / "kym" / "data" / "install" / "versionFiles.tar.gz").write_bytes(archive)
+        block = GUIDE.read_text(encoding="utf-8").split("```text\n")[1].split("```")[0]
+        block = block.replace("C:\\nx", as_seen_by_programs(self.site / "nx")).replace("ugraf.exe", program)
+        block = block.replace("C:\\parts", as_seen_by_programs(self.site / "data" / "parts"))
+        commands = 0
+        for line in block.splitlines():
+            lexer = shlex.shlex(line, posix=True, punctuation_chars=False)
+            lexer.whitespace_split, lexer.escape = True, ""
+            name, *arguments = lexer
+            if arguments[0] in ("launch", "explain") or (not ON_WINDOWS and arguments[0] in ("validate", "show")):
+                continue  # programs and paths of Windows
+            done = self.run_program(name, *arguments)
+            self.assertEqual((done.returncode, done.stderr), (0, ""), line)
+            commands += 1
+        self.assertGreater(commands, 10)
+        self.assertIn("design  Production  Design of gearboxes", done.stdout if not ON_WINDOWS else
+                      self.run_program("kym", "departments").stdout)
 
 
 unittest.main(argv=sys.argv[:1])

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+#include "Layers.h"
+#include "programs/common/Json.h"
+
+/// Everything that a layer keeps.
+Json layerToJson(const Layer& layer);
+
+/// Puts what `text` says, as `layerToJson` wrote it, into the layer, which is saved by the caller; `file`
+/// names it in messages. A section that is not there leaves its part of the layer as it is.
+/// `std::runtime_error` that names every place where something is wrong; nothing must be saved then.
+void layerFromJson(const Layer& layer, const std::string& text, const std::string& file);
