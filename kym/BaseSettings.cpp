@@ -6,6 +6,7 @@
 #include "base/FileManager.h"
 #include "kym/ApplicationMarks.h"
 #include "kym/ArchiveMembers.h"
+#include "kym/ConfigurationName.h"
 #include "kym/Loggers.h"
 #include "kym/ProcessWide.h"
 #include "kym/SystemInfo.h"
@@ -70,12 +71,15 @@ void BaseSettings::mergeEnvVariables(VariableList& list) const {
     if (Base::log::LoggerStream line{infoLogger()}) {
         line << "  merging core KYM envirnment variables" << std::endl;
     }
+    if (LaunchRecord* record = list.record()) {
+        record->from(mDataFile);
+    }
     mergeUserEnvVariables(list);
 }
 
 const std::vector<ConfigApplication>& BaseSettings::applicationList() {
     for (ConfigApplication& application : mApplications) {
-        application.setConfigurationName("Base KYM");
+        application.setConfigurationName(baseConfigurationName);
     }
     return mApplications;
 }

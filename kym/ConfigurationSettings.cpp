@@ -170,6 +170,9 @@ void ConfigurationSettings::mergeEnvVariables(std::vector<EnvironmentVariable>& 
 }
 
 void ConfigurationSettings::mergeEnvVariables(VariableList& variables) const {
+    if (LaunchRecord* record = variables.record()) {
+        record->from(mDataFile);
+    }
     mergeUserEnvVariables(variables);
 }
 

@@ -148,12 +148,24 @@ std::vector<std::string> supersededNames(const std::vector<Entry*>& order, const
     return superseded;
 }
 
+void recordInvalidNames(const VariableList& variables, LaunchRecord& record) {
+    for (const Entry& entry : variables.entries()) {
+        if (!entry.overruled && !hasValidName(entry)) {
+            record.dropped(entry.name, LaunchRecord::Change::invalidName);
+        }
+    }
+}
+
 }  // namespace
 
 std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
                                             std::map<std::string, std::string>& env) {
     const std::vector<Entry*> order = effectiveEntries(variables);
     std::vector<std::string> superseded = supersededNames(order, variables);
+    LaunchRecord* const record = variables.record();
+    if (record) {
+        recordInvalidNames(variables, *record);
+    }
 
     if (LoggerStream line{infoLogger()}) {
         line << "Evaluating the completed environment" << std::endl;
@@ -162,7 +174,7 @@ std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
         const Entry* const entry = variables.last(name);
         return entry && isSet(*entry) ? std::optional(entry->value) : std::nullopt;
     });
-    std::vector<std::string*> pathLists;
+    std::vector<std::map<std::string, std::string>::value_type*> pathLists;
     const bool verbose = verboseLogger().isOn();
     constexpr std::size_t sizeLimit = std::size_t{64} << 20U;
     std::size_t size = 0;
@@ -186,10 +198,16 @@ std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
             throw std::runtime_error(Base::Text::readableLines(
                 "Error expanding variable '" + std::string(entry.name) + "'.\n" + error.what()));
         }
+        if (record) {
+            record->evaluated(entry.name, LaunchRecord::Change::expanded, value);
+        }
         normalizeSeparators(value);
+        if (record) {
+            record->evaluated(entry.name, LaunchRecord::Change::separators, value);
+        }
         // In the order of the names, each is put at the end of the map without a search.
-        std::string& finished = env.emplace_hint(env.end(), entry.name, std::move(value))->second;
-        entry.value = finished;
+        auto& finished = *env.emplace_hint(env.end(), entry.name, std::move(value));
+        entry.value = finished.second;
         if (isPathVariable(entry.name)) {
             pathLists.push_back(&finished);
         }
@@ -198,8 +216,16 @@ std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
     if (LoggerStream line{infoLogger()}) {
         line << "Removing duplicate paths from PATH variables" << std::endl;
     }
-    for (std::string* const value : pathLists) {
-        *value = cleanPathList(*value);
+    for (const auto* const list : pathLists) {
+        if (record) {
+            record->tracePaths(list->first, env);
+        }
+    }
+    for (auto* const list : pathLists) {
+        list->second = cleanPathList(list->second);
+        if (record) {
+            record->evaluated(list->first, LaunchRecord::Change::cleaned, list->second);
+        }
     }
     return superseded;
 }

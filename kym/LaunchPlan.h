@@ -29,6 +29,9 @@ struct LaunchPlan {
 
     /// The command line: the executable and the arguments, separated by single blanks.
     KYM_EXPORT std::string commandString() const;
+
+    /// Whether a variable of that name holds a list of paths, with ";" between them.
+    KYM_EXPORT static bool isPathList(const std::string& name);
 };
 
 }  // namespace Kym

@@ -50,6 +50,26 @@ void restoreDriveLetters(std::string& text) {
     }
 }
 
+void collapseSlashes(std::string& path) {
+    if (path.find("//") != std::string::npos) {
+        boost::replace_all(path, "//", "/");
+    }
+}
+
+/// Calls `visit(piece, repeated)` for each path of a separated list.
+template <typename Visit>
+void visitPaths(std::string_view list, const Visit& visit) {
+    boost::unordered_flat_set<std::string_view, std::hash<std::string_view>> seen;
+    for (std::size_t begin = 0; begin < list.size();) {
+        const std::size_t end = std::min(list.find(';', begin), list.size());
+        const std::string_view piece = list.substr(begin, end - begin);
+        begin = end + 1;
+        if (!piece.empty()) {
+            visit(piece, !seen.insert(piece).second);
+        }
+    }
+}
+
 }  // namespace
 
 std::string collapseSeparators(std::string_view text) {
@@ -73,14 +93,19 @@ void normalizeSeparators(std::string& value) {
     }
 }
 
-std::string cleanPathList(const std::string& value) {
-    if (LoggerStream line{verboseLogger()}) {
-        line << "  PATH string = " << value << std::endl;
-    }
+std::string separatedPaths(std::string_view value) {
     std::string list = collapseSeparators(value);
     std::replace(list.begin(), list.end(), ':', ';');
     std::erase(list, '"');
     restoreDriveLetters(list);
+    return list;
+}
+
+std::string cleanPathList(const std::string& value) {
+    if (LoggerStream line{verboseLogger()}) {
+        line << "  PATH string = " << value << std::endl;
+    }
+    const std::string list = separatedPaths(value);
     if (LoggerStream line{verboseLogger()}) {
         line << "  PATH string = " << list << std::endl;
     }
@@ -88,18 +113,12 @@ std::string cleanPathList(const std::string& value) {
     std::string result;
     result.reserve(list.size());
     std::string kept;
-    boost::unordered_flat_set<std::string_view, std::hash<std::string_view>> seen;
-    for (std::size_t begin = 0; begin < list.size();) {
-        const std::size_t end = std::min(list.find(';', begin), list.size());
-        const std::string_view piece = std::string_view(list).substr(begin, end - begin);
-        begin = end + 1;
-        if (piece.empty() || !seen.insert(piece).second) {
-            continue;
+    visitPaths(list, [&](std::string_view piece, bool repeated) {
+        if (repeated) {
+            return;
         }
         kept = piece;
-        if (kept.find("//") != std::string::npos) {
-            boost::replace_all(kept, "//", "/");
-        }
+        collapseSlashes(kept);
         if (LoggerStream line{verboseLogger()}) {
             line << "  " << kept << std::endl;
         }
@@ -107,9 +126,21 @@ std::string cleanPathList(const std::string& value) {
             result.push_back(';');
         }
         result.append(kept);
-    }
+    });
     replaceSlashes(result);
     return result;
+}
+
+std::vector<CleanedPath> cleanedPaths(const std::string& value) {
+    const std::string list = separatedPaths(value);
+    std::vector<CleanedPath> paths;
+    visitPaths(list, [&](std::string_view piece, bool repeated) {
+        const auto begin = static_cast<std::size_t>(piece.data() - list.data());
+        paths.push_back({std::string(piece), begin, begin + piece.size(), repeated});
+        collapseSlashes(paths.back().text);
+        replaceSlashes(paths.back().text);
+    });
+    return paths;
 }
 
 bool isPathVariable(std::string_view name) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,6 +21,20 @@ void normalizeSeparators(std::string& value);
 /// letters keep theirs, quotes go, empty and repeated paths are dropped (the first stays; comparison is
 /// exact).
 std::string cleanPathList(const std::string& value);
+
+/// The first half of the cleaning: what it does to separators and quotes. What it makes of the beginning of a
+/// value is the beginning of what it makes of the value.
+std::string separatedPaths(std::string_view value);
+
+struct CleanedPath {
+    std::string text;   ///< in the Windows form
+    std::size_t begin;  ///< where it stands in the separated list
+    std::size_t end;
+    bool repeated;  ///< the cleaning drops it
+};
+
+/// The paths that the cleaning finds in a list, in order.
+std::vector<CleanedPath> cleanedPaths(const std::string& value);
 
 /// Whether a variable of that name holds a list of paths: the name holds "PATH" and not "CLASSPATH".
 bool isPathVariable(std::string_view name);

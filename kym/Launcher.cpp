@@ -17,6 +17,7 @@
 #include "kym/CharacterClass.h"
 #include "kym/ConfigApplication.h"
 #include "kym/Configuration.h"
+#include "kym/ConfigurationName.h"
 #include "kym/EnvironmentMap.h"
 #include "kym/LaunchText.h"
 #include "kym/Loggers.h"
@@ -91,6 +92,9 @@ const std::vector<Launcher::Layer>& Launcher::layers() {
         {"application", false,
          [](const Assembly& of, VariableList& vars) {
              logInfo("Merging application variables");
+             if (LaunchRecord* record = vars.record()) {
+                 record->from(settingsFile(of));
+             }
              of.app.mergeEnvVariables(vars);
          }},
         {"launcher", false,
@@ -106,6 +110,23 @@ const std::vector<Launcher::Layer>& Launcher::layers() {
          }},
     };
     return order;
+}
+
+/// The file of the settings that the application stands in, which its configuration's name tells; empty when
+/// it stands in none.
+fs::path Launcher::settingsFile(const Assembly& of) {
+    const std::string& owner = of.app.mConfigurationName;
+    for (const Configuration* config : {&of.config, of.commonConfig}) {
+        if (config && config->name() == owner) {
+            return config->mSettings.mDataFile;
+        }
+    }
+    for (const PluginSettings& plugin : PluginsManagement().mPlugins) {
+        if (pluginConfigurationName(plugin.name()) == owner) {
+            return plugin.mDataFile;
+        }
+    }
+    return owner == baseConfigurationName ? BaseInformation().mDataFile : fs::path();
 }
 
 void Launcher::launchApplication(const Configuration& config, const Configuration* commonConfig,
@@ -128,19 +149,12 @@ std::string Launcher::commandString(const Configuration& config, const Configura
     return plan(config, commonConfig, app, nullptr).commandString();
 }
 
-std::string LaunchPlan::commandString() const {
-    std::string text = native(executable);
-    for (const std::string& argument : arguments) {
-        text += ' ' + argument;
-    }
-    return text;
-}
-
 LaunchPlan Launcher::plan(const Configuration& config, const Configuration* commonConfig,
                           const ConfigApplication& app, const WorkDirectory* workDir) const {
     LaunchPlan plan;
     logInfo("Building environment...");
-    const std::vector<std::string> superseded = assemble(config, commonConfig, app, plan.environment);
+    const std::vector<std::string> superseded =
+        assemble(config, commonConfig, app, plan.environment, nullptr);
     logInfo("Finished building environment.");
 
     plan.executable = getAndCheckExecutable(app, plan.environment);
@@ -148,19 +162,44 @@ LaunchPlan Launcher::plan(const Configuration& config, const Configuration* comm
     if (config.doFileCleanup) {
         plan.cleanupDays = config.cleanupDays;
     }
-    plan.workingDirectory = workDir ? workDir->path : "${USERPROFILE}";
-    Base::Environment::expandEnvVariables(plan.workingDirectory, plan.environment);
-
-    for (const std::string& name : superseded) {
-        plan.environment.erase(name);
-    }
-    const std::string defaultsName = "UGII_LOCAL_USER_DEFAULTS";
-    std::erase_if(plan.environment, [&](const auto& variable) {
-        return variable.first.size() == defaultsName.size() &&
-               boost::iequals(variable.first, defaultsName, std::locale::classic());
-    });
-    plan.environment[defaultsName] = plan.workingDirectory + "\\nx90_user.dpv";
+    plan.workingDirectory = finish(superseded, workDir, plan.environment, nullptr);
     return plan;
+}
+
+std::vector<VariableExplanation> Launcher::explain(const Configuration& config,
+                                                   const Configuration* commonConfig,
+                                                   const ConfigApplication& app,
+                                                   const WorkDirectory* workDir) const {
+    LaunchRecord record;
+    EnvironmentMap env;
+    finish(assemble(config, commonConfig, app, env, &record), workDir, env, &record);
+    return std::move(record).explanations(env);
+}
+
+std::string Launcher::finish(const std::vector<std::string>& superseded, const WorkDirectory* workDir,
+                             EnvironmentMap& env, LaunchRecord* record) const {
+    std::string directory = workDir ? workDir->path : "${USERPROFILE}";
+    Base::Environment::expandEnvVariables(directory, env);
+
+    const std::string defaultsName = "UGII_LOCAL_USER_DEFAULTS";
+    std::vector<std::string> unseen = superseded;
+    for (const auto& [name, value] : env) {
+        if (name != defaultsName && name.size() == defaultsName.size() &&
+            boost::iequals(name, defaultsName, std::locale::classic())) {
+            unseen.push_back(name);
+        }
+    }
+    for (const std::string& name : unseen) {
+        if (env.erase(name) != 0 && record) {
+            record->dropped(name, LaunchRecord::Change::superseded);
+        }
+    }
+    env[defaultsName] = directory + "\\nx90_user.dpv";
+    if (record) {
+        record->beginLayer("launcher");
+        record->merged(defaultsName, std::string::npos, env[defaultsName], {}, true);
+    }
+    return directory;
 }
 
 void Launcher::launch(const LaunchPlan& plan) const {
@@ -204,15 +243,19 @@ void Launcher::removeLogFiles(const Configuration& config) const {
 
 void Launcher::buildEnvVarMap(const Configuration& config, const Configuration* commonConfig,
                               const ConfigApplication& app, EnvironmentMap& env) const {
-    assemble(config, commonConfig, app, env);
+    assemble(config, commonConfig, app, env, nullptr);
 }
 
 std::vector<std::string> Launcher::assemble(const Configuration& config, const Configuration* commonConfig,
-                                            const ConfigApplication& app, EnvironmentMap& env) const {
-    VariableList vars;
+                                            const ConfigApplication& app, EnvironmentMap& env,
+                                            LaunchRecord* record) const {
+    VariableList vars(record);
     const Assembly assembly{*this, config, commonConfig, app};
     for (const Layer& layer : layers()) {
         if (!(layer.customization && app.disableCustomization)) {
+            if (record) {
+                record->beginLayer(layer.name);
+            }
             layer.merge(assembly, vars);
         }
     }

@@ -7,6 +7,7 @@
 #include <boost/filesystem/path.hpp>
 
 #include "base/platform/Export.h"
+#include "kym/LaunchExplanation.h"
 #include "kym/LaunchPlan.h"
 #include "kym/StaleFile.h"
 
@@ -14,6 +15,7 @@ namespace Kym {
 
 class ConfigApplication;
 class Configuration;
+class LaunchRecord;
 class VariableList;
 class WorkDirectory;
 
@@ -44,6 +46,12 @@ class KYM_EXPORT Launcher {
     /// What a launch would do. Fails as a launch would; changes nothing.
     LaunchPlan plan(const Configuration& config, const Configuration* commonConfig,
                     const ConfigApplication& app, const WorkDirectory* workDir) const;
+
+    /// How the variables that such a plan hands over come to their values, and what became of those that it
+    /// does not; by name. The executable may be missing. Errors as of `buildEnvVarMap`; changes nothing.
+    std::vector<VariableExplanation> explain(const Configuration& config, const Configuration* commonConfig,
+                                             const ConfigApplication& app,
+                                             const WorkDirectory* workDir) const;
 
     /// Starts what `plan` computed, after it removed the stale files when the plan says so. When one of these
     /// cannot be removed, nothing is started; `Base::TaskError` when the program cannot be started.
@@ -81,14 +89,20 @@ class KYM_EXPORT Launcher {
     struct Layer;
     struct Assembly;
     static const std::vector<Layer>& layers();
+    static boost::filesystem::path settingsFile(const Assembly& of);
 
     void addCurrentEnvVarsToMap(VariableList& vars) const;
     void addKymSystemEnvVarsToMap(const Configuration& config, VariableList& vars) const;
     void setSymbolDirVariable(const Configuration& config, VariableList& vars) const;
     void setCustomerDefaultVariables(const Configuration& config, VariableList& vars) const;
     /// Builds the environment; the names of those variables in it that another one supersedes on Windows.
+    /// Tells `record`, unless that is null, how they come about.
     std::vector<std::string> assemble(const Configuration& config, const Configuration* commonConfig,
-                                      const ConfigApplication& app, EnvironmentMap& env) const;
+                                      const ConfigApplication& app, EnvironmentMap& env,
+                                      LaunchRecord* record) const;
+    /// Makes an assembled environment the one that a launch hands over; the working directory.
+    std::string finish(const std::vector<std::string>& superseded, const WorkDirectory* workDir,
+                       EnvironmentMap& env, LaunchRecord* record) const;
     std::vector<std::string> buildArgList(const ConfigApplication& app, const EnvironmentMap& env) const;
 };
 

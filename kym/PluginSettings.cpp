@@ -8,6 +8,7 @@
 #include "base/Unarchiver.h"
 #include "kym/ApplicationMarks.h"
 #include "kym/ArchiveMembers.h"
+#include "kym/ConfigurationName.h"
 #include "kym/LeafName.h"
 #include "kym/Loggers.h"
 #include "kym/VariableList.h"
@@ -82,7 +83,7 @@ bool PluginSettings::needsSaving() const {
 }
 
 const std::vector<ConfigApplication>& PluginSettings::applicationList() {
-    const std::string configurationName = name() + " Plugin";
+    const std::string configurationName = pluginConfigurationName(name());
     for (ConfigApplication& application : mApplications) {
         application.setConfigurationName(configurationName);
     }
@@ -99,6 +100,9 @@ void PluginSettings::mergeEnvVariables(std::vector<EnvironmentVariable>& variabl
 }
 
 void PluginSettings::mergeEnvVariables(VariableList& variables) const {
+    if (LaunchRecord* record = variables.record()) {
+        record->from(mDataFile);
+    }
     mergeUserEnvVariables(variables);
 }
 

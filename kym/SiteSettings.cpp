@@ -174,7 +174,11 @@ void SiteSettings::mergeEnvVariables(VariableList& list) const {
         line << "  merging site envirnment variables" << std::endl;
     }
     const SystemInfo& system = SystemInformation();
+    LaunchRecord* const record = list.record();
     if (useWindowsRegistry) {
+        if (record) {
+            record->from("HKEY_LOCAL_MACHINE\\" + system.CadWindowsRegistryPath);
+        }
         std::string installation = registeredInstallPath();
         if (!installation.empty()) {
             if (installation.back() == '\\') {
@@ -183,7 +187,13 @@ void SiteSettings::mergeEnvVariables(VariableList& list) const {
             mergeInstallation(list, EnvironmentVariable(system.CadInstallPathVariable, installation));
         }
     } else if (!winNxInstallPath.value.empty()) {
+        if (record) {
+            record->from(dataFile());
+        }
         mergeInstallation(list, winNxInstallPath);
+    }
+    if (record) {
+        record->from(dataFile());
     }
     list.mergePlain(winTcEngInstallPath);
     list.mergePlain(winPortalInstallPath);

@@ -17,6 +17,8 @@ namespace Kym {
 
 namespace {
 
+using Inherited = LaunchRecord::Inherited;
+
 /// Whether the text means itself as the replacement text of a substitution, once its backslashes are doubled.
 bool isPlainReplacement(std::string_view text) {
     static constexpr std::array<std::string_view, 5> verbs = {"MATCH", "PREMATCH", "POSTMATCH",
@@ -45,9 +47,21 @@ bool isPlainReplacement(std::string_view text) {
 /// doubled, is the replacement text of the substitution, in which "$1", "$&" and "$$" have their usual
 /// meaning.
 std::string substituteByExpression(const std::string& name, const std::string& value,
-                                   std::string_view current) {
+                                   std::string_view current, Inherited* inherited) {
     const boost::regex ownName("\\$" + name + "|\\$\\{" + name + "\\}");
-    return boost::regex_replace(value, ownName, boost::replace_all_copy(std::string(current), "\\", "\\\\"));
+    const std::string replacement = boost::replace_all_copy(std::string(current), "\\", "\\\\");
+    std::string result;
+    auto copied = value.begin();
+    for (boost::sregex_iterator match(value.begin(), value.end(), ownName), end; match != end; ++match) {
+        result.append(copied, (*match)[0].first);
+        const std::size_t begin = result.size();
+        result += match->format(replacement);
+        if (inherited) {
+            inherited->emplace_back(begin, result.size());
+        }
+        copied = (*match)[0].second;
+    }
+    return result.append(copied, value.end());
 }
 
 /// The length of $NAME or ${NAME} at that place of the text; 0 when there is none.
@@ -65,7 +79,8 @@ std::size_t referenceLength(std::string_view text, std::size_t place, std::strin
 }
 
 /// The same where name and current value mean themselves, without the cost of an expression.
-std::string substituteLiterally(std::string_view name, std::string_view text, std::string_view current) {
+std::string substituteLiterally(std::string_view name, std::string_view text, std::string_view current,
+                                Inherited* inherited) {
     std::string result;
     result.reserve(text.size() + current.size());
     std::size_t copied = 0;
@@ -74,6 +89,9 @@ std::string substituteLiterally(std::string_view name, std::string_view text, st
         if (length != 0) {
             result.append(text, copied, dollar - copied);
             result.append(current);
+            if (inherited) {
+                inherited->emplace_back(result.size() - current.size(), result.size());
+            }
             copied = dollar + length;
         }
         dollar = text.find('$', dollar + std::max<std::size_t>(length, 1));
@@ -121,6 +139,10 @@ VariableList::VariableList() {
     mPlaces.reserve(usual);
 }
 
+VariableList::VariableList(LaunchRecord* record) : VariableList() {
+    mRecord = record;
+}
+
 VariableList::VariableList(const std::vector<EnvironmentVariable>& start) {
     mEntries.reserve(2 * start.size());
     mPlaces.reserve(2 * start.size());
@@ -132,6 +154,13 @@ VariableList::VariableList(const std::vector<EnvironmentVariable>& start) {
 void VariableList::append(EnvironmentVariable variable) {
     EnvironmentVariable& record = mRecords.emplace_back(std::move(variable));
     push(record).ownText = &record.value;
+    if (mRecord) {
+        tell(record.name, mEntries.size() - 1, {});
+    }
+}
+
+void VariableList::tell(std::string_view name, std::size_t place, const Inherited& inherited) const {
+    mRecord->merged(name, place, mEntries[place].value, inherited, !mEntries[place].overruled);
 }
 
 VariableList::Entry& VariableList::push(const EnvironmentVariable& record) {
@@ -170,6 +199,9 @@ void VariableList::mergePlain(EnvironmentVariable variable) {
     entry.type = record.type;
     entry.changed = true;
     entry.turn = ++mTurn;
+    if (mRecord) {
+        tell(record.name, existing->second.first, {});
+    }
 }
 
 void VariableList::mergeLayered(const std::vector<EnvironmentVariable>& variables) {
@@ -204,12 +236,13 @@ void VariableList::mergeLayered(const EnvironmentVariable& variable, bool verbos
             << "    current value: " << boost::replace_all_copy(std::string(entry.value), "\\", "\\\\")
             << std::endl;
     }
+    Inherited inherited;
     if (entry.plainName && variable.value.find('$') == std::string::npos) {
         entry.ownText = nullptr;
         entry.value = variable.value;
         entry.mayRefer = false;
     } else {
-        substitute(variable, entry);
+        substitute(variable, entry, mRecord ? &inherited : nullptr);
     }
     if (verbose) {
         LoggerStream(verboseLogger()) << "    value = " << entry.value << std::endl;
@@ -221,18 +254,25 @@ void VariableList::mergeLayered(const EnvironmentVariable& variable, bool verbos
         LoggerStream(verboseLogger()) << "    replacing existing value" << std::endl
                                       << "    new value: " << entry.value << std::endl;
     }
+    if (mRecord) {
+        tell(variable.name, places->second.first, inherited);
+    }
 }
 
 /// Gives the entry the variable's value, with its references to itself replaced by the entry's earlier value.
-void VariableList::substitute(const EnvironmentVariable& variable, Entry& entry) {
+void VariableList::substitute(const EnvironmentVariable& variable, Entry& entry, Inherited* inherited) {
     checkGrowth(variable, entry.value);
     const bool literally = entry.plainName && isPlainReplacement(entry.value);
     const std::size_t reference = literally ? referenceLength(variable.value, 0, variable.name) : 0;
     if (reference != 0 && entry.ownText && variable.value.find('$', 1) == std::string::npos) {
+        if (inherited) {
+            inherited->emplace_back(0, entry.ownText->size());
+        }
         entry.ownText->append(variable.value, reference);  // mostly a setting adds to the end of a list
     } else {
-        std::string text = literally ? substituteLiterally(variable.name, variable.value, entry.value)
-                                     : substituteByExpression(variable.name, variable.value, entry.value);
+        std::string text =
+            literally ? substituteLiterally(variable.name, variable.value, entry.value, inherited)
+                      : substituteByExpression(variable.name, variable.value, entry.value, inherited);
         if (!entry.ownText) {
             entry.ownText = &mTexts.emplace_back();
         }
@@ -254,11 +294,19 @@ const VariableList::Entry* VariableList::last(std::string_view name) const {
 }
 
 void VariableList::setValue(std::string_view name, std::string value) {
-    Entry& entry = mEntries.at(mPlaces.at(keyOf(name)).first);
+    const std::size_t place = mPlaces.at(keyOf(name)).first;
+    Entry& entry = mEntries.at(place);
+    Inherited inherited;
+    if (mRecord && value.ends_with(entry.value)) {
+        inherited.emplace_back(value.size() - entry.value.size(), value.size());
+    }
     entry.ownText = &mTexts.emplace_back(std::move(value));
     entry.value = *entry.ownText;
     entry.mayRefer = true;
     entry.changed = true;
+    if (mRecord) {
+        tell(name, place, inherited);
+    }
 }
 
 void VariableList::storeInto(std::vector<EnvironmentVariable>& variables) const {

@@ -12,6 +12,7 @@
 #include <boost/unordered/unordered_flat_map.hpp>
 
 #include "kym/EnvironmentVariable.h"
+#include "kym/LaunchRecord.h"
 
 namespace Kym {
 
@@ -38,6 +39,9 @@ class VariableList {
 
     /// An empty list, with room for a usual environment.
     VariableList();
+
+    /// Tells `record`, unless that is null, of every change.
+    explicit VariableList(LaunchRecord* record);
     explicit VariableList(const std::vector<EnvironmentVariable>& start);
     VariableList(const VariableList&) = delete;
     VariableList& operator=(const VariableList&) = delete;
@@ -65,6 +69,9 @@ class VariableList {
     /// Replaces the value of the first variable of that name, which must be there.
     void setValue(std::string_view name, std::string value);
 
+    /// Null when nobody wants to know how the variables come about.
+    LaunchRecord* record() const { return mRecord; }
+
     const std::vector<Entry>& entries() const { return mEntries; }
     std::vector<Entry>& entries() { return mEntries; }
 
@@ -89,8 +96,10 @@ class VariableList {
 
     Entry& push(const EnvironmentVariable& record);
     void mergeLayered(const EnvironmentVariable& variable, bool verbose);
-    void substitute(const EnvironmentVariable& variable, Entry& entry);
+    void substitute(const EnvironmentVariable& variable, Entry& entry, LaunchRecord::Inherited* inherited);
+    void tell(std::string_view name, std::size_t place, const LaunchRecord::Inherited& inherited) const;
 
+    LaunchRecord* mRecord = nullptr;
     std::vector<Entry> mEntries;
     std::uint32_t mTurn = 0;
     boost::unordered_flat_map<Key, Places, KeyHash> mPlaces;

@@ -7,7 +7,9 @@
 #include <CLI/CLI.hpp>
 
 #include "Clean.h"
+#include "Compare.h"
 #include "Documentation.h"
+#include "Explain.h"
 #include "Launching.h"
 #include "Listing.h"
 #include "Management.h"
@@ -45,6 +47,8 @@ int main(int argc, char** argv) {
 
     addListingCommands(program);
     addLaunchingCommands(program);
+    addExplainCommand(program);
+    addCompareCommand(program);
     addCleanCommand(program);
     addManagementCommands(program);
     addPreferencesCommand(program);

@@ -40,6 +40,7 @@ namespace {
 
 using Variables = std::vector<EnvironmentVariable>;
 using Lines = std::vector<std::string>;
+using Change = Kym::VariableExplanation::Change;
 
 void fill(Kym::EnvVariableListSource* list, const Variables& variables) {
     for (const auto& variable : variables) {
@@ -124,6 +125,37 @@ class LauncherTest : public Support::SiteTest {
 #else
         EXPECT_THROW(start(), Base::TaskError);  // offered on Windows only
 #endif
+    }
+
+    /// Whether explaining gives every value of this environment, and its paths, in the end.
+    void expectExplained(Kym::Launcher::EnvironmentMap environment, const Configuration* commonConfig) {
+        environment.erase("UGII_LOCAL_USER_DEFAULTS");  // set when everything else is done
+        for (const auto& variable : launcher.explain(config, commonConfig, app, nullptr)) {
+            std::string last;
+            bool superseded = false;
+            for (const auto& step : variable.steps) {
+                last = step.change == Change::withoutEffect ? last : step.value;
+                superseded = superseded || step.change == Change::superseded;
+            }
+            EXPECT_EQ(variable.value.value_or(""), last) << variable.name;
+            Lines paths;
+            for (const auto& path : variable.paths) {
+                if (!path.dropped) {
+                    paths.push_back(path.text);
+                }
+            }
+            if (variable.value && Kym::LaunchPlan::isPathList(variable.name)) {
+                EXPECT_EQ(boost::join(paths, ";"), last);
+            }
+            const auto found = environment.find(variable.name);
+            if (found != environment.end()) {
+                EXPECT_TRUE(superseded || found->second == variable.value) << variable.name;
+                environment.erase(found);
+            } else if (variable.name != "UGII_LOCAL_USER_DEFAULTS") {
+                EXPECT_FALSE(variable.value) << variable.name;
+            }
+        }
+        EXPECT_EQ(environment, Kym::Launcher::EnvironmentMap());
     }
 
     Kym::Launcher launcher;
@@ -296,12 +328,77 @@ TEST_F(LauncherTest, EqualsThePlainRulesOnHostileInput) {
         }
         if (expected) {
             EXPECT_EQ(build(&shared), *expected);
+            expectExplained(*expected, &shared);
             ++built;
         }
         ASSERT_FALSE(HasFailure()) << "in round " << round;
     }
     EXPECT_GT(built, 50);
     EXPECT_GT(refused, 50);
+}
+
+TEST_F(LauncherTest, ExplainsWhereEveryValueComesFrom) {
+    Base::Environment::setEnvVariable("EXPLAINED_PATH", "C:\\a;\\\\host\\c$\\t");
+    Base::Environment::setEnvVariable("Mixed_Case", "process");
+    Base::Environment::setEnvVariable("UGII_HTML_BROWSER", "of an outer launch");
+    Base::Environment::setEnvVariable("USERPROFILE", "C:\\me");
+    fill(Kym::SiteInformation().commonVariables(), {{"EXPLAINED_PATH", "D:\\s;$EXPLAINED_PATH"}});
+    fill(Kym::BaseInformation().commonVariables(), {{"EXPLAINED_PATH", "${EXPLAINED_PATH};$MORE;C:/a"},
+                                                    {"MORE", "E:/m:F:\\n"},
+                                                    {"mixed_case", "b"},
+                                                    {"UGII_HTML_BROWSER", "mine"}});
+    Kym::PluginsManagement().addPlugin(site.makeDirectory("plugins/cae"));
+    for (const int plugin : {0, 1}) {
+        fill(Kym::PluginsManagement().plugin(plugin, false)->winVariables(), {{"MORE", "$MORE"}});
+    }
+    fill(config.settings()->winVariables(),
+         {{"EXPLAINED_PATH", "$EXPLAINED_PATH/tail"}, {"MORE", "E:/m:F:/n"}, {"A-B", "x"}});
+    fill(config.settings()->commonVariables(), {{"PROCESSOR_X", "1"}, {"UG_VER", "mine"}});
+    app.addUgLibsToPath = false;
+    fill(app.commonVariables(), {{"PROCESSOR_X", ""}, {"EXPLAINED_PATH", "$EXPLAINED_PATH;F:\\n"}});
+    app.mConfigurationName = "cam Plugin";
+
+    const char* const changes[] = {"set",      "extended", "replaced",   "removed", "without effect",
+                                   "bad name", "expanded", "separators", "cleaned", "superseded"};
+    std::map<std::string, Lines> told;
+    for (const auto& variable : launcher.explain(config, nullptr, app, nullptr)) {
+        Lines& lines = told[variable.name];
+        for (const auto& step : variable.steps) {
+            const std::string file = slashed(step.file);
+            const std::size_t folder = file.find_last_of('\\', file.find_last_of('\\') - 1);
+            lines.push_back(step.layer + '(' + file.substr(folder + 1) + ") " +
+                            changes[static_cast<int>(step.change)] + ' ' + step.value);
+        }
+        for (const auto& path : variable.paths) {
+            lines.push_back(path.text + " < " + path.layer + (path.dropped ? " dropped" : ""));
+        }
+    }
+    const std::string kept = "D:\\s;C:\\a;\\\\host\\c$\\t;";
+    EXPECT_EQ(told["EXPLAINED_PATH"],
+              (Lines{"process() set C:\\a;\\\\host\\c$\\t",
+                     "site(departments\\site_settingsNx4.dat) extended D:\\s;C:\\a;\\\\host\\c$\\t",
+                     "base(config\\baseSettings.dat) extended " + kept + "$MORE;C:/a",
+                     "configuration(config\\configSettings.dat) extended " + kept + "$MORE;C:/a/tail",
+                     "application(cam\\settings.dat) extended " + kept + "$MORE;C:/a/tail;F:\\n",
+                     "() expanded " + kept + "E:/m:F:/n;C:/a/tail;F:\\n",
+                     "() separators " + kept + "E:\\m:F:\\n;C:\\a\\tail;F:\\n",
+                     "() cleaned " + kept + "E:\\m;F:\\n;C:\\a\\tail", "D:\\s < site", "C:\\a < process",
+                     "\\\\host\\c$\\t < process", "E:\\m < base", "F:\\n < base",
+                     "C:\\a\\tail < configuration", "F:\\n < application dropped"}));
+    EXPECT_EQ(told["MORE"], (Lines{"base(config\\baseSettings.dat) set E:/m:F:\\n",
+                                   "plugins(cam\\settings.dat) extended E:/m:F:\\n",
+                                   "plugins(cae\\settings.dat) extended E:/m:F:\\n",
+                                   "configuration(config\\configSettings.dat) replaced E:/m:F:/n",
+                                   "() separators E:\\m:F:\\n"}));
+    EXPECT_EQ(told["A-B"], (Lines{"configuration(config\\configSettings.dat) set x", "() bad name "}));
+    EXPECT_EQ(told["PROCESSOR_X"], (Lines{"configuration(config\\configSettings.dat) set 1",
+                                          "application(cam\\settings.dat) removed "}));
+    EXPECT_EQ(told["UG_VER"], (Lines{"configuration(config\\configSettings.dat) set mine",
+                                     "launcher() replaced " + Kym::SystemInformation().CadVersionDirectory}));
+    EXPECT_EQ(told["UGII_HTML_BROWSER"].at(2), "base(config\\baseSettings.dat) without effect mine");
+    EXPECT_EQ(told["MIXED_CASE"], (Lines{"process() set process", "() superseded "}));
+    EXPECT_EQ(told["UGII_LOCAL_USER_DEFAULTS"],
+              Lines{"launcher() set " + variable("USERPROFILE") + "\\nx90_user.dpv"});
 }
 
 TEST_F(LauncherTest, ResolvesTheExecutableOrSaysWhy) {

@@ -148,6 +148,50 @@ class KymTest(unittest.TestCase):
         self.assertEqual(plan["executable"], self.program)
         self.assertEqual(variables(f"{name}={value}" for name, value in plan["environment"].items()), environment)
 
+    def test_explains_where_values_come_from(self):
+        with self.variable("SAMPLE_ODD", "x"):
+            plan = json.loads(self.kym("show", "design", "report", "--json"))
+            told = json.loads(self.kym("explain", "design", "report", "--json"))["variables"]
+        self.assertEqual(variables(f"{each['name']}={each['value']}" for each in told if each["value"] is not None),
+                         variables(f"{name}={value}" for name, value in plan["environment"].items()))
+        department = as_seen_by_programs(self.site / "ugsite" / "design" / "nx4" / "config" / "configSettings.dat")
+        self.assertEqual(self.kym("explain", "design", "gearbox", "SAMPLE_STANDARD").splitlines(), [
+            "SAMPLE_STANDARD=ISO 128 A",
+            "    set by common configuration, " + department.replace("design", "common"),
+            "        ISO 128",
+            "    extended by application, " + department,
+            "        ISO 128 A"])
+        self.assertEqual(self.kym("explain", "design", "report", "SAMPLE_TRIAL").splitlines()[-1],
+                         "    removed by configuration, " + department)
+        done = self.run_program("kym", "explain", "design", "gearbox", "NOTHING")
+        self.assertEqual((done.returncode, done.stdout), (1, ""))
+        self.assertIn('Nothing sets or removes the variable "NOTHING"', done.stderr)
+
+    def test_tells_two_launches_apart(self):
+        self.assertEqual(self.kym("diff", "design", "report", "design", "report"), "The two launches are the same.\n")
+        told = json.loads(self.kym("diff", "design", "report", "design", "viewer", "--work-directory2", "Parts",
+                                   "--json"))
+        parts = as_seen_by_programs(self.site / "data" / "parts")
+        self.assertEqual([(each["name"], each["second"]) for each in told["command"]],
+                         [("argument 1", "-read-only"), ("argument 2", None), ("working directory", parts)])
+        self.assertEqual([(each["name"], each["second"]) for each in told["variables"]],
+                         [("UGII_LOCAL_USER_DEFAULTS", parts + "\\nx90_user.dpv")])
+
+    def test_tells_how_path_lists_differ(self):
+        self.addCleanup(shutil.rmtree, self.site / "ugsite" / "other")
+        shutil.copytree(self.site / "ugsite" / "design", self.site / "ugsite" / "other")
+        settings = self.site / "ugsite" / "other" / "nx4" / "config" / "configSettings.dat"
+        text = settings.read_text(encoding="utf-8")
+        value = "bb;new;dd;${KYM_TEST_MORE};aa;cc"
+        settings.write_text(text.replace("SAMPLE_PROJECT<", "SAMPLE_PATH<").replace(">gearbox<", f">{value}<"),
+                            encoding="utf-8")
+        with self.variable("SAMPLE_PATH", "aa;bb;cc;old;dd"), self.variable("KYM_TEST_MORE", "x y"):
+            lines = self.kym("diff", "design", "report", "other", "other:report").splitlines()
+        start = lines.index("  SAMPLE_PATH")
+        self.assertEqual(lines[start + 1:start + 6], ["    - old", "    + new", "    + x y", "    ~ aa", "    ~ cc"])
+        self.assertIn("    - gearbox", lines)
+        self.assertIn("  KYM_DEPT_DIR", lines)
+
     def test_json_carries_every_text_and_refuses_what_is_none(self):
         odd = "\x01\t\x1f\x7f \"'\\ \u00e9\u20ac\U0001f600 \ud7ff\ue000"
         with self.variable("SAMPLE_ODD", odd):
