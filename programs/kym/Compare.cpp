@@ -206,13 +206,13 @@ void compare(const Request& request) {
 void addCompareCommand(CLI::App& program) {
     const auto request = std::make_shared<Request>();
     CLI::App* command =
-        program.add_subcommand("diff",
-                               "Show how the second of two launches differs from the first: \"-\" what only "
-                               "the first has, \"+\" what "
-                               "only the second has, \"~\" a path that stands elsewhere in the list");
+        program.add_subcommand("diff", "Show how the second of two launches differs from the first");
     addChoice(*command, request->first);
     addChoice(*command, request->second, "2");
     addJson(*command, request->json);
     command->callback([request] { compare(*request); });
-    command->footer("Example:\n  kym diff design nx test nx");
+    command->footer(
+        "\"-\" is what only the first has, \"+\" what only the second has, \"~\" a path that stands "
+        "elsewhere in the list.\n\n"
+        "Example:\n  kym diff design nx test nx");
 }

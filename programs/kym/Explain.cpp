@@ -132,14 +132,15 @@ void explain(const Request& request) {
 
 void addExplainCommand(CLI::App& program) {
     const auto request = std::make_shared<Request>();
-    CLI::App* command =
-        program.add_subcommand("explain",
-                               "Tell where the variables of a launch come from: which layer and which file "
-                               "set, extended, replaced or "
-                               "removed each, and what became of the value when all layers were merged");
+    CLI::App* command = program.add_subcommand("explain", "Tell where the variables of a launch come from");
     addChoice(*command, request->choice);
     command->add_option("VARIABLE", request->variable, "Only this one");
     addJson(*command, request->json);
     command->callback([request] { explain(*request); });
-    command->footer("Example:\n  kym explain design nx PATH");
+    command->footer(
+        "For each variable: which layer and which file set, extended, replaced or removed it, with the value "
+        "after\n"
+        "that, and what became of the value when all layers were merged; for each path of a list, who "
+        "brought it.\n\n"
+        "Example:\n  kym explain design nx PATH");
 }

@@ -81,13 +81,13 @@ void addListingCommands(CLI::App& program) {
     departments->callback([request] { listDepartments(*request); });
     departments->footer("Example:\n  kym departments --json");
 
-    CLI::App* applications = program.add_subcommand(
-        "applications",
-        "List the applications of a department: the installation's, the plugins', those of its common "
-        "department and its own, as the department shows them");
+    CLI::App* applications = program.add_subcommand("applications", "List the applications of a department");
     applications->add_option("DEPARTMENT", request->department, "Name of a department")->required();
     applications->add_flag("--all", request->all, "Those too that are disabled");
     addJson(*applications, request->json);
     applications->callback([request] { listApplications(*request); });
-    applications->footer("Example:\n  kym applications design --all");
+    applications->footer(
+        "Those of the installation, of the plugins, of the common department and its own, as the department "
+        "shows them.\n\n"
+        "Example:\n  kym applications design --all");
 }

@@ -8,8 +8,10 @@
 
 #include "Clean.h"
 #include "Compare.h"
+#include "Completion.h"
 #include "Documentation.h"
 #include "Explain.h"
+#include "Export.h"
 #include "Launching.h"
 #include "Listing.h"
 #include "Management.h"
@@ -49,10 +51,12 @@ int main(int argc, char** argv) {
     addLaunchingCommands(program);
     addExplainCommand(program);
     addCompareCommand(program);
+    addExportCommand(program);
     addCleanCommand(program);
     addManagementCommands(program);
     addPreferencesCommand(program);
     addDocumentationCommand(program);
+    addCompletionCommand(program);
 
     try {
         program.parse(argc, argv);

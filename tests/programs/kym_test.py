@@ -192,6 +192,76 @@ class KymTest(unittest.TestCase):
         self.assertIn("    - gearbox", lines)
         self.assertIn("  KYM_DEPT_DIR", lines)
 
+    def test_exports_scripts_or_says_what_a_shell_cannot_carry(self):
+        def exported(form, **more):
+            with contextlib.ExitStack() as stack:
+                for name, value in more.items():
+                    stack.enter_context(self.variable(name, value))
+                return self.run_program("kym", "export", "design", "report", "--format", form)
+
+        done = exported("powershell", SAMPLE_ODD="it's\n$x `\u2019\U0001f600")
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        self.assertTrue(done.stdout.isascii())
+        self.assertIn("[Environment]::SetEnvironmentVariable(('SAMPLE_ODD'), ('it''s'+[char]10+'$x `'+[char]8217+''"
+                      "+[char]55357+''+[char]56832+''), 'Process')", done.stdout.splitlines())
+        plan = json.loads(self.kym("show", "design", "report", "--json"))
+        self.assertEqual(json.loads(exported("json").stdout), plan["environment"])
+        for form, more, message in (
+                ("batch", {"SAMPLE_ODD": "a\nb"}, "SAMPLE_ODD: it holds a line break"),
+                ("batch", {"SAMPLE_ODD": "%" * 4090}, "SAMPLE_ODD: its line would be longer than the 8191"),
+                ("batch", {"X86\"": "a"}, 'X86": its name is empty or holds "=" or a quote.')):
+            done = exported(form, **more)
+            self.assertEqual((done.returncode, done.stdout), (1, ""), message)
+            self.assertIn(message, done.stderr)
+        self.assertEqual(exported("bash").returncode, 2)
+
+    @unittest.skipUnless(ON_WINDOWS, "there is a cmd.exe on Windows only")
+    def test_an_exported_script_sets_exactly_the_environment_of_a_launch(self):
+        values = ["%PATH%", "100%", "%%1 %~dp0", "!x! ^!", "a&b|c<d>e^f(g)h", 'say "hi & <you>" & go ^', 'odd " & ^ | (',
+                  "it's, a;b=c", " ends ", "tab\there", "\"", "\"\"", "^^", "::x", "\u00e9\u00c4\u00df\u00bd"]
+        odd = {f"SAMPLE_ODD_{number}": value for number, value in enumerate(values)} | {"SAMPLE X86 &^%!)": "x"}
+        script = self.site / "export.bat"
+        with contextlib.ExitStack() as stack:
+            for name, value in odd.items():
+                stack.enter_context(self.variable(name, value))
+            self.kym("export", "design", "report", "--format", "batch", "--output", as_seen_by_programs(script))
+            expected = json.loads(self.kym("show", "design", "report", "--json"))["environment"]
+        self.assertEqual({name: expected[name.upper()] for name in odd}, odd)
+        if EMULATOR:  # whose cmd.exe reads scripts in this code page, whatever chcp says
+            script.write_bytes(script.read_bytes().decode().encode("cp437"))
+        report = self.site / "ugsite" / "design" / "report.txt"
+        with self.variable("SAMPLE_ODD_LEFT_OVER", "x"):
+            done = subprocess.run([*EMULATOR, "cmd", "/d", "/c", "call", "export.bat", "&&", self.program],
+                                  env=self.environment, cwd=self.site, stdin=subprocess.DEVNULL, capture_output=True,
+                                  timeout=60, check=False)
+        self.assertEqual((done.returncode, done.stdout, done.stderr), (0, b"", b""))
+        received = sections(report.read_text(encoding="utf-8"))["Environment:"]
+        report.unlink()
+        self.assertEqual(variables(received), variables(f"{name}={value}" for name, value in expected.items()))
+
+    def test_completes_in_bash_what_help_tells(self):
+        script = self.kym("completion", "bash")
+        if not ON_WINDOWS:
+            def completed(*words):
+                ask = ('source /dev/stdin; shift 0; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kym; '
+                       'printf "%s\\n" "${COMPREPLY[@]}"')
+                path = f"{FOLDER}:{self.environment['PATH']}"
+                done = subprocess.run(["bash", "-c", ask, "-", *words], input=script, capture_output=True, check=False,
+                                      env={**self.environment, "PATH": path}, encoding="utf-8", timeout=60)
+                self.assertEqual(done.stderr, "")
+                return done.stdout.split()
+
+            self.assertEqual(completed("kym", "de"), ["departments", "delete"])
+            self.assertEqual(completed("kym", "show", "d"), ["design"])
+            self.assertEqual(completed("kym", "show", "design", "g"), ["gearbox"])
+            self.assertEqual(completed("kym", "diff", "design", "nx", "design", "mat"), ["materials"])
+            self.assertEqual(completed("kym", "show", "design", "nx", "--"), ["--help", "--work-directory", "--json"])
+            self.assertEqual(completed("kym", "create", "x"), [])
+        for command in ("diff", "create"):
+            help_text = self.kym(command, "--help")
+            self.assertIn("Example:\n  kym " + command, help_text.replace("Example:\n    ", "Example:\n  "))
+        self.assertIn("        'delete' = @('DEPARTMENT', '--help --yes')\n", self.kym("completion", "powershell"))
+
     def test_json_carries_every_text_and_refuses_what_is_none(self):
         odd = "\x01\t\x1f\x7f \"'\\ \u00e9\u20ac\U0001f600 \ud7ff\ue000"
         with self.variable("SAMPLE_ODD", odd):

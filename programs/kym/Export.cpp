@@ -1,0 +1,74 @@
+#include "Export.h"
+
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include <CLI/CLI.hpp>
+#include <boost/algorithm/string/replace.hpp>
+#include <boost/filesystem/fstream.hpp>
+
+#include "Choice.h"
+#include "ScriptText.h"
+#include "programs/common/Json.h"
+
+namespace {
+
+struct Request {
+    Choice choice;
+    std::string format;
+    std::string file;  // empty: standard output
+};
+
+std::string jsonText(const Environment& environment) {
+    Json result = Json::object();
+    for (const auto& [name, value] : environment) {
+        result.add(name, value);
+    }
+    return result.document();
+}
+
+void exportEnvironment(const Request& request) {
+    Departments departments;
+    const Environment environment = Launchable(departments, request.choice).plan().environment;
+    std::string text = request.format == "batch"        ? batchScript(environment)
+                       : request.format == "powershell" ? powerShellScript(environment)
+                                                        : jsonText(environment);
+    if (request.file.empty()) {
+        std::cout << text;
+        return;
+    }
+    if (request.format != "json") {
+        boost::replace_all(text, "\n", "\r\n");  // whichever system writes it, Windows reads it
+    }
+    boost::filesystem::ofstream out(request.file, std::ios::binary);
+    if (!out.write(text.data(), static_cast<std::streamsize>(text.size())).flush()) {
+        throw std::runtime_error("The file " + request.file + " cannot be written.");
+    }
+}
+
+}  // namespace
+
+void addExportCommand(CLI::App& program) {
+    const auto request = std::make_shared<Request>();
+    CLI::App* command = program.add_subcommand("export", "Write the environment of a launch as a script");
+    addChoice(*command, request->choice);
+    command
+        ->add_option(
+            "--format", request->format,
+            "batch: for cmd.exe, to be run with call; powershell: to be dot-sourced; json: one object")
+        ->required()
+        ->check(CLI::IsMember({"batch", "powershell", "json"}));
+    command
+        ->add_option("--output", request->file,
+                     "The file to be written, byte for byte; a shell's own > may change texts beyond ASCII")
+        ->type_name("FILE");
+    command->callback([request] { exportEnvironment(*request); });
+    command->footer(
+        "The script sets exactly this environment: what else the shell has is unset. What cmd.exe or "
+        "PowerShell cannot\n"
+        "carry is refused, with the reason.\n\n"
+        "Example:\n  kym export design nx --format batch --output nx.bat");
+}
