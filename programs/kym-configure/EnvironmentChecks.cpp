@@ -138,8 +138,7 @@ class EnvironmentCheck {
                         text.substr(text.find('\n') + 1),
                         "Change one of the variables named, with: kym-configure set TABLE ROW Value VALUE"};
         for (const Table& table : tables) {
-            const bool isOfApplication = table.path.find("/applications/") != std::string::npos;
-            if (isOfApplication && !table.path.starts_with(applicationTable + '/')) {
+            if (isOfApplication(table) && !table.path.starts_with(applicationTable + '/')) {
                 continue;
             }
             for (int row = 0; row < table.rows(); ++row) {
@@ -254,19 +253,21 @@ class EnvironmentCheck {
         if (scopes.empty() || mBroken.contains(layer.path)) {
             return;
         }
-        for (const Table& table : tablesOf(layer)) {
-            Names own;
-            const std::size_t end = table.path.find("/variables/");
-            if (table.path.find("/applications/") != std::string::npos) {
-                own = applicationNames(layer, table.path.substr(0, end));
+        const std::vector<Table> tables = tablesOf(layer);
+        std::map<std::string, Names> namesOfApplications;
+        for (const Table& table : tables) {
+            for (int row = 0; isOfApplication(table) && row < table.rows(); ++row) {
+                namesOfApplications[ownerIn(table)].insert(table.cell(row, "Name"));
             }
+        }
+        for (const Table& table : tables) {
+            const bool isList = table.columns.front() == "AppID";
             for (int row = 0; row < table.rows(); ++row) {
-                for (const char* column : {"Value", "Path", "Executable", "Arguments"}) {
-                    if (std::find(table.columns.begin(), table.columns.end(), column) !=
-                        table.columns.end()) {
-                        if (column[0] == 'E' || column[0] == 'A') {
-                            own = applicationNames(layer, table.path + '/' + table.cell(row, "AppID"));
-                        }
+                const Names& own = namesOfApplications[isList ? table.path + '/' + table.cell(row, "AppID")
+                                                              : ownerIn(table)];
+                for (const std::string& column : table.columns) {
+                    static const Names columns = {"Value", "Path", "Executable", "Arguments"};
+                    if (columns.contains(column)) {
                         checkReferences(table, row, column, scopes, own);
                     }
                 }
@@ -274,16 +275,13 @@ class EnvironmentCheck {
         }
     }
 
-    static Names applicationNames(const Layer& layer, const std::string& path) {
-        Names result;
-        for (const Table& table : tablesOf(layer)) {
-            if (table.path.starts_with(path + "/variables/")) {
-                for (int row = 0; row < table.rows(); ++row) {
-                    result.insert(table.cell(row, "Name"));
-                }
-            }
-        }
-        return result;
+    static bool isOfApplication(const Table& table) {
+        return table.path.find("/applications/") != std::string::npos;
+    }
+
+    /// The application, or the layer, whose variables a table holds.
+    static std::string ownerIn(const Table& table) {
+        return table.path.substr(0, table.path.rfind("/variables/"));
     }
 
     void checkReferences(const Table& table, int row, const std::string& column,

@@ -190,16 +190,21 @@ class ConfigureTest(unittest.TestCase):
         path.write_text(text, encoding="utf-8")
 
     def findings(self, status):
-        return {(found["severity"], found["code"], found["table"], found["row"], found["column"])
-                for found in json.loads(self.configure("validate", "--json", status=status))["findings"]}
+        found = [tuple(finding[key] for key in ("severity", "code", "table", "row", "column"))
+                 for finding in json.loads(self.configure("validate", "--json", status=status))["findings"]]
+        self.assertEqual(len(found), len(set(found)), found)
+        return set(found)
 
     def test_validate_finds_each_kind_of_fault(self):
         if ON_WINDOWS:  # elsewhere the paths of an environment name nothing
             self.assertEqual(self.configure("validate"), "0 errors, 0 warnings.\n")
         self.replace("kym/config/baseSettings.dat", (">SAMPLE_TRIAL<", ">_TRIAL<"), (">on<", ">50%<"))
         self.replace("ugsite/common/nx4/config/configSettings.dat", (">translator<", ">viewer<"))
-        self.replace("ugsite/design/nx4/config/configSettings.dat", ("/${SAMPLE_PROJECT}<", "/${NOBODY}<"),
-                     (">licences<", ">gone<"), (">machining<", ">milling<"))
+        # What a layer sets to nothing is set, and so is what only the application sets.
+        self.replace("ugsite/design/nx4/config/configSettings.dat",
+                     ("/${SAMPLE_PROJECT}<", "/${NOBODY}$SAMPLE_TRIAL<"), (">SAMPLE_STANDARD<", ">OWN<"),
+                     ("-layers=$SAMPLE_LAYERS<", "-layers=$OWN<"), (">licences<", ">gone<"),
+                     (">machining<", ">milling<"))
         archive = self.site / "ugsite" / "old archive"
         archive.mkdir()
         (archive / ".dirinfo.plist").write_bytes(plistlib.dumps(
