@@ -43,11 +43,12 @@ std::string userDirectory() {
 
 std::vector<std::string> namesOf(const std::string& key) {
     std::vector<std::string> names;
+    names.reserve(static_cast<std::size_t>(std::count(key.begin(), key.end(), '/')) + 1);
     std::size_t begin = 0;
     for (std::size_t end; (end = key.find('/', begin)) != std::string::npos; begin = end + 1) {
-        names.push_back(key.substr(begin, end - begin));
+        names.emplace_back(key, begin, end - begin);
     }
-    names.push_back(key.substr(begin));
+    names.emplace_back(key, begin);
     return names;
 }
 
