@@ -1,4 +1,6 @@
+#include <array>
 #include <functional>
+#include <utility>
 
 #include <boost/algorithm/string/join.hpp>
 #include <boost/algorithm/string/replace.hpp>
@@ -114,8 +116,6 @@ using SiteStore = Stores;
 
 }  // namespace
 
-// Where the departments are found.
-
 const std::string separator(1, static_cast<char>(fs::path::preferred_separator));
 const std::string fallback = "@kym" + separator + "fb_ugsite";
 
@@ -129,7 +129,7 @@ class DepartmentsDiscovery : public testing::TestWithParam<Texts> {
 };
 
 // KYM_BASE_DIR, KYM_UGSITE_DIR, what exists below the root besides "departments" and "kym", what is found
-// (empty: nothing), and what a logger gets. "@" stands for the root with a separator.
+// (empty: nothing), and what is logged. "@" stands for the root with a separator.
 TEST_P(DepartmentsDiscovery, TakesTheFirstDirectory) {
     const Texts& given = GetParam();
     site.makeDirectory(given[2]);
@@ -138,7 +138,7 @@ TEST_P(DepartmentsDiscovery, TakesTheFirstDirectory) {
     setEnvVariable("KYM_BASE_DIR", whole(given[0]));
     setEnvVariable("KYM_UGSITE_DIR", whole(given[1]));
     const SystemInfo& system = SystemInformation();
-    site.startLog(given[4]);
+    site.startLog();
     for (const char* later : {"unused", "ugsite"}) {
         if (given[3].empty()) {
             EXPECT_EQ(messageOf([&] { system.localDepartmentsPath(); }),
@@ -149,57 +149,48 @@ TEST_P(DepartmentsDiscovery, TakesTheFirstDirectory) {
         }
         setEnvVariable("KYM_UGSITE_DIR", native(site.makeDirectory(later)));
     }
-    EXPECT_EQ(boost::join(site.logLines(), "\n") + "\n", whole(given[5]));
+    EXPECT_EQ(boost::join(site.logLines(), "\n"), whole(given[4]));
 }
 
-const std::string beside = "Checking for ugsite as sibling of @kym\n";
-const std::string question = "  does this exist? @ugsite\n";
+const std::string beside = "Checking for ugsite as sibling of @kym\n  does this exist? @ugsite";
+const std::string found = "\nUsing @ugsite as ugsite";
+const std::string given = "Checking if variable* can is a valid ugsite\n";
 
 INSTANTIATE_TEST_SUITE_P(
     SystemStore, DepartmentsDiscovery,
     testing::Values(
         Texts{"${KYM_TEST_ROOT}/kym", "${KYM_TEST_ROOT}/departments/", "ugsite", "@departments" + separator,
-              "kym.verbose", "Using @departments" + separator + " as ugsite\n"},
-        Texts{"@kym", "@file", "ugsite", "@ugsite", "kym.info",
-              "Checking if variable@file can is a valid ugsite\n" + beside},
-        Texts{"@kym", "${KYM_UGSITE_DIR}", "ugsite", "@ugsite", "kym.info",
-              "Checking if variable${KYM_UGSITE_DIR} can is a valid ugsite\n" + beside},
-        Texts{"@kym//", "", "ugsite", "@ugsite", "kym.verbose", question + "Using @ugsite as ugsite\n"},
-        Texts{"@kym", "", "kym/fb_ugsite", fallback, "kym.info",
-              beside + "Using fallback ugsite: " + fallback + "\n"},
-        Texts{"@kym", "@missing", "kym", "", "kym.verbose", question}),
+              boost::replace_all_copy(given, "*", "${KYM_TEST_ROOT}/departments/") + "Using @departments" +
+                  separator + " as ugsite"},
+        Texts{"@kym", "@file", "ugsite", "@ugsite",
+              boost::replace_all_copy(given, "*", "@file") + beside + found},
+        Texts{"@kym//", "${KYM_UGSITE_DIR}", "ugsite", "@ugsite",
+              boost::replace_all_copy(given, "*", "${KYM_UGSITE_DIR}") + beside + found},
+        Texts{"@kym", "", "kym/fb_ugsite", fallback, beside + "\nUsing fallback ugsite: " + fallback},
+        Texts{"@kym", "", "kym", "", beside + "\nUsing fallback ugsite: " + fallback}),
     [](const auto& suite) { return std::to_string(suite.index); });
 
-class Installation : public SystemStore, public testing::WithParamInterface<Texts> {};
-
-TEST_P(Installation, MustBeADirectory) {
-    const fs::path place = site.makeFile("file");
-    const std::string base = boost::replace_all_copy(GetParam().at(0), "@", place.string());
-    const std::string message = boost::replace_all_copy(GetParam().at(1), "@", native(place));
-    setEnvVariable("KYM_BASE_DIR", base);
-    EXPECT_EQ(messageOf([] { SystemInformation(); }), message);
+TEST_F(SystemStore, ReadsTheVariableOfTheInstallationOnce) {
+    setEnvVariable("KYM_BASE_DIR", "");
+    EXPECT_EQ(messageOf([] { SystemInformation(); }), "KYM_BASE_DIR is not set.");
     setEnvVariable("KYM_BASE_DIR", site.installation().string());
-    EXPECT_EQ(messageOf([] { BaseInformation(); }), message) << "the variable is read once";
-    if (base == place.string()) {
-        fs::remove(place);
-        fs::create_directory(place);
-        EXPECT_EQ(SystemInformation().installPath(), place) << "the store is made when it can be";
-        EXPECT_EQ(&SystemInformation(), &SystemInformation());
-    }
+    EXPECT_EQ(messageOf([] { BaseInformation(); }), "KYM_BASE_DIR is not set.");
 }
 
-INSTANTIATE_TEST_SUITE_P(SystemStore, Installation,
-                         testing::Values(Texts{"", "KYM_BASE_DIR is not set."},
-                                         Texts{"${kym",
-                                               "KYM_BASE_DIR is set to a invalid directory:\n  ${kym"},
-                                         Texts{"@", "KYM_BASE_DIR is set to a invalid directory:\n  @"}),
-                         [](const auto& suite) { return std::to_string(suite.index); });
+TEST_F(SystemStore, IsMadeWhenTheInstallationIsADirectory) {
+    const fs::path place = site.makeFile("${file");
+    setEnvVariable("KYM_BASE_DIR", place.string());
+    EXPECT_EQ(messageOf([] { SystemInformation(); }),
+              "KYM_BASE_DIR is set to a invalid directory:\n  " + native(place));
+    fs::remove(place);
+    fs::create_directory(place);
+    EXPECT_EQ(SystemInformation().installPath(), place);
+    EXPECT_EQ(&SystemInformation(), &SystemInformation());
+}
 
 TEST_F(SystemStore, MakesTheApplicationDataDirectory) {
     setEnvVariable("XDG_CONFIG_HOME", site.root().string());  // where the system asks the environment
     SystemInfo& system = SystemInformation();
-    system.KymApplicationDataDirectoryName = "no such directory/below";
-    EXPECT_THROW(system.applicationDataPath(), fs::filesystem_error);
     system.KymApplicationDataDirectoryName = fs::unique_path("kym-test-%%%%-%%%%-%%%%").string();
     const fs::path wanted = *Base::Platform::applicationDataFolder() / system.KymApplicationDataDirectoryName;
     Base::FileManager::replaceFile(wanted, "");
@@ -208,9 +199,7 @@ TEST_F(SystemStore, MakesTheApplicationDataDirectory) {
     fs::remove(wanted);
     EXPECT_EQ(system.applicationDataPath(), wanted);
     EXPECT_TRUE(fs::is_directory(wanted));
-    if (!Support::onWindows) {
-        EXPECT_EQ(fs::status(wanted).permissions(), 0775);
-    }
+    EXPECT_TRUE(Support::onWindows || fs::status(wanted).permissions() == 0775);
     system.KymApplicationDataDirectoryName = "other";
     EXPECT_EQ(SystemInfo(system).applicationDataPath(), wanted);
     fs::remove(wanted);
@@ -228,26 +217,11 @@ TEST_F(SystemStore, AsksForTheApplicationDataFolderOnce) {
     EXPECT_EQ(fs::remove(system.applicationDataPath()), Support::onWindows);
 }
 
-TEST_F(SystemStore, ReadsItsConstantsBeforeAnythingUsesThem) {
-    Base::Archiver archiver(site.installation() / "config" / "sysinfo.dat");
-    archiver.encode("SiteSettingsSuffix", std::string("Nx5"));
-    archiver.encode("KymConfigPathEnvVarName", std::string("KYM_TEST_SITE"));
-    archiver.finishEncoding();
-    setEnvVariable("KYM_TEST_SITE", site.makeDirectory("elsewhere").string());
-    SiteInformation().settingsChanged();
-    SiteInformation().save();
-    EXPECT_TRUE(fs::exists(site.root() / "elsewhere" / "site_settingsNx5.dat"));
-    const SystemInfo& system = SystemInformation();
-    EXPECT_EQ((Texts{system.CadProductName, system.osDirectoryName(), system.osaDirectoryName(),
-                     system.scriptExtension()}),
-              (Texts{"NX", "win64", "win64", "bat"}));
-}
-
 TEST_F(SystemStore, SurvivesAFileThatCannotBeUnderstoodOrRead) {
     const fs::path file = site.installation() / "config" / "sysinfo.dat";
     {
         Base::Archiver archiver(file);
-        archiver.encode("CadVersionDirectory", std::string("nx5"));
+        archiver.encode("KymConfigPathEnvVarName", std::string("KYM_TEST_SITE"));
         archiver.encode("BroadcastDirectoryName", 5);
         archiver.encode("CadVersionDataFilename", std::string("lost"));
         archiver.finishEncoding();
@@ -255,8 +229,8 @@ TEST_F(SystemStore, SurvivesAFileThatCannotBeUnderstoodOrRead) {
     site.startLog("kym.info");
     SystemInfo& system = SystemInformation();
     EXPECT_EQ(
-        (Texts{system.CadVersionDirectory, system.BroadcastDirectoryName, system.CadVersionDataFilename}),
-        (Texts{"nx5", "broadcast", "versionFiles.tar.gz"}));
+        (Texts{system.KymConfigPathEnvVarName, system.BroadcastDirectoryName, system.CadVersionDataFilename}),
+        (Texts{"KYM_TEST_SITE", "broadcast", "versionFiles.tar.gz"}));
     fs::remove(file);
     system.tcEngDatabaseVariable = "MY_DATA";
     checkSaving(
@@ -282,6 +256,10 @@ TEST_F(SystemStore, SurvivesAFileThatCannotBeUnderstoodOrRead) {
               (Texts{loading, "  Could not read data file for some reason. Using default settings.", saving,
                      saving, loading, loading,
                      "  Data file was not found or not readable. Using default settings.", saving}));
+    setEnvVariable("KYM_TEST_SITE", site.root().string());
+    SiteInformation().settingsChanged();
+    SiteInformation().save();
+    EXPECT_TRUE(fs::exists(site.root() / "site_settingsNx4.dat")) << "under the name that was read";
 }
 
 TEST_F(Stores, AreWrittenWhenEditedAndReadBackWholly) {
@@ -293,11 +271,9 @@ TEST_F(Stores, AreWrittenWhenEditedAndReadBackWholly) {
     EXPECT_EQ(state(baseRead, baseRead.applicationList()), "C=c|U=u|W=w|Base KYM:nx");
     EXPECT_EQ(baseRead.applications()->unixVariables(0)->numberOfRowsInList(), 1);
     checkFailingLoad(baseRead, baseFile);
-    site.startLog("kym.info");
     std::vector<EnvironmentVariable> variables;
     baseRead.mergeEnvVariables(variables);
     EXPECT_EQ(text(variables), "C=c\nW=w\n");
-    EXPECT_EQ(site.logLines(), Texts{"  merging core KYM envirnment variables"});
 
     const fs::path directory = site.makeDirectory("cam");
     PluginSettings plugin(directory);
@@ -306,9 +282,6 @@ TEST_F(Stores, AreWrittenWhenEditedAndReadBackWholly) {
     checkSaving(
         plugin, directory / "settings.dat", edits(plugin),
         {"Plugin Type", "Common Variables", "Unix Variables", "Windows Variables", "Application List"});
-    plugin.setNeedsSaving(true);
-    plugin.save();
-    EXPECT_TRUE(plugin.needsSaving()) << "a mark that was set by hand stays";
     PluginSettings pluginRead(directory);
     EXPECT_EQ(state(pluginRead, pluginRead.applicationList()), "C=c|U=u|W=w|cam Plugin:nx");
     checkFailingLoad(pluginRead, directory / "settings.dat");
@@ -317,7 +290,6 @@ TEST_F(Stores, AreWrittenWhenEditedAndReadBackWholly) {
     const fs::path file = site.makeDirectory("nx4") / "configSettings.dat";
     site.makeDirectory("kym/plugins/cam");
     ConfigurationSettings settings;
-    const ConfigurationSettings& view = settings;
     settings.setDataFile(file);
     settings.load();
     Edits all = edits(settings);
@@ -333,43 +305,32 @@ TEST_F(Stores, AreWrittenWhenEditedAndReadBackWholly) {
     copy.load();
     EXPECT_FALSE(copy.needsSaving());
     EXPECT_EQ(state(copy, copy.applicationList("x")), "C=c|U=u|W=w|x:nx");
-    EXPECT_EQ(copy.applicationList("y").at(0).mConfigurationName, "y");
     EXPECT_EQ(copy.workDirectoryList().at(0).path, "p");
     EXPECT_TRUE(copy.isPluginDisabled("cam"));
-    EXPECT_FALSE(copy.isPluginDisabled("CAM"));
     EXPECT_TRUE(copy.hasOverlay("base", "nx"));
     copy = settings;
     Support::addRow(*copy.workDirectories());
-    EXPECT_EQ(view.workDirectoryList().size(), 1U) << "a copy has lists of its own";
+    EXPECT_EQ(std::as_const(settings).workDirectoryList().size(), 1U) << "a copy has lists of its own";
 }
 
 TEST_F(SiteStore, WritesItsFileWhenChangedAndReadsItBack) {
     const fs::path file = SystemInformation().localDepartmentsPath() / "site_settingsNx4.dat";
     site.startLog("kym.info");
     SiteSettings& settings = SiteInformation();
-    EnvironmentVariable SiteSettings::*const members[] = {&SiteSettings::unixNxInstallPath,
-                                                          &SiteSettings::winNxInstallPath,
-                                                          &SiteSettings::unixTcEngInstallPath,
-                                                          &SiteSettings::winTcEngInstallPath,
-                                                          &SiteSettings::unixPortalInstallPath,
-                                                          &SiteSettings::winPortalInstallPath,
-                                                          &SiteSettings::browser,
-                                                          &SiteSettings::unixPlotConfBase,
-                                                          &SiteSettings::winPlotConfBase};
-    const auto paths = [&](const SiteSettings& from) {
-        std::vector<EnvironmentVariable> all;
-        for (const auto member : members) {
-            all.push_back(from.*member);
-        }
-        return text(all);
+    const auto paths = [](SiteSettings& from) {
+        return std::array{&from.unixNxInstallPath,
+                          &from.winNxInstallPath,
+                          &from.unixTcEngInstallPath,
+                          &from.winTcEngInstallPath,
+                          &from.unixPortalInstallPath,
+                          &from.winPortalInstallPath,
+                          &from.browser,
+                          &from.unixPlotConfBase,
+                          &from.winPlotConfBase};
     };
-    EXPECT_EQ(paths(settings),
-              "UGII_BASE_DIR=\nUGII_BASE_DIR=\nTC_ROOT=\nTC_ROOT=\nTC_PORTAL_ROOT=\nTC_PORTAL_ROOT=\n"
-              "UGII_HTML_BROWSER=\nSDI_SERVER_CFG_BASE=\nSDI_SERVER_CFG_BASE=\n");
-    EXPECT_TRUE(settings.useWindowsRegistry);
     int number = 0;
-    for (const auto member : members) {
-        settings.*member = EnvironmentVariable("other name", std::to_string(++number));
+    for (EnvironmentVariable* path : paths(settings)) {
+        *path = EnvironmentVariable("other name", std::to_string(++number));
     }
     settings.useWindowsRegistry = false;
     settings.unixExternalPluginsLocation = "/plugins";
@@ -385,50 +346,47 @@ TEST_F(SiteStore, WritesItsFileWhenChangedAndReadsItBack) {
          "Unix NX Plot Conf Directory Base Key", "Windows NX Plot Conf Directory Base Key",
          "Unix External Plugins Location Key", "Windows External Plugins Location Key"});
     SiteSettings again;
-    EXPECT_EQ(paths(again),
+    std::vector<EnvironmentVariable> read;
+    for (const EnvironmentVariable* path : paths(again)) {
+        read.push_back(*path);
+    }
+    EXPECT_EQ(text(read),
               "UGII_BASE_DIR=1\nUGII_BASE_DIR=2\nTC_ROOT=3\nTC_ROOT=4\nTC_PORTAL_ROOT=5\nTC_PORTAL_ROOT=6\n"
               "UGII_HTML_BROWSER=7\nSDI_SERVER_CFG_BASE=8\nSDI_SERVER_CFG_BASE=9\n");
     EXPECT_FALSE(again.useWindowsRegistry);
     EXPECT_EQ((Texts{again.unixExternalPluginsLocation, again.winExternalPluginsLocation, state(again)}),
               (Texts{"/plugins", "no such directory", "C=c|U=u|W=w|"}));
-    const std::string loading = "Loading site settings file: " + native(file);
-    const std::string saving = "Saving site settings file: " + native(file);
-    Texts lines(10, saving);
-    lines.front() = lines.back() = loading;
-    EXPECT_EQ(site.logLines(), lines);
+    EXPECT_EQ(site.logLines().front(), "Loading site settings file: " + native(file));
+    EXPECT_EQ(site.logLines().at(1), "Saving site settings file: " + native(file));
 }
 
 TEST_F(SiteStore, LoadsWhatItsFileHoldsOrNothing) {
-    using List = std::vector<EnvironmentVariable>;
-    const auto list = [](const char* key, List variables) {
-        return [=](Base::Archiver& archiver) mutable { encodeMember(archiver, key, variables); };
-    };
+    std::vector<EnvironmentVariable> list{{"A", "1"}, {"B", "2"}};
+    EnvironmentVariable path("other name", "C:\\nx");
     const std::pair<std::function<void(Base::Archiver&)>, const char*> loads[] = {
-        {list("Common Environment Variables Key", {{"A", "1"}, {"B", "2"}}), "1||A B=1 2|=|=|"},
-        {list("Common Environment Variables Key", {{"C", "3"}}), "1||C=3|=|=|"},
-        {[](Base::Archiver& archiver) {
-             EnvironmentVariable path("other name", "C:\\nx");
+        {[&](auto& archiver) { encodeMember(archiver, "Common Environment Variables Key", list); },
+         "1||A B=1 2|=|=|"},
+        {[&](auto& archiver) {
              encodeMember(archiver, "Windows NX Install Path Key", path);
              archiver.encode("Use Windows Registry Key", false);
          },
-         "0|C:\\nx|C=3|=|=|"},
-        {[](Base::Archiver& archiver) {
+         "0|C:\\nx|A B=1 2|=|=|"},
+        {[&](auto& archiver) {
+             path.value = "new";
+             list.pop_back();
+             encodeMember(archiver, "Windows NX Install Path Key", path);
+             encodeMember(archiver, "Common Environment Variables Key", list);
              archiver.encode("Use Windows Registry Key", true);
              archiver.encode("Windows External Plugins Location Key", 5);
          },
-         "error: 0|C:\\nx|C=3|=|=|"}};
+         "error: 0|C:\\nx|A B=1 2|=|=|"}};
     SiteSettings& settings = SiteInformation();
     for (const auto& [write, expected] : loads) {
         Base::Archiver archiver(site.departments() / "site_settingsNx4.dat");
         write(archiver);
         archiver.finishEncoding();
-        std::string found;
-        try {
-            settings.load();
-        } catch (const Base::ArchiveError&) {
-            found = "error: ";
-        }
-        EXPECT_EQ(found + std::to_string(settings.useWindowsRegistry) + "|" +
+        const bool failed = messageOf([&] { settings.load(); }) != "no error";
+        EXPECT_EQ((failed ? "error: " : "") + std::to_string(settings.useWindowsRegistry) + "|" +
                       settings.winNxInstallPath.value + "|" + state(settings),
                   expected);
         EXPECT_EQ(settings.winNxInstallPath.name, "UGII_BASE_DIR");
@@ -437,41 +395,31 @@ TEST_F(SiteStore, LoadsWhatItsFileHoldsOrNothing) {
 
 TEST_F(SiteStore, MergesWhatItDerivesBeforeItsLists) {
     struct Case {
-        bool registry;
         Texts installations;  // of the CAD system, Teamcenter, the portal and the plotter
         std::vector<EnvironmentVariable> before;
         std::string after;
     };
-    const Texts none(4);
     const Case cases[] = {
-        {false,
-         {"C:\\nx", "T:\\tc", "P:\\portal", "S:\\plot"},
+        {{"C:\\nx", "T:\\tc", "P:\\portal", "S:\\plot"},
          {},
          "UGII_BASE_DIR=C:\\nx\nUGII_ROOT_DIR=C:\\nx\\ugii\\\nTC_ROOT=T:\\tc\nTC_PORTAL_ROOT=P:\\portal\n"
          "SDI_SERVER_CFG_BASE=S:\\plot\nUGII_HTML_BROWSER=@\nUGII_SDI_SERVER_CFG_DIR=S:\\plot/win\n"
          "UGII_UGDOC_BASE_DIR=${UGII_BASE_DIR}/ugdoc\n"},
-        {false,
-         none,
+        {Texts(4),
          {{"TC_ROOT", "kept"}, {"UGII_UGDOC_BASE_DIR", ""}, {"UGII_HTML_BROWSER", "first"}},
          "TC_ROOT=kept\nUGII_UGDOC_BASE_DIR=\nUGII_HTML_BROWSER=first\nUGII_HTML_BROWSER=@\n"},
-        {false,
-         {"$UGII_BASE_DIR\\", "", "", ""},
+        {{"$UGII_BASE_DIR\\", "", "", ""},
          {{"UGII_ROOT_DIR", "r"}, {"UGII_BASE_DIR", "b"}},
          "UGII_ROOT_DIR=$UGII_BASE_DIR\\\\ugii\\\nUGII_BASE_DIR=$UGII_BASE_DIR\\\n"
-         "UGII_HTML_BROWSER=@\nUGII_UGDOC_BASE_DIR=${UGII_BASE_DIR}/ugdoc\n"},
-        {true,
-         {"C:\\nx", "", "", ""},
-         {},
          "UGII_HTML_BROWSER=@\nUGII_UGDOC_BASE_DIR=${UGII_BASE_DIR}/ugdoc\n"}};
 
     setEnvVariable("PROGRAMFILES", "Q:\\no such programs");
     const std::string browser = "Q:\\no such programs\\Internet Explorer\\iexplore.exe";
-    SystemInformation().CadWindowsRegistryPath = "SOFTWARE\\" + fs::unique_path("KymTest%%%%%%%%").string();
     SiteSettings& settings = SiteInformation();
+    settings.useWindowsRegistry = false;
     settings.browser.value = settings.unixNxInstallPath.value = "never merged";
     addVariable(settings.unixVariables(), "UNIX", "never merged");
     for (const Case& c : cases) {
-        settings.useWindowsRegistry = c.registry;
         settings.winNxInstallPath.value = c.installations[0];
         settings.winTcEngInstallPath.value = c.installations[1];
         settings.winPortalInstallPath.value = c.installations[2];
@@ -480,33 +428,24 @@ TEST_F(SiteStore, MergesWhatItDerivesBeforeItsLists) {
         settings.mergeEnvVariables(variables);
         EXPECT_EQ(text(variables), boost::replace_all_copy(c.after, "@", browser));
     }
-    settings.useWindowsRegistry = false;
     settings.winNxInstallPath.value = "C:\\nx";
     addVariable(settings.winVariables(), "UGII_UGDOC_BASE_DIR", "D:\\doc;$UGII_UGDOC_BASE_DIR");
-    addVariable(settings.winVariables(), "NEW", "n");
-    const std::pair<const char*, Texts> logs[] = {
-        {"kym.info", {"  merging site envirnment variables"}},
-        {"kym.verbose",
-         {"  merging UGII_BASE_DIR", "    Replacing UGII_BASE_DIR value.", "      current value: C:\\old",
-          "      new value: C:\\nx", "  merging UGII_ROOT_DIR", "  merging UGII_UGDOC_BASE_DIR",
-          "    current value: C:\\\\doc", "    value = D:\\doc;C:\\doc", "    replacing existing value",
-          "    new value: D:\\doc;C:\\doc", "  merging NEW", "    value = n"}}};
-    for (const auto& [logger, lines] : logs) {
-        std::vector<EnvironmentVariable> variables{{"UGII_BASE_DIR", "C:\\old"},
-                                                   {"UGII_UGDOC_BASE_DIR", "C:\\doc"}};
-        site.startLog(logger);
-        settings.mergeEnvVariables(variables);
-        EXPECT_EQ(site.logLines(), lines) << logger;
-    }
+    std::vector<EnvironmentVariable> variables{{"UGII_BASE_DIR", "C:\\old"},
+                                               {"UGII_UGDOC_BASE_DIR", "C:\\doc"}};
+    site.startLog("kym.verbose");
+    settings.mergeEnvVariables(variables);
+    EXPECT_EQ(site.logLines(), (Texts{"  merging UGII_BASE_DIR", "    Replacing UGII_BASE_DIR value.",
+                                      "      current value: C:\\old", "      new value: C:\\nx",
+                                      "  merging UGII_ROOT_DIR", "  merging UGII_UGDOC_BASE_DIR",
+                                      "    current value: C:\\\\doc", "    value = D:\\doc;C:\\doc",
+                                      "    replacing existing value", "    new value: D:\\doc;C:\\doc"}));
 }
 
 TEST_F(SiteStore, AsksTheSystemForTheInstallPathAndTheBrowser) {
-    SystemInfo& system = SystemInformation();
-    const std::string key = system.CadWindowsRegistryPath =
+    const std::string key = SystemInformation().CadWindowsRegistryPath =
         "SOFTWARE\\" + fs::unique_path("KymTest%%%%%%%%").string() + "\\NX";
     const SiteSettings& settings = SiteInformation();
     const std::pair<std::string, std::string> installations[] = {
-        {"D:\\nx\\", "UGII_BASE_DIR=D:\\nx\nUGII_ROOT_DIR=D:\\nx\\ugii\\\n"},
         {"D:\\nx 4", "UGII_BASE_DIR=D:\\nx 4\nUGII_ROOT_DIR=D:\\nx 4\\ugii\\\n"},
         {"D:\\nx\\\\", "UGII_BASE_DIR=D:\\nx\\\nUGII_ROOT_DIR=D:\\nx\\\\ugii\\\n"}};
     for (const auto& [value, expected] : installations) {
@@ -517,13 +456,6 @@ TEST_F(SiteStore, AsksTheSystemForTheInstallPathAndTheBrowser) {
             << text(variables);
     }
     Support::deleteLocalMachineKey(key.substr(0, key.rfind('\\')));
-
-    Support::writeLocalMachineText("", "KymTest", "D:\\nx");  // where an empty path would lead
-    system.CadWindowsRegistryPath.clear();
-    system.CadInstallPathVariable = "KymTest";
-    std::vector<EnvironmentVariable> variables;
-    settings.mergeEnvVariables(variables);
-    EXPECT_TRUE(text(variables).starts_with("UGII_HTML_BROWSER=")) << text(variables);
 
     const fs::path browser = site.makeFile("Program Files\\Internet Explorer\\iexplore.exe");
     setEnvVariable("PROGRAMFILES", (site.root() / "Program Files").string());
@@ -540,7 +472,7 @@ TEST_F(SiteStore, RegistersEveryEntryOfTheExternalPluginsInNameOrder) {
         archiver.encode("Windows External Plugins Location Key", location);
         archiver.finishEncoding();
     };
-    for (const char* name : {"b", "a", "B2", "é", "a b"}) {
+    for (const char* name : {"b", "B2", "é"}) {
         site.makeDirectory(fs::path("external") / name);
     }
     site.makeFile("external/c.txt");
@@ -551,11 +483,9 @@ TEST_F(SiteStore, RegistersEveryEntryOfTheExternalPluginsInNameOrder) {
     EXPECT_EQ(PluginsManagement().numberOfPlugins(), 1) << "the external ones come all or none";
     fs::remove(damaged);
     SiteInformation();
-    for (const std::string& location : {external + std::string(1, '\0'), std::string("\xff\xfe"),
-                                        external + "/none", std::string(70000, 'x')}) {
+    for (const std::string& location : {external + std::string(1, '\0'), std::string("\xff\xfe")}) {
         locate(location);
         EXPECT_NO_THROW(SiteSettings()) << "there is no such directory";
     }
-    EXPECT_EQ(Support::cellsOf(PluginsManagement(), ""),
-              (Texts{"internal", "B2", "a", "a b", "b", "c.txt", "é"}));
+    EXPECT_EQ(Support::cellsOf(PluginsManagement(), ""), (Texts{"internal", "B2", "b", "c.txt", "é"}));
 }
