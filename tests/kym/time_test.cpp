@@ -1,10 +1,12 @@
 #include "kym/Time.h"
 
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <limits>
 #include <random>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -31,13 +33,13 @@ constexpr auto standard = Time::IsoExtended;
 Time gmt(sys_seconds moment) {
     const auto day = std::chrono::floor<days>(moment);
     const year_month_day date(day);
-    const std::chrono::hh_mm_ss time(moment - day);
+    const auto second = static_cast<int>((moment - day).count());
     return {static_cast<int>(date.year()),
             static_cast<int>(static_cast<unsigned>(date.month())),
             static_cast<int>(static_cast<unsigned>(date.day())),
-            static_cast<int>(time.hours().count()),
-            static_cast<int>(time.minutes().count()),
-            static_cast<int>(time.seconds().count()),
+            second / 3600,
+            second / 60 % 60,
+            second % 60,
             Time::Gmt};
 }
 
@@ -56,22 +58,19 @@ const auto refused = ThrowsMessage<std::runtime_error>("Kym::Time - Passed inval
 
 TEST_F(TimeTest, CountsDaysAsTheCalendarDoes) {
     const sys_days first = sys_days(std::chrono::year(1755) / 1 / 1);
+    const sys_days end = sys_days(std::chrono::year(3001) / 1 / 1);
     Time time(1755, 1, 1, 7, 8, 9, Time::Gmt);
-    for (sys_days day = first; day < sys_days(std::chrono::year(3001) / 1 / 1); day += days(1)) {
+    for (sys_days day = first; day < end; day += days(1)) {
         const year_month_day date(day);
-        const int year = static_cast<int>(date.year());
-        ASSERT_EQ(time.year, year);
-        ASSERT_EQ(time.month, static_cast<unsigned>(date.month()));
-        ASSERT_EQ(time.day, static_cast<unsigned>(date.day()));
+        ASSERT_EQ(text(time), text(gmt(day + hours(7) + std::chrono::seconds(489))));
         ASSERT_EQ(time.dayOfYear(), (day - sys_days(date.year() / 1 / 1)).count() + 1);
         ASSERT_EQ(time.isLeap(), date.year().is_leap());
-        const int late = time.month < 3 && year % 400 == 0 ? 1 : 0;
+        const int late = time.month < 3 && time.year % 400 == 0 ? 1 : 0;
         const int weekday = static_cast<int>(std::chrono::weekday(day).c_encoding());
         ASSERT_EQ(time.dayOfWeek(), (weekday + late) % 7) << text(time);
         time.addDay(1);
     }
-    EXPECT_EQ(text(time), "3001-01-01T07:08:09GMT");
-    time.addDay(static_cast<int>((first - sys_days(std::chrono::year(3001) / 1 / 1)).count()));
+    time.addDay(static_cast<int>((first - end).count()));
     EXPECT_EQ(text(time), "1755-01-01T07:08:09GMT");
 }
 
@@ -99,11 +98,10 @@ TEST_F(TimeTest, AddsWithCarry) {
     const Time later(2024, 3, 3, 18, 0, 0, Time::Local);  // zones do not count
     EXPECT_EQ(later.diffMinute(time), 3960);
     EXPECT_EQ(later.diffHour(time), 66);
-    EXPECT_EQ(later.diffDay(time), 2.75);
     EXPECT_EQ(time.diffDay(later), -2.75);
-    const std::int64_t century = std::int64_t{36525} * 86400;
+    const std::int64_t century = std::int64_t{36524} * 86400;
     EXPECT_EQ(Time(2124, 3, 1, 0, 0, 0, Time::Gmt).diffSecond(time),
-              static_cast<std::int32_t>(static_cast<std::uint32_t>(century - 86400)));
+              static_cast<std::int32_t>(static_cast<std::uint32_t>(century)));
 
     // Whatever the count, the sum is right or refused, and then nothing is changed.
     Time far = time;
@@ -119,26 +117,23 @@ TEST_F(TimeTest, AddsWithCarry) {
 }
 
 TEST_F(TimeTest, MonthsAndYearsLeaveTheDay) {
-    Time time(2024, 1, 31, 0, 0, 0, Time::Gmt);
-    time.addMonth(1);
-    EXPECT_EQ(time.month, 2);
-    EXPECT_EQ(time.day, 31);
-    EXPECT_FALSE(time.isValid());
-    EXPECT_THAT([&] { time.toString(standard); },
-                ThrowsMessage<std::runtime_error>("Kym::Time::toString() - invalid time"));
-    const struct {
-        int months;
-        const char* expected;
-    } cases[] = {{11, "2024-12-31"}, {12, "2025-01-31"}, {-1, "2023-12-31"}, {-13, "2022-12-31"},
-                 {0, "2024-01-31"},  {25, "invalid"},    {-24, "2022-01-31"}};
-    for (const auto& c : cases) {
+    const std::pair<int, const char*> cases[] = {
+        {1, ""},  {11, "2024-12-31"}, {12, "2025-01-31"}, {-1, "2023-12-31"}, {-13, "2022-12-31"},
+        {25, ""}, {0, "2024-01-31"}};
+    for (const auto& [months, expected] : cases) {
         Time moved(2024, 1, 31, 0, 0, 0, Time::Local);
-        moved.addMonth(c.months);
-        EXPECT_EQ(text(moved).substr(0, std::string(c.expected).size()), c.expected) << c.months;
+        moved.addMonth(months);
+        EXPECT_EQ(moved.day, 31);
+        if (*expected) {
+            EXPECT_EQ(moved.toString("%Y-%m-%d"), expected) << months;
+        } else {
+            EXPECT_THAT([&] { moved.toString(standard); },
+                        ThrowsMessage<std::runtime_error>("Kym::Time::toString() - invalid time"));
+        }
     }
     Time leapDay(2024, 2, 29, 0, 0, 0, Time::Local);
     leapDay.addYear(1);
-    EXPECT_EQ(text(leapDay), "invalid");
+    EXPECT_FALSE(leapDay.isValid());
     leapDay.addYear(-5);
     EXPECT_EQ(text(leapDay), "2020-02-29T00:00:00");
     leapDay.addYear(highest);
@@ -146,28 +141,21 @@ TEST_F(TimeTest, MonthsAndYearsLeaveTheDay) {
 }
 
 TEST_F(TimeTest, TakesRealDatesOnly) {
-    using Fields = std::vector<int>;
+    using Fields = std::array<int, 6>;
     const auto make = [](const Fields& f) {
         return text(Time(f[0], f[1], f[2], f[3], f[4], f[5], Time::Local));
     };
-    EXPECT_EQ(make({0, 0, 0, 0, 0, 0}), "");
+    EXPECT_EQ(make({}), "");
     EXPECT_EQ(make({1755, 1, 1, 0, 0, 0}), "1755-01-01T00:00:00");
     EXPECT_EQ(make({2000, 2, 29, 23, 59, 59}), "2000-02-29T23:59:59");
-    EXPECT_EQ(make({2023, 4, 30, 0, 0, 0}), "2023-04-30T00:00:00");
-    for (const Fields& fields : std::vector<Fields>{{1754, 12, 31, 0, 0, 0},
-                                                    {0, 0, 0, 0, 0, 1},
-                                                    {2023, 2, 29, 0, 0, 0},
-                                                    {1900, 2, 29, 0, 0, 0},
-                                                    {2023, 4, 31, 0, 0, 0},
-                                                    {2023, 0, 1, 0, 0, 0},
-                                                    {2023, 13, 1, 0, 0, 0},
-                                                    {2023, 1, 0, 0, 0, 0},
-                                                    {2023, 1, 1, 24, 0, 0},
-                                                    {2023, 1, 1, 0, 60, 0},
-                                                    {2023, 1, 1, 0, 0, 60},
-                                                    {2023, 257, 1, 0, 0, 0},
-                                                    {2023, 1, 1, 0, 0, -256}}) {
-        EXPECT_THAT([&] { make(fields); }, refused) << testing::PrintToString(fields);
+    EXPECT_THAT([&] { make({0, 0, 0, 0, 0, 1}); }, refused);
+    EXPECT_THAT([&] { make({1900, 2, 29, 0, 0, 0}); }, refused);
+    const std::pair<std::size_t, int> wrong[] = {{0, 1754}, {1, 0},  {1, 13}, {1, 257}, {2, 0},
+                                                 {2, 31},   {3, 24}, {4, 60}, {5, 60},  {5, -256}};
+    for (const auto& [field, value] : wrong) {
+        Fields fields = {2023, 4, 30, 0, 0, 0};
+        fields[field] = value;
+        EXPECT_THAT([&] { make(fields); }, refused) << field << ' ' << value;
     }
     for (Time time : {Time(), Time("2024-01-01", Time::IsoBasic, Time::Local), Time("1", "%Y", Time::Local),
                       Time(std::numeric_limits<std::int64_t>::max(), Time::Local)}) {
@@ -179,54 +167,45 @@ TEST_F(TimeTest, TakesRealDatesOnly) {
     for (const std::int64_t beyondWindows : {std::int64_t{-1}, std::int64_t{32535216000}}) {
         EXPECT_EQ(Time(beyondWindows, Time::Gmt).isEmpty(), Support::onWindows);
     }
-    Time time(2024, 1, 1, 0, 0, 0, Time::Gmt);
-    time.clear();
-    EXPECT_TRUE(time.isEmpty() && time.zone == Time::Gmt);
 }
 
 // Each zone over four days around both changes and in both seasons, every half hour.
 TEST_F(TimeTest, ConvertsBetweenZones) {
     const struct {
         const char* rules;
-        int offset;
-        bool daylight;
-    } zones[] = {{"EST5EDT,M3.2.0,M11.1.0", -18000, true},
-                 {"CET-1CEST,M3.2.0,M11.1.0", 3600, true},
-                 {"NST3:30NDT,M3.2.0,M11.1.0", -12600, true},
-                 {"JST-9", 32400, false},
-                 {"UTC0", 0, false}};
-    for (const auto& zone : zones) {
-        Support::useTimeZone(zone.rules);
-        for (const int number : {2008, 2026, 2800}) {
-            const std::chrono::year year(number);
-            const std::chrono::seconds offset(zone.offset);
-            const sys_seconds begin = sys_days(year / 3 / std::chrono::Sunday[2]) + hours(2) - offset;
-            const sys_seconds end = sys_days(year / 11 / std::chrono::Sunday[1]) + hours(1) - offset;
-            for (const sys_seconds middle :
-                 {begin, end, sys_seconds(sys_days(year / 7 / 1)), sys_seconds(sys_days(year / 12 / 31))}) {
-                for (int step = -96; step <= 96; ++step) {
-                    const sys_seconds moment = middle + step * std::chrono::minutes(30);
-                    const std::int64_t seconds = moment.time_since_epoch().count();
-                    const bool summer = zone.daylight && moment >= begin && moment < end;
-                    const std::string localText =
-                        text(gmt(moment + offset + hours(summer ? 1 : 0))).substr(0, 19);
-                    SCOPED_TRACE(zone.rules + (' ' + localText));
+        std::chrono::seconds offset;
+        std::chrono::year year;
+    } zones[] = {{"EST5EDT,M3.2.0,M11.1.0", hours(-5), std::chrono::year(2026)},
+                 {"CET-1CEST,M3.2.0,M11.1.0", hours(1), std::chrono::year(2008)},
+                 {"NST3:30NDT,M3.2.0,M11.1.0", std::chrono::minutes(-210), std::chrono::year(2800)}};
+    for (const auto& [rules, offset, year] : zones) {
+        Support::useTimeZone(rules);
+        const sys_seconds begin = sys_days(year / 3 / std::chrono::Sunday[2]) + hours(2) - offset;
+        const sys_seconds end = sys_days(year / 11 / std::chrono::Sunday[1]) + hours(1) - offset;
+        for (const sys_seconds middle :
+             {begin, end, sys_seconds(sys_days(year / 7 / 1)), sys_seconds(sys_days(year / 12 / 31))}) {
+            for (int step = -96; step <= 96; ++step) {
+                const sys_seconds moment = middle + step * std::chrono::minutes(30);
+                const std::int64_t seconds = moment.time_since_epoch().count();
+                const bool summer = moment >= begin && moment < end;
+                const std::string localText =
+                    text(gmt(moment + offset + hours(summer ? 1 : 0))).substr(0, 19);
+                SCOPED_TRACE(rules + (' ' + localText));
 
-                    Time time(seconds, Time::Gmt);
-                    EXPECT_EQ(text(time), text(gmt(moment)));
-                    // The hour that local time skips is reached on the way and may come out an hour off.
-                    if (!(zone.daylight && moment >= begin && moment < begin + hours(1))) {
-                        EXPECT_EQ(time.getTime(), seconds);
-                        time.toTime(Time::Local);
-                        EXPECT_EQ(text(time), localText);
-                    }
-                    const Time local(seconds, Time::Local);
-                    EXPECT_EQ(text(local), localText);
-                    const std::int64_t difference = local.getTime() - seconds;
-                    const bool twice = zone.daylight && moment >= end - hours(1) && moment < end + hours(1);
-                    EXPECT_TRUE(difference == 0 || (twice && std::abs(difference) == 3600)) << difference;
-                    ASSERT_FALSE(HasFailure());
+                Time time(seconds, Time::Gmt);
+                EXPECT_EQ(text(time), text(gmt(moment)));
+                // The hour that local time skips is reached on the way and may come out an hour off.
+                if (moment < begin || moment >= begin + hours(1)) {
+                    EXPECT_EQ(time.getTime(), seconds);
+                    time.toTime(Time::Local);
+                    EXPECT_EQ(text(time), localText);
                 }
+                const Time local(seconds, Time::Local);
+                EXPECT_EQ(text(local), localText);
+                const std::int64_t difference = local.getTime() - seconds;
+                const bool twice = moment >= end - hours(1) && moment < end + hours(1);
+                EXPECT_TRUE(difference == 0 || (twice && std::abs(difference) == 3600)) << difference;
+                ASSERT_FALSE(HasFailure());
             }
         }
     }
@@ -250,7 +229,7 @@ TEST_F(TimeTest, RelabelsConvertsAndComparesInItsOwnWay) {
     never.toTime(Time::Gmt);
     EXPECT_EQ(never.zone, Time::Local);
 
-    // One smaller field is enough for "less", one greater field for "greater".
+    // One field is enough.
     const Time early(2019, 12, 31, 0, 0, 0, Time::Gmt);
     const Time late(2020, 1, 1, 0, 0, 0, Time::Gmt);
     EXPECT_TRUE(late < early && late > early && early < late && early > late);
@@ -263,16 +242,8 @@ TEST_F(TimeTest, RelabelsConvertsAndComparesInItsOwnWay) {
 
 TEST_F(TimeTest, Formats) {
     const Time time(2024, 3, 5, 6, 7, 8, Time::Gmt);
-    const struct {
-        const char* format;
-        const char* expected;
-    } cases[] = {{"%A %a %B %b %G|%Y %y %m %d %e|%H:%M:%S %Z",
-                  "Tuesday Tue March Mar MR|2024 24 03 05 5|06:07:08 GMT"},
-                 {"%Y-%m-%d %Q %% %%Y%", "2024-03-05 %Q % %Y%"},
-                 {"", ""}};
-    for (const auto& c : cases) {
-        EXPECT_EQ(time.toString(c.format), c.expected);
-    }
+    EXPECT_EQ(time.toString("%A %a %B %b %G|%Y %y %m %d %e|%H:%M:%S %Z|%Q %% %%Y%"),
+              "Tuesday Tue March Mar MR|2024 24 03 05 5|06:07:08 GMT|%Q % %Y%");
     EXPECT_EQ(time.toString(Time::Standard), "Tue Mar 05 06:07:08 2024");
     EXPECT_EQ(time.toString(Time::IsoBasic), "20240305T060708");
     EXPECT_EQ(time.toString(static_cast<Time::TimeFormat>(3)), "");
