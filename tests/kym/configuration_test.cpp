@@ -2,8 +2,8 @@
 
 #include <clocale>
 #include <stdexcept>
+#include <utility>
 
-#include <boost/filesystem/fstream.hpp>
 #include <boost/filesystem/operations.hpp>
 
 #include "base/Archiver.h"
@@ -43,39 +43,31 @@ class Departments : public Support::SiteTest {
 };
 
 TEST_F(Departments, ReadTheirPropertiesWhollyOrNotAtAll) {
-    const std::string description = "<key>Description</key><string>new</string>";
-    struct Case {
-        std::string content;
-        bool good;
-    };
-    const Case cases[] = {
-        {description, true},
-        {description + "<key>Cleanup Days Key</key><integer>9</integer><key>Unknown</key><array/>", true},
-        {description + "<key>Do File Cleanup Key</key><false/><key>Type</key><string>Test</string>", true},
-        {"<key>Type</key><string>Test</string>", false},
-        {"<key>Description</key><integer>1</integer><key>Type</key><string>Test</string>", false},
-        {description + "<key>Cleanup Days Key</key><string>9</string>", false},
-        {description + "<key>Cleanup Days Key</key><integer>-1</integer>", false},
-        {description +
-             "<key>Type</key><string>Test</string><key>Do File Cleanup Key</key><integer>1</integer>",
-         false}};
-    Configuration department(site.root() / "departments/cam", false);
-    for (const Case& testCase : cases) {
+    const std::string described = "<key>Description</key><string>new</string>";
+    const std::string typed = "<key>Type</key><string>Test</string>";
+    const std::pair<std::string, std::string> cases[] = {
+        {described, "new Production 1 2"},
+        {described + "<key>Cleanup Days Key</key><integer>9</integer><key>Unknown</key><array/>",
+         "new Production 1 9"},
+        {described + typed + "<key>Do File Cleanup Key</key><false/>", "new Test 0 2"},
+        {typed, ""},
+        {typed + "<key>Description</key><integer>1</integer>", ""},
+        {typed + described + "<key>Cleanup Days Key</key><integer>-1</integer>", ""},
+        {typed + described + "<key>Do File Cleanup Key</key><integer>1</integer>", ""}};
+    for (const auto& [content, expected] : cases) {
         site.makeFile("departments/cam/.dirinfo.plist",
-                      "<plist version=\"1.0\"><dict>" + testCase.content + "</dict></plist>");
-        if (testCase.good) {
-            Configuration read(department.path(), true);
-            EXPECT_EQ(read.description, "new");
-            EXPECT_EQ(read.type == "Test", testCase.content.find("Test") != std::string::npos);
-            EXPECT_EQ(read.doFileCleanup, testCase.content.find("<false/>") == std::string::npos);
-            EXPECT_EQ(read.cleanupDays, testCase.content.find(">9<") == std::string::npos ? 2u : 9u);
-            EXPECT_FALSE(read.needsSaving());
+                      "<plist version=\"1.0\"><dict>" + content + "</dict></plist>");
+        Configuration read(site.root() / "departments/cam", false);
+        if (expected.empty()) {
+            EXPECT_THROW(read.load(), boost::bad_any_cast) << content;
         } else {
-            EXPECT_THROW(department.load(), boost::bad_any_cast) << testCase.content;
-            EXPECT_EQ(department.description, "None") << testCase.content;
-            EXPECT_EQ(department.type, "Production") << testCase.content;
+            read.load();
         }
+        EXPECT_EQ(read.description + ' ' + read.type + ' ' + std::to_string(read.doFileCleanup) + ' ' +
+                      std::to_string(read.cleanupDays),
+                  expected.empty() ? "None Production 1 2" : expected);
     }
+    Configuration department(site.root() / "departments/cam", false);
     site.makeFile("departments/cam/.dirinfo.plist", "<plist>");
     EXPECT_THROW(department.load(), Base::PropertyListError);
     fs::remove(department.path() / ".dirinfo.plist");
@@ -88,7 +80,6 @@ TEST_F(Departments, WriteTheirPropertiesAndNoSettingsBeforeTheyAreUpdated) {
     Configuration department(site.makeDirectory("departments") / "cam/", false);
     EXPECT_EQ(department.name(), "cam");
     department.description = "Fräsen & <mehr>";
-    department.doFileCleanup = false;
     department.cleanupDays = 4294967295u;
     department.settings()->setNeedsSaving(true);
     EXPECT_ANY_THROW(department.save()) << "there is no directory yet";
@@ -102,8 +93,8 @@ TEST_F(Departments, WriteTheirPropertiesAndNoSettingsBeforeTheyAreUpdated) {
         const Configuration read(department.path(), true);
         EXPECT_EQ(read.commonDepartment, common == "Shared" ? common : "");
         EXPECT_EQ(read.description, department.description);
-        EXPECT_FALSE(read.doFileCleanup);
         EXPECT_EQ(read.cleanupDays, 4294967295u);
+        EXPECT_FALSE(read.needsSaving());
     }
     EXPECT_FALSE(exists(department.versionPath()));
     EXPECT_TRUE(department.needsSaving()) << "the settings wait for the version directory";
@@ -149,18 +140,16 @@ TEST_F(Departments, TakeWhatADamagedSettingsFileHoldsAndKeepACopyOfIt) {
 
 TEST_F(Departments, KeepOneOverlayPerApplication) {
     ConfigurationSettings settings;
-    const auto set = [&](const char* configuration, const char* application, const char* text) {
-        Kym::ApplicationOverlay overlay = settings.getOverlay(configuration, application);
+    const auto set = [&](const char* application, const char* text) {
+        Kym::ApplicationOverlay overlay = settings.getOverlay("base", application);
         overlay.description = text;
         settings.setOverlay(overlay);
     };
-    EXPECT_EQ(settings.getOverlay("base", "nx").applicationId, "nx");
-    EXPECT_FALSE(settings.hasOverlay("base", "nx"));
     settings.removeOverlay("base", "nx");
     EXPECT_FALSE(settings.needsSaving());
-    set("base", "nx", "1");
-    set("base", "NX", "2");
-    set("base", "nx", "3");
+    set("nx", "1");
+    set("NX", "2");
+    set("nx", "3");
     ASSERT_EQ(settings.overlays().size(), 2u);
     EXPECT_EQ(settings.overlays()[0].description, "3");
     settings.setNeedsSaving(false);
@@ -189,9 +178,8 @@ TEST_F(Departments, StartAReleaseWithItsFilesAndTheirOldSettings) {
     EXPECT_EQ(contentOf(unpacked), script.content);
     EXPECT_EQ(fs::last_write_time(unpacked), Support::tarEntryTime);
     EXPECT_TRUE(department.settings()->hasOverlay("base", "nx"));
-    if (!Support::onWindows) {  // modes are for the others
-        EXPECT_EQ(fs::status(department.versionPath() / "config").permissions(), 0775);
-        EXPECT_EQ(fs::status(department.versionPath()).permissions(), 0775);
+    for (const fs::path& directory : {department.versionPath(), department.versionPath() / "config"}) {
+        EXPECT_TRUE(Support::onWindows || fs::status(directory).permissions() == 0775);
     }
     EXPECT_TRUE(Configuration(department.path(), true).settings()->hasOverlay("base", "nx"));
 
@@ -216,8 +204,7 @@ TEST_F(Departments, LeaveNoHalfMadeVersionDirectory) {
     std::string damaged = whole;
     damaged.replace(20, 20, 20, '\xff');
     const fs::path before = fs::current_path();
-    for (const std::string& bytes : {whole.substr(0, 60'000), whole.substr(0, 5), damaged,
-                                     std::string("neither tar nor gzip"), std::string()}) {
+    for (const std::string& bytes : {whole.substr(0, 60'000), damaged, std::string()}) {
         makeVersionFiles(bytes);
         EXPECT_THROW(department.createNXVersionDirectory(), std::runtime_error) << bytes.size();
         EXPECT_FALSE(exists(department.versionPath())) << bytes.size();
@@ -227,8 +214,6 @@ TEST_F(Departments, LeaveNoHalfMadeVersionDirectory) {
     site.makeDirectory("departments/cam/nx3/config/configSettings.dat");
     EXPECT_ANY_THROW(department.createNXVersionDirectory()) << "the old settings cannot be copied";
     EXPECT_FALSE(exists(department.versionPath()));
-    Configuration nowhere(site.root() / "nowhere", false);
-    EXPECT_THROW(nowhere.createNXVersionDirectory(), fs::filesystem_error);
 }
 
 }  // namespace
