@@ -1,11 +1,13 @@
 #include "kym/Configuration.h"
 
 #include <stdexcept>
+#include <utility>
 
 #include <boost/filesystem/operations.hpp>
 
 #include "base/FileManager.h"
 #include "base/PropertyList.h"
+#include "base/Text.h"
 #include "kym/LeafName.h"
 #include "kym/Loggers.h"
 #include "kym/SystemInfo.h"
@@ -49,10 +51,45 @@ Base::PropertyList readProperties(const path& file) {
     }
 }
 
+// What a property is not: there, or of the kind that it should be.
+class BadProperty : public boost::bad_any_cast {
+  public:
+    BadProperty(const path& file, const char* key, const std::string& reason)
+        : mMessage(Base::Text::readableLines(Base::FileManager::native(file) + ": the property \"" + key +
+                                             "\" " + reason)) {}
+    BadProperty(const BadProperty&) = default;
+    BadProperty& operator=(const BadProperty&) = default;
+    ~BadProperty() override;
+
+    const char* what() const noexcept override { return mMessage.c_str(); }
+
+  private:
+    std::string mMessage;
+};
+
+BadProperty::~BadProperty() = default;
+
+const char* kindOf(const std::string&) {
+    return "a text";
+}
+const char* kindOf(bool) {
+    return "true or false";
+}
+const char* kindOf(std::uint32_t) {
+    return "an integer from 0 to 4294967295";
+}
+
 template <typename Value>
-Value optionalProperty(const Base::PropertyList& list, const char* key, const Value& present) {
+void takeProperty(const Base::PropertyList& list, const char* key, Value& target) {
     const boost::any& property = list.getProperty(key);
-    return property.empty() ? present : boost::any_cast<Value>(property);
+    if (property.empty()) {
+        return;
+    }
+    const auto* value = boost::any_cast<Value>(&property);
+    if (!value) {
+        throw BadProperty(list.file(), key, std::string("is not ") + kindOf(target) + '.');
+    }
+    target = *value;
 }
 
 }  // namespace
@@ -144,14 +181,20 @@ void Configuration::loadProperties() {
     if (Base::log::LoggerStream line{verboseLogger()}) {
         line << "  Loading configuration's properties" << std::endl;
     }
-    const auto newDescription = boost::any_cast<std::string>(list.getProperty(kDescription));
-    const auto newType = optionalProperty(list, kType, type);
-    const auto newCommonDepartment = optionalProperty(list, kCommonDepartment, commonDepartment);
-    const auto newDoFileCleanup = optionalProperty(list, kDoFileCleanup, doFileCleanup);
-    const auto newCleanupDays = optionalProperty(list, kCleanupDays, cleanupDays);
-    description = newDescription;
-    type = newType;
-    commonDepartment = newCommonDepartment;
+    if (!list.hasProperty(kDescription)) {
+        throw BadProperty(list.file(), kDescription, "is missing; it must be a text.");
+    }
+    std::string newDescription, newType = type, newCommonDepartment = commonDepartment;
+    bool newDoFileCleanup = doFileCleanup;
+    std::uint32_t newCleanupDays = cleanupDays;
+    takeProperty(list, kDescription, newDescription);
+    takeProperty(list, kType, newType);
+    takeProperty(list, kCommonDepartment, newCommonDepartment);
+    takeProperty(list, kDoFileCleanup, newDoFileCleanup);
+    takeProperty(list, kCleanupDays, newCleanupDays);
+    description = std::move(newDescription);
+    type = std::move(newType);
+    commonDepartment = std::move(newCommonDepartment);
     doFileCleanup = newDoFileCleanup;
     cleanupDays = newCleanupDays;
     if (Base::log::LoggerStream line{verboseLogger()}) {

@@ -59,8 +59,9 @@ class KYM_EXPORT Configuration {
     void setNeedsSaving(bool needsSaving) { mNeedsSaving = needsSaving; }
 
     /// Reads the property file; a property that it lacks stays as it is. `InvalidConfiguration` when there is
-    /// no readable file, `boost::bad_any_cast` when the description is missing or a property has a value of
-    /// another kind, `Base::PropertyListError` when the file is damaged.
+    /// no readable file, `boost::bad_any_cast`, with a message that names the file and the property, when the
+    /// description is missing or a property has a value of another kind, `Base::PropertyListError` when the
+    /// file is damaged.
     void loadProperties();
 
     /// Writes the property file. The name of a common department that holds a blank is written as no name.

@@ -50,22 +50,28 @@ TEST_F(Departments, ReadTheirPropertiesWhollyOrNotAtAll) {
         {described + "<key>Cleanup Days Key</key><integer>9</integer><key>Unknown</key><array/>",
          "new Production 1 9"},
         {described + typed + "<key>Do File Cleanup Key</key><false/>", "new Test 0 2"},
-        {typed, ""},
-        {typed + "<key>Description</key><integer>1</integer>", ""},
-        {typed + described + "<key>Cleanup Days Key</key><integer>-1</integer>", ""},
-        {typed + described + "<key>Do File Cleanup Key</key><integer>1</integer>", ""}};
+        {typed, "\"Description\" is missing"},
+        {typed + "<key>Description</key><integer>1</integer>", "\"Description\" is not a text"},
+        {typed + described + "<key>Cleanup Days Key</key><integer>-1</integer>",
+         "\"Cleanup Days Key\" is not an integer"},
+        {typed + described + "<key>Do File Cleanup Key</key><integer>1</integer>",
+         "\"Do File Cleanup Key\" is not true"}};
     for (const auto& [content, expected] : cases) {
         site.makeFile("departments/cam/.dirinfo.plist",
                       "<plist version=\"1.0\"><dict>" + content + "</dict></plist>");
         Configuration read(site.root() / "departments/cam", false);
-        if (expected.empty()) {
+        const bool isRefused = expected.starts_with('"');
+        if (isRefused) {
             EXPECT_THROW(read.load(), boost::bad_any_cast) << content;
+            EXPECT_TRUE(messageOf([&] { read.load(); })
+                            .starts_with(Base::FileManager::native(read.propertyFile()) + ": the property " +
+                                         expected));
         } else {
             read.load();
         }
         EXPECT_EQ(read.description + ' ' + read.type + ' ' + std::to_string(read.doFileCleanup) + ' ' +
                       std::to_string(read.cleanupDays),
-                  expected.empty() ? "None Production 1 2" : expected);
+                  isRefused ? "None Production 1 2" : expected);
     }
     Configuration department(site.root() / "departments/cam", false);
     site.makeFile("departments/cam/.dirinfo.plist", "<plist>");
