@@ -13,8 +13,8 @@ std::string_view fileName(std::string_view file) {
 }
 
 const log::Logger& assertLogger() {
-    static const log::Logger logger("base.assert");
-    return logger;
+    static constinit log::ProcessLogger logger("base.assert");
+    return logger.get();
 }
 
 }  // namespace

@@ -2,14 +2,19 @@
 
 namespace Kym {
 
+namespace {
+
+constinit Base::log::ProcessLogger info("kym.info");
+constinit Base::log::ProcessLogger verbose("kym.verbose");
+
+}  // namespace
+
 const Base::log::Logger& infoLogger() {
-    static const Base::log::Logger logger("kym.info");
-    return logger;
+    return info.get();
 }
 
 const Base::log::Logger& verboseLogger() {
-    static const Base::log::Logger logger("kym.verbose");
-    return logger;
+    return verbose.get();
 }
 
 }  // namespace Kym

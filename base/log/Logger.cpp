@@ -21,11 +21,14 @@ struct Settings {
     std::vector<std::string> enabled;
     std::unique_ptr<Platform::AppendFile> file;  // null: standard error
     std::vector<Logger*> loggers;
+    std::vector<ProcessLogger*> processLoggers;
     bool settled = false;
+    bool ended = false;  // the loggers of the process are gone
 
     bool isEnabled(const std::string& name) const {
-        return std::any_of(enabled.begin(), enabled.end(),
-                           [&](const std::string& item) { return item == "all" || item == name; });
+        return !name.empty() && std::any_of(enabled.begin(), enabled.end(), [&](const std::string& item) {
+            return item == "all" || item == name;
+        });
     }
 };
 
@@ -58,6 +61,26 @@ Logger::Logger(std::string name) : mName(std::move(name)), mOn(false) {
 Logger::~Logger() {
     std::vector<Logger*>& loggers = settings().loggers;
     loggers.erase(std::remove(loggers.begin(), loggers.end(), this), loggers.end());
+}
+
+struct ProcessLoggersEnd {
+    ~ProcessLoggersEnd() {
+        settings().ended = true;
+        for (ProcessLogger* logger : settings().processLoggers) {
+            delete std::exchange(logger->mLogger, nullptr);
+        }
+    }
+};
+
+const Logger& ProcessLogger::make() {
+    static const ProcessLoggersEnd end;
+    if (settings().ended) {
+        mLogger = new Logger("");  // for good
+    } else {
+        settings().processLoggers.push_back(this);
+        mLogger = new Logger(mName);
+    }
+    return *mLogger;
 }
 
 void configureLoggers(const std::string& enabled, const std::string& file) {
