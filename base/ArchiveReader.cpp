@@ -17,6 +17,20 @@ namespace {
 
 constexpr int kFormatVersion = 1;
 
+// For messages: a name that the file holds as it stands, or encoded.
+std::string nameIn(pugi::xml_node node, const char* attribute) {
+    if (const pugi::xml_attribute plain = node.attribute(attribute)) {
+        return plain.value();
+    }
+    std::string name;
+    const pugi::xml_attribute encoded = node.attribute((std::string(attribute) + "64").c_str());
+    return Text::decodeBase64(encoded.value(), name) ? name : std::string();
+}
+
+std::string keyOf(pugi::xml_node node) {
+    return nameIn(node, "key");
+}
+
 std::string describe(pugi::xml_node node) {
     switch (ArchiveReader::kindOf(node)) {
         case ArchiveReader::Kind::String:
@@ -27,15 +41,11 @@ std::string describe(pugi::xml_node node) {
         case ArchiveReader::Kind::Int:
             return "an integer";
         case ArchiveReader::Kind::Object:
-            return std::string("an object of type '") + node.attribute("type").value() + "'";
+            return "an object of type '" + nameIn(node, "type") + "'";
         case ArchiveReader::Kind::Unknown:
             break;
     }
     return std::string("an unknown element '") + node.name() + "'";
-}
-
-std::string keyOf(pugi::xml_node node) {
-    return node.attribute("key").value();
 }
 
 bool isBlank(const char* text) {
@@ -162,6 +172,7 @@ std::vector<boost::any>* ArchiveReader::items() {
     bool hasText = !isBlank(frame.node.value());
     for (pugi::xml_node node = frame.node.first_child(); !XmlFile::isNone(node); node = node.next_sibling()) {
         const Kind kind = kindOf(node);
+        checkAttributes(node);
         if (kind == Kind::Object) {
             if (CoderBase* coder = coderOf(node)) {
                 items->elements.push_back({node, coder});
@@ -234,6 +245,7 @@ const ArchiveReader::Members& ArchiveReader::listMembers(Frame& frame) {
             hasText = hasText || !isBlank(node.value());
             continue;
         }
+        checkAttributes(node);
         const pugi::xml_attribute key = node.attribute("key");
         const std::string_view text = key ? std::string_view(key.value()) : unusualKey(node);
         if (!members->emplace(text, node).second) {
@@ -254,6 +266,12 @@ std::string_view ArchiveReader::unusualKey(pugi::xml_node node) {
         fail(node, "", "damaged file: " + describe(node) + " without a key");
     }
     return mDecodedKeys.back();
+}
+
+void ArchiveReader::checkAttributes(pugi::xml_node node) const {
+    if (XmlFile::repeatsAttribute(node)) {
+        fail(node, keyOf(node), "damaged file: an attribute stands twice in one element");
+    }
 }
 
 void ArchiveReader::failKind(pugi::xml_node node, const std::string& key, const std::string& expected) const {

@@ -45,6 +45,9 @@ class ArchiveReader {
             return findOther(key, found);
         }
         found.node = mTop->next;
+        if (!XmlFile::isNone(first.next_attribute())) {
+            checkAttributes(found.node);
+        }
         mTop->isReadByKey = true;
         mTop->next = found.node.next_sibling();
         return true;
@@ -113,6 +116,7 @@ class ArchiveReader {
     std::string_view joinedText(pugi::xml_node node, const std::string& key);
     const Members& listMembers(Frame& frame);
     std::string_view unusualKey(pugi::xml_node node);
+    void checkAttributes(pugi::xml_node node) const;
     [[noreturn]] void fail(int line, const std::string& key, const std::string& reason) const;
 
     boost::filesystem::path mFile;

@@ -47,29 +47,39 @@ class Archiver::Writer {
         writeName("type", coder->name());
         mText += ">\n";
         const std::size_t bodyBegin = mText.size();
-        mInCollection.push_back(false);
+        mBodies.push_back(Body::Empty);
         coder->encode(archiver, object);
-        if (mInCollection.back()) {
+        if (mBodies.back() == Body::OpenCollection) {
             throw std::logic_error("the coder of \"" + coder->name() + "\" left its collection open");
         }
-        mInCollection.pop_back();
+        mBodies.pop_back();
         if (mText.size() == bodyBegin) {
             mText.resize(bodyBegin - 2);
             mText += "/>\n";
         } else {
-            mText.append(mInCollection.size(), '\t').append("</object>\n");
+            mText.append(mBodies.size(), '\t').append("</object>\n");
         }
     }
 
-    void setInCollection(bool inside) {
-        if (mInCollection.back() == inside) {
-            throw std::logic_error("collections of an archive must be opened and closed in pairs");
+    void beginCollection() {
+        if (mBodies.back() == Body::Members) {
+            failToMix();
         }
-        mInCollection.back() = inside;
+        if (mBodies.back() == Body::OpenCollection) {
+            failPairs();
+        }
+        mBodies.back() = Body::OpenCollection;
+    }
+
+    void endCollection() {
+        if (mBodies.back() != Body::OpenCollection) {
+            failPairs();
+        }
+        mBodies.back() = Body::Collection;
     }
 
     void finish() {
-        if (mInCollection.size() != 1 || mInCollection.back() || mFinished) {
+        if (mBodies.size() != 1 || mBodies.back() == Body::OpenCollection || mFinished) {
             throw std::logic_error(
                 "an archive must be finished once, outside of its objects and collections");
         }
@@ -79,9 +89,23 @@ class Archiver::Writer {
     }
 
   private:
+    // What an open object holds so far: keyed members, or the items of a collection, never both.
+    enum class Body { Empty, Members, OpenCollection, Collection };
+
+    [[noreturn]] static void failPairs() {
+        throw std::logic_error("collections of an archive must be opened and closed in pairs");
+    }
+    [[noreturn]] static void failToMix() {
+        throw std::logic_error("an object of an archive holds either members or a collection");
+    }
+
     void startTag(std::string_view element, std::string_view key) {
-        mText.append(mInCollection.size(), '\t').append("<").append(element);
-        if (!mInCollection.back()) {
+        if (mBodies.back() == Body::Collection) {
+            failToMix();
+        }
+        mText.append(mBodies.size(), '\t').append("<").append(element);
+        if (mBodies.back() != Body::OpenCollection) {
+            mBodies.back() = Body::Members;
             writeName("key", key);
         }
     }
@@ -102,7 +126,7 @@ class Archiver::Writer {
 
     boost::filesystem::path mFile;
     std::string mText = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<archive version=\"1\">\n";
-    std::vector<bool> mInCollection = {false};  // for every open object
+    std::vector<Body> mBodies = {Body::Empty};  // of the archive and of every open object in it
     bool mFinished = false;
 };
 
@@ -135,10 +159,10 @@ void Archiver::encodeObject(const std::string& key, void* object, CoderBase* cod
 }
 
 void Archiver::prepareCollection() {
-    mWriter->setInCollection(true);
+    mWriter->beginCollection();
 }
 void Archiver::finishCollection() {
-    mWriter->setInCollection(false);
+    mWriter->endCollection();
 }
 void Archiver::finishEncoding() {
     mWriter->finish();

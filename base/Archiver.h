@@ -44,6 +44,8 @@ class BASE_EXPORT Archiver {
     void encodeObject(const std::string& key, void* object, CoderBase* coder);
 
     /// Between these two calls every `encodeObject` (or `encode`) appends one item to an ordered collection.
+    /// An object holds either a collection or keyed members; both are a programming error
+    /// (`std::logic_error`).
     void prepareCollection();
     void finishCollection();
 

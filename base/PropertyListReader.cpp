@@ -31,6 +31,7 @@ class Reader {
 
   private:
     boost::any value(pugi::xml_node node, int depth) const {
+        checkAttributes(node);
         const std::string_view name = node.name();
         if (name == "string") {
             return text(node);
@@ -69,6 +70,7 @@ class Reader {
             if (std::string_view(child.name()) != "key") {
                 fail(child, std::string("expected <key>, found <") + child.name() + ">");
             }
+            checkAttributes(child);
             std::string key = text(child);
             const pugi::xml_node valueNode = child.next_sibling();
             if (!valueNode || std::string_view(valueNode.name()) == "key") {
@@ -161,6 +163,12 @@ class Reader {
             fail(node, std::string("expected text only in <") + node.name() + ">");
         }
         return std::string(*text);
+    }
+
+    void checkAttributes(pugi::xml_node node) const {
+        if (XmlFile::repeatsAttribute(node)) {
+            fail(node, "damaged file: an attribute stands twice in one element");
+        }
     }
 
     void checkHoldsOnlyElements(pugi::xml_node node) const {

@@ -116,6 +116,9 @@ XmlFile::XmlFile(const boost::filesystem::path& file) : mFile(file), mText(FileM
         throw Error(lineAt(result.offset), std::string("damaged file: ") + result.description());
     }
     for (const pugi::xml_node node : mDocument.children()) {
+        if (repeatsAttribute(node)) {
+            throw Error(line(node), "damaged file: an attribute stands twice in one element");
+        }
         if (node.type() == pugi::node_declaration) {
             const char* encoding = node.attribute("encoding").as_string("UTF-8");
             if (std::string_view(encoding) != "UTF-8" && !boost::algorithm::iequals(encoding, "UTF-8") &&
@@ -148,6 +151,18 @@ int XmlFile::lineAt(std::ptrdiff_t offset) const {
     } catch (const std::exception&) {
         return 0;
     }
+}
+
+bool XmlFile::repeatsAttribute(pugi::xml_node element) {
+    for (pugi::xml_attribute one = element.first_attribute(); !isNone(one); one = one.next_attribute()) {
+        for (pugi::xml_attribute other = one.next_attribute(); !isNone(other);
+             other = other.next_attribute()) {
+            if (std::string_view(one.name()) == other.name()) {
+                return true;
+            }
+        }
+    }
+    return false;
 }
 
 bool XmlFile::holdsOnlyElements(pugi::xml_node element) {

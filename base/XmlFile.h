@@ -51,6 +51,15 @@ class XmlFile {
         return std::bit_cast<Handle>(element) == std::bit_cast<Handle>(pugi::xml_node());
     }
 
+    static bool isNone(pugi::xml_attribute attribute) {
+        return std::bit_cast<AttributeHandle>(attribute) ==
+               std::bit_cast<AttributeHandle>(pugi::xml_attribute());
+    }
+
+    /// Whether an attribute stands twice in an element, which no XML file may have. The parser lets it pass;
+    /// a reader asks for the elements that it looks at.
+    static bool repeatsAttribute(pugi::xml_node element);
+
     /// Whether an element has no text of its own but white space.
     static bool holdsOnlyElements(pugi::xml_node element);
 
@@ -60,6 +69,7 @@ class XmlFile {
 
   private:
     using Handle = std::array<unsigned char, sizeof(pugi::xml_node)>;
+    using AttributeHandle = std::array<unsigned char, sizeof(pugi::xml_attribute)>;
 
     int lineAt(std::ptrdiff_t offset) const;
 

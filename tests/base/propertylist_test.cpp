@@ -222,6 +222,7 @@ TEST_F(PropertyListTest, DamageIsToldWithFileLineAndReason) {
         {plist("<array>text</array>"), 2, "no text in <array>"},
         {plist("<array><key>a</key></array>"), 2, "<key> is no value"},
         {plist("<true>yes</true>"), 2, "no text in <true>"},
+        {plist("<dict><key>a</key>\n<true a='1' a='1'/></dict>"), 3, "an attribute stands twice"},
         {plist("<integer/>"), 2, "expected an integer, found ''"},
         {plist("<integer>1.5</integer>"), 2, "expected an integer, found '1.5'"},
         {plist("<integer>--1</integer>"), 2, "expected an integer"},
