@@ -4,6 +4,7 @@
 #include <deque>
 #include <utility>
 
+#include "base/FileManager.h"
 #include "base/platform/EnvironmentBlock.h"
 
 namespace Base::Environment {
@@ -23,7 +24,8 @@ bool continuesName(char c) {
 
 ExpansionError::~ExpansionError() = default;
 
-Expander::Expander(Lookup lookup) : mLookup(std::move(lookup)) {}
+Expander::Expander(Lookup lookup, StandsForItself standsForItself)
+    : mLookup(std::move(lookup)), mStandsForItself(std::move(standsForItself)) {}
 Expander::~Expander() = default;
 
 void Expander::expand(std::string& text) {
@@ -126,7 +128,9 @@ void Expander::resolve(std::string_view name, std::string_view reference) {
         return;
     }
     if (variable == mVariables.end()) {
-        const State state = value->find('$') == std::string_view::npos ? State::literal : State::untouched;
+        const bool isFinished =
+            value->find('$') == std::string_view::npos || (mStandsForItself && mStandsForItself(*value));
+        const State state = isFinished ? State::literal : State::untouched;
         variable = mVariables.emplace(std::string(name), Known{state, 0, 0}).first;
     }
     if (variable->second.state == State::literal) {
@@ -202,10 +206,15 @@ std::string& expandEnvVariables(std::string& text, const VariableMap& variables)
 
 std::string& expandEnvVariables(std::string& text) {
     std::deque<std::string> values;
-    Expander([&](std::string_view name) -> std::optional<std::string_view> {
+    const auto lookup = [&](std::string_view name) -> std::optional<std::string_view> {
         std::optional<std::string> value = Platform::environmentValue(std::string(name));
         return value ? std::optional<std::string_view>(values.emplace_back(std::move(*value))) : std::nullopt;
-    }).expand(text);
+    };
+    const auto isPathOfSomething = [](std::string_view value) {
+        const FileManager::path path{std::string(value)};
+        return path.is_absolute() && FileManager::exists(path);
+    };
+    Expander(lookup, isPathOfSomething).expand(text);
     return text;
 }
 

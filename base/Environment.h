@@ -45,7 +45,8 @@ class ExpansionError : public BaseException {
 /// of the variable that goes beyond it. When it throws, `text` is unchanged.
 std::string& expandEnvVariables(std::string& text, const VariableMap& variables);
 
-/// The same against the environment of this process.
+/// The same against the environment of this process. A value that is the absolute path of something that
+/// exists stands for itself, since a "$" may be a part of any name.
 std::string& expandEnvVariables(std::string& text);
 
 /// Expands texts and the values of variables by the rules of `expandEnvVariables`; each variable only once,
@@ -60,7 +61,10 @@ class Expander {
     /// that asked for it has returned.
     using Lookup = std::function<std::optional<std::string_view>(std::string_view name)>;
 
-    explicit Expander(Lookup lookup);
+    /// Whether a value stands for itself although there is a "$" in it.
+    using StandsForItself = std::function<bool(std::string_view value)>;
+
+    explicit Expander(Lookup lookup, StandsForItself standsForItself = {});
     ~Expander();
     Expander(const Expander&) = delete;
     Expander& operator=(const Expander&) = delete;
@@ -104,6 +108,7 @@ class Expander {
     std::string chain(const std::string& last) const;
 
     Lookup mLookup;
+    StandsForItself mStandsForItself;
     std::string mResult;     // all that was expanded, so that a variable met again is copied from there
     std::size_t mBegin = 0;  // where the text that is being expanded begins in the result
     Variables mVariables;

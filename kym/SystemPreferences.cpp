@@ -21,10 +21,20 @@ using Base::log::LoggerStream;
 using boost::filesystem::path;
 using Dictionary = Base::PropertyList::Dictionary;
 
+const char* shown(const char* text) {
+    return text;
+}
+const std::string& shown(const std::string& text) {
+    return text;
+}
+std::string shown(const path& file) {
+    return native(file);
+}
+
 template <typename... Parts>
-void log(const Parts&... parts) {
+void log(const std::string& text, const Parts&... parts) {
     if (LoggerStream line{infoLogger()}) {
-        (line << ... << parts) << std::endl;
+        ((line << text) << ... << shown(parts)) << std::endl;
     }
 }
 
@@ -111,7 +121,7 @@ SystemPreferences::SystemPreferences(const std::string& applicationName)
       mApplicationName(applicationName) {
     log("(1) SystemPreferences KYM_DEPT_DIR 1 param ", Base::Environment::getEnvVariable("KYM_DEPT_DIR"));
     log("(1) Current 1app plist = ", mApplicationFile);
-    log("(1) after Base::Path path() path = ", native(mUserDirectory));
+    log("(1) after Base::Path path() path = ", path(mUserDirectory));
     log("(1) Current user pref dir = ", mUserDirectory);
     log("(1) after expandEnvVariables ", mGlobalDirectory);
     log("(1) Global pref dir = ", mGlobalDirectory);
@@ -137,7 +147,7 @@ void SystemPreferences::loadPreferences() {
     mDomains.clear();
     const auto read = [this](int number, const std::string& directory, Directory kind) {
         for (const std::string* file : {&mApplicationFile, &mGlobalFile}) {
-            log("ReadInPlist: ", number++, " ", directory);
+            log("ReadInPlist: " + std::to_string(number++) + " ", directory);
             ReadInPList(*file, directory, false, kind);
         }
     };
@@ -152,7 +162,7 @@ void SystemPreferences::loadPreferences() {
 void SystemPreferences::ReadInPList(const std::string& fileName, const std::string& directory, bool atFront,
                                     Directory kind) {
     const path file = path(directory) / fileName;
-    log("Reading in preference file ", native(file));
+    log("Reading in preference file ", file);
     try {
         Base::PropertyList list = kind == Directory::literal
                                       ? Base::PropertyList(file)
@@ -238,7 +248,7 @@ std::vector<SystemPreferences::Preference> SystemPreferences::preferences() cons
 void SystemPreferences::SetPreference(const std::string& key, const boost::any& value,
                                       const std::string& fileName, const std::string& directory) {
     const path file = path(directory) / fileName;
-    log("Setting Preference '", key, "' and placing it in ", native(file));
+    log("Setting Preference '", key, "' and placing it in ", file);
     const std::vector<std::string> names = namesOf(key);
     boost::any* place = &domain(file);
     for (const std::string& name : names) {
@@ -298,7 +308,7 @@ void SystemPreferences::write(const path& file) {
     if (domain == mDomains.end() || changed == mChanged.end() || !changed->second) {
         return;
     }
-    log("Writing property list ", native(file));
+    log("Writing property list ", file);
     Base::PropertyList(file, domain->second).saveList();
     changed->second = false;
 }

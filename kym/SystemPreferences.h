@@ -49,7 +49,7 @@ class KYM_EXPORT SystemPreferences {
     /// (see `SystemInfo`), `Base::Environment::ExpansionError` when the department's cannot be expanded.
     explicit SystemPreferences(const std::string& applicationName);
 
-    /// The same with a department of the caller's choice.
+    /// The same with a department of the caller's choice. References to variables in its path are expanded.
     SystemPreferences(const std::string& departmentDirectory, const std::string& applicationName);
 
     /// A copy of the value of a key; null when no domain has it.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "gtest/gtest.h"
+#include "tests/support/ScratchSupport.h"
 
 namespace {
 
@@ -164,6 +165,16 @@ TEST(ProcessEnvironment, TakesAndGivesValues) {
     text = "$kym_test_outer";
     EXPECT_EQ(expandEnvVariables(text), "<" + value + ">");
 #endif
+
+    const Support::Scratch scratch;
+    const std::string file = scratch.write("a$KYM_TEST_OUTER", "").string();
+    setEnvVariable("KYM_TEST_FILE", file);
+    setEnvVariable("KYM_TEST_RELATIVE", "a$KYM_TEST_FILE");
+    text = "$KYM_TEST_FILE $KYM_TEST_RELATIVE";
+    EXPECT_EQ(expandEnvVariables(text), file + " a" + file) << "the path of something that exists";
+    boost::filesystem::remove(file);
+    text = "$KYM_TEST_FILE";
+    EXPECT_NE(expandEnvVariables(text), file);
 
     setEnvVariable(name, "");
     EXPECT_EQ(getEnvVariable(name), "");

@@ -40,16 +40,18 @@ std::string complaintOf(const std::function<void()>& call) {
     return testing::internal::GetCapturedStderr();
 }
 
-/// A process that was started for the department "design $b" and its common department "shared".
+/// A process that was started for the department "design $b" and its common department "shared", and knows a
+/// variable b.
 class PreferencesTest : public Support::SiteTest {
   protected:
     PreferencesTest() {
         setEnvVariable("XDG_CONFIG_HOME", site.root().string());  // where the system asks the environment
         Kym::SystemInformation().KymApplicationDataDirectoryName =
             fs::unique_path("kym-test-$UG_VER-%%%%-%%%%-%%%%").string();
-        setEnvVariable("KYM_DEPT_DIR", native(site.departments() / "design $b"));
+        setEnvVariable("KYM_DEPT_DIR", native(site.makeDirectory("departments/design $b")));
         setEnvVariable("KYM_COMMONDEPT_DIR", native(site.departments() / "shared"));
         setEnvVariable("UG_VER", "nx4");
+        setEnvVariable("b", "of another");
     }
     ~PreferencesTest() override { fs::remove_all(userData()); }
 
