@@ -117,7 +117,7 @@ class Domain {
           mFile(request.ofAllApplications ? mPreferences.AnyApplication()
                                           : mPreferences.CurrentApplication()),
           mDirectory(request.ofDepartment ? mPreferences.AnyUser() : mPreferences.CurrentUser()) {
-        if (mDirectory.find("${") != std::string::npos) {
+        if (mDirectory.starts_with("${KYM_DEPT_DIR}") || mDirectory.ends_with("/${UG_VER}/preferences/")) {
             throw std::runtime_error(
                 "There is no department: KYM_DEPT_DIR and UG_VER must be set, as they "
                 "are in a process that was launched.");

@@ -552,12 +552,16 @@ class KymTest(unittest.TestCase):
         self.assertEqual(received["Working directory:"], shown["Working directory:"])
         self.assertEqual(variables(received["Environment:"]), variables(shown["Environment:"]))
 
-    @unittest.skipIf(EMULATOR, "Wine sets PROGRAMFILES anew in every process")
-    def test_tells_when_there_is_no_browser(self):
-        with self.variable("PROGRAMFILES", "nowhere"):
-            done = self.run_program("kym", "documentation", "a.html")
-        self.assertEqual((done.returncode, done.stdout, done.stderr), (
-            1, "", "kym: The executable nowhere\\Internet Explorer\\iexplore.exe was not found.\n"))
+    def test_tells_when_no_browser_can_be_started(self):
+        """Wine has a browser, and sets these variables anew, except below a program of its own."""
+        setting, reason = ((["cmd", "/d", "/c", "set", "PATHEXT=.COM&&"], r"\S*\\iexplore\.exe is not executable")
+                           if EMULATOR else
+                           ([], r"nowhere\\Internet Explorer\\iexplore\.exe was not found"))
+        done = subprocess.run([*EMULATOR, *setting, str(FOLDER / f"kym{SUFFIX}"), "documentation", "a.html"],
+                              env={**self.environment, "PROGRAMFILES": "nowhere"}, stdin=subprocess.DEVNULL,
+                              capture_output=True, encoding="utf-8", timeout=60, check=False)
+        self.assertEqual((done.returncode, done.stdout), (1, ""))
+        self.assertRegex(done.stderr, rf"\Akym: The executable {reason}\.\n\Z")
 
     @unittest.skipIf(ON_WINDOWS, "programs are started there")
     def test_a_launch_is_refused(self):
