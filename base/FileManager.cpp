@@ -278,6 +278,15 @@ void replaceFile(const path& file, std::string_view content) {
     }
 }
 
+bool createDirectory(const path& directory) {
+    return fs::create_directory(Platform::reachablePath(directory));
+}
+
+void copyFile(const path& file, const path& copy) {
+    fs::copy_file(Platform::reachablePath(file), Platform::reachablePath(copy),
+                  fs::copy_options::overwrite_existing);
+}
+
 void rename(const path& file, const path& newFile) {
     const path from = Platform::reachablePath(file);
     const path to = Platform::reachablePath(newFile);

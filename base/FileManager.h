@@ -63,6 +63,13 @@ void replaceFile(const path& file, std::string_view content);
 /// Remembers that the file could not be understood when it was read, until it is replaced.
 void noteDamaged(const path& file);
 
+/// Makes a directory, whose parent must exist; false when it was there already.
+/// `boost::filesystem::filesystem_error` on failure.
+bool createDirectory(const path& directory);
+
+/// Copies a file, replacing what stands at the new path. `boost::filesystem::filesystem_error` on failure.
+void copyFile(const path& file, const path& copy);
+
 /// Renames a file, a link or a directory. What stands at the new path is never replaced; where letter case
 /// does not tell names apart, that of a name can be changed. Waits a while for others who hold a part of it.
 /// `boost::filesystem::filesystem_error` on failure (`file_exists` when there is something at the new path),

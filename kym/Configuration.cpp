@@ -3,9 +3,10 @@
 #include <stdexcept>
 #include <utility>
 
-#include <boost/filesystem/operations.hpp>
+#include <boost/filesystem/exception.hpp>
 
 #include "base/FileManager.h"
+#include "base/NewDirectory.h"
 #include "base/PropertyList.h"
 #include "base/Text.h"
 #include "kym/LeafName.h"
@@ -224,36 +225,34 @@ void Configuration::createNXVersionDirectory() {
         throw std::runtime_error("Data file " + Base::FileManager::native(archive) + " was not found.");
     }
     const boost::filesystem::path directory = versionPath();
-    if (!boost::filesystem::create_directory(directory)) {
+    const auto failAsPresent = [&directory] {
         throw std::runtime_error("Directory " + Base::FileManager::native(directory) + " already exists.");
+    };
+    if (Base::FileManager::exists(directory)) {
+        failAsPresent();
+    }
+    Base::NewDirectory made(directory);
+    Base::FileManager::setPermissions(made.path(), kDirectoryPermissions);
+    unpackVersionFiles(archive, made.path());
+    const auto previous = settingsFile(mPath / info.PreviousCadVersionDirectory);
+    if (!Base::FileManager::isMissing(previous)) {
+        const auto present = settingsFile(made.path());
+        if (Base::FileManager::createDirectory(present.parent_path())) {
+            Base::FileManager::setPermissions(present.parent_path(), kDirectoryPermissions);
+        }
+        Base::FileManager::copyFile(previous, present);
     }
     try {
-        Base::FileManager::setPermissions(directory, kDirectoryPermissions);
-        unpackVersionFiles(archive, directory);
-        takeOverPreviousSettings();
-    } catch (...) {
-        try {
-            Base::FileManager::removeAll(directory);
-        } catch (const std::exception&) {
-            // The reason why it could not be made is the one to be told.
+        made.finish();
+    } catch (const boost::filesystem::filesystem_error& error) {
+        if (error.code() == boost::system::errc::file_exists) {
+            failAsPresent();
         }
         throw;
     }
-}
-
-void Configuration::takeOverPreviousSettings() {
-    const auto previous = settingsFile(mPath / SystemInformation().PreviousCadVersionDirectory);
-    if (Base::FileManager::isMissing(previous)) {
-        return;
+    if (!Base::FileManager::isMissing(previous)) {
+        mSettings.load();
     }
-    const auto present = settingsFile(versionPath());
-    if (previous != present) {
-        if (boost::filesystem::create_directory(present.parent_path())) {
-            Base::FileManager::setPermissions(present.parent_path(), kDirectoryPermissions);
-        }
-        boost::filesystem::copy_file(previous, present, boost::filesystem::copy_options::overwrite_existing);
-    }
-    mSettings.load();
 }
 
 void Configuration::createWin64VersionDirectory() {
@@ -262,7 +261,7 @@ void Configuration::createWin64VersionDirectory() {
     const boost::filesystem::path directories[] = {version / "lib" / "win64", win64, win64 / "application",
                                                    win64 / "startup", win64 / "udo"};
     for (const auto& directory : directories) {
-        boost::filesystem::create_directory(directory);
+        Base::FileManager::createDirectory(directory);
     }
     for (const auto& directory : directories) {
         Base::FileManager::setPermissions(directory, kDirectoryPermissions);

@@ -70,7 +70,9 @@ class KYM_EXPORT Configuration {
     /// Makes the version directory of the present release from the installation's version files and takes
     /// over the department's settings for the previous release. `std::runtime_error` when the version files
     /// are not there or cannot be unpacked, or when the version directory exists already; errors of the file
-    /// system propagate. After a failure there is no version directory unless there was one before.
+    /// system propagate. It is made under another name, which begins with a dot, and takes its place when it
+    /// is whole: after a failure, or when the process is killed, there is no version directory unless there
+    /// was one before.
     ///
     /// The working directory of the process is changed while this runs and is the old one afterwards.
     void createNXVersionDirectory();
@@ -99,8 +101,6 @@ class KYM_EXPORT Configuration {
   private:
     friend class Launcher;
     void mergeEnvVariables(VariableList& variables) const;
-
-    void takeOverPreviousSettings();
 
     boost::filesystem::path mPath;
     ConfigurationSettings mSettings;

@@ -1,5 +1,6 @@
 #include "kym/VersionFiles.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <exception>
 #include <memory>
@@ -8,9 +9,11 @@
 #include <string>
 
 #include <archive.h>
+#include <archive_entry.h>
 #include <boost/filesystem/operations.hpp>
 
 #include "base/FileManager.h"
+#include "base/platform/FileSystem.h"
 
 namespace Kym {
 
@@ -32,6 +35,29 @@ using ReadHandle = std::unique_ptr<archive, FreeArchive>;
     return archive_read_open_filename_w(handle, name, kBlockSize);
 }
 
+// Makes the name of an entry, and what it is a hard link to, one in the directory.
+[[maybe_unused]] void moveInto(archive_entry* entry, const std::string& directory) {
+    if (const char* name = archive_entry_pathname(entry)) {
+        archive_entry_copy_pathname(entry, (directory + '/' + name).c_str());
+    }
+    if (const char* link = archive_entry_hardlink(entry)) {
+        archive_entry_copy_hardlink(entry, (directory + '/' + link).c_str());
+    }
+}
+[[maybe_unused]] void moveInto(archive_entry* entry, const std::wstring& directory) {
+    const auto inside = [&directory](const wchar_t* name) {
+        std::wstring whole = directory + L'\\' + name;
+        std::replace(whole.begin(), whole.end(), L'/', L'\\');  // no other separator is known in such a path
+        return whole;
+    };
+    if (const wchar_t* name = archive_entry_pathname_w(entry)) {
+        archive_entry_copy_pathname_w(entry, inside(name).c_str());
+    }
+    if (const wchar_t* link = archive_entry_hardlink_w(entry)) {
+        archive_entry_copy_hardlink_w(entry, inside(link).c_str());
+    }
+}
+
 /// Whether there is more; everything that is neither success nor the end of the archive throws.
 bool succeeded(const ReadHandle& handle, int result) {
     if (result != ARCHIVE_OK && result != ARCHIVE_EOF) {
@@ -41,7 +67,8 @@ bool succeeded(const ReadHandle& handle, int result) {
     return result == ARCHIVE_OK;
 }
 
-void extractHere(const boost::filesystem::path& file) {
+// Into the working directory unless `directory` names another one.
+void extract(const boost::filesystem::path& file, const boost::filesystem::path& directory) {
     ReadHandle handle(archive_read_new());
     if (!handle) {
         throw std::bad_alloc();
@@ -51,6 +78,9 @@ void extractHere(const boost::filesystem::path& file) {
     succeeded(handle, openArchive(handle.get(), file.c_str()));
     archive_entry* entry = nullptr;
     while (succeeded(handle, archive_read_next_header(handle.get(), &entry))) {
+        if (!directory.empty()) {
+            moveInto(entry, directory.native());
+        }
         succeeded(handle, archive_read_extract(handle.get(), entry, kExtractFlags));
     }
     if (archive_format(handle.get()) == ARCHIVE_FORMAT_EMPTY) {
@@ -62,11 +92,15 @@ void extractHere(const boost::filesystem::path& file) {
 }  // namespace
 
 void unpackVersionFiles(const boost::filesystem::path& archive, const boost::filesystem::path& directory) {
-    const boost::filesystem::path file = boost::filesystem::absolute(archive);
+    const boost::filesystem::path file = Base::Platform::reachablePath(boost::filesystem::absolute(archive));
+    if (Base::Platform::reachablePath(directory) != directory) {
+        extract(file, Base::Platform::boundlessPath(directory));  // too long for a working directory
+        return;
+    }
     const boost::filesystem::path workDirectory = Base::FileManager::workDirectory();
     Base::FileManager::changeWorkDirectory(directory);
     try {
-        extractHere(file);
+        extract(file, {});
     } catch (...) {
         try {
             Base::FileManager::changeWorkDirectory(workDirectory);

@@ -13,6 +13,7 @@
 #include <boost/filesystem/exception.hpp>
 #include <boost/filesystem/operations.hpp>
 
+#include "base/NewDirectory.h"
 #include "base/platform/FileSystem.h"
 #include "base/platform/Utf16.h"
 
@@ -212,6 +213,31 @@ TEST_F(FileManagerTest, RemovesDirectoriesOfAnyDepthAndTellsWhatIsLeft) {
     FileManager::removeAll(tree);
     FileManager::removeAll("");
     EXPECT_EQ(names(), std::set<std::string>{"outside"});
+}
+
+TEST_F(FileManagerTest, ANewDirectoryAppearsWholeAndOutlivesNoKill) {
+    const fs::path target = folder / "nx4";
+    make("nx4.4711-1.kymdir", "not one of them");
+    fs::create_directories(folder / ".nx4.4711-1.kymdir/sub");
+    make(".nx4.4711-1.kymdir/sub/file", "left behind");
+    make(".nx4.4711-2.kymtmp", "left behind before the directory was made");
+    fs::create_directory(folder / ".nx5.4711-1.kymdir");
+    Base::NewDirectory other(target);
+    Base::NewDirectory made(target);
+    EXPECT_FALSE(exists(target));
+    replaceFile(made.path() / "file", "new");
+    {
+        const Base::NewDirectory given(target);
+        EXPECT_TRUE(is_directory(given.path()));
+        EXPECT_TRUE(is_directory(other.path())) << "its process lives";
+    }
+    made.finish();
+    EXPECT_EQ(readFile(target / "file"), "new");
+    EXPECT_THROW(other.finish(), fs::filesystem_error);
+    EXPECT_THROW(Base::NewDirectory(folder / "missing/nx4"), fs::filesystem_error);
+    const fs::path left = other.path().filename();
+    EXPECT_EQ(names(), (std::set<std::string>{"nx4", "nx4.4711-1.kymdir", ".nx5.4711-1.kymdir", left.string(),
+                                              fs::path(left).replace_extension(".kymtmp").string()}));
 }
 
 TEST(FileNames, AreExecutableByTheirExtension) {

@@ -1,6 +1,7 @@
 #include "kym/Configuration.h"
 
 #include <clocale>
+#include <iterator>
 #include <stdexcept>
 #include <utility>
 
@@ -9,6 +10,7 @@
 #include "base/Archiver.h"
 #include "base/FileManager.h"
 #include "base/PropertyList.h"
+#include "base/platform/FileSystem.h"
 #include "kym/SystemInfo.h"
 
 #include "tests/support/SiteSupport.h"
@@ -200,6 +202,19 @@ TEST_F(Departments, StartAReleaseWithItsFilesAndTheirOldSettings) {
     EXPECT_TRUE(exists(unpacked)) << "a version directory that was there is left alone";
 }
 
+TEST_F(Departments, AreMadeInAPathOfAnyLength) {
+    makeVersionFiles(Support::tarGz({{"lib/", "", 0755}, {"lib/sub/file", "content"}}));
+    const fs::path parent = site.departments() / std::string(150, 'a') / std::string(120, 'b');
+    fs::create_directories(Base::Platform::boundlessPath(parent));
+    Configuration department(parent, false);
+    department.save();
+    department.createNXVersionDirectory();
+    department.createWin64VersionDirectory();
+    EXPECT_TRUE(Configuration(parent, true).isWin64Updated());
+    EXPECT_EQ(Base::FileManager::readFile(department.versionPath() / "lib/sub/file"), "content");
+    Base::FileManager::removeAll(site.departments() / std::string(150, 'a'));
+}
+
 TEST_F(Departments, LeaveNoHalfMadeVersionDirectory) {
     Configuration department = makeDepartment("cam");
     const auto archive = site.installation() / "data/install/versionFiles.tar.gz";
@@ -220,6 +235,8 @@ TEST_F(Departments, LeaveNoHalfMadeVersionDirectory) {
     site.makeDirectory("departments/cam/nx3/config/configSettings.dat");
     EXPECT_ANY_THROW(department.createNXVersionDirectory()) << "the old settings cannot be copied";
     EXPECT_FALSE(exists(department.versionPath()));
+    EXPECT_EQ(std::distance(fs::directory_iterator(department.path()), fs::directory_iterator()), 2)
+        << "the properties and the previous release";
 }
 
 }  // namespace
