@@ -140,7 +140,7 @@ struct Removal {
     int patience = holderPatience;  // for all entries together
 };
 
-void removeTree(const path& file, const path& last, Removal& removal) {
+void removeTree(const path& file, const path& first, Removal& removal) {
     if (Platform::isDirectoryItself(file)) {
         std::vector<path> entries;
         fs::directory_iterator entry(file, removal.error);
@@ -148,7 +148,7 @@ void removeTree(const path& file, const path& last, Removal& removal) {
             entries.push_back(entry->path());
         }
         std::stable_partition(entries.begin(), entries.end(),
-                              [&last](const path& name) { return name.filename() != last; });
+                              [&first](const path& name) { return name.filename() == first; });
         for (auto next = entries.begin(); !removal.error && next != entries.end(); ++next) {
             removeTree(*next, {}, removal);
         }
@@ -300,7 +300,7 @@ void rename(const path& file, const path& newFile) {
     }
 }
 
-void removeAll(const path& file, const path& last) {
+void removeAll(const path& file, const path& first) {
     if (file.empty()) {
         return;
     }
@@ -309,7 +309,7 @@ void removeAll(const path& file, const path& last) {
         whole = whole.parent_path();  // with a separator at its end, a link would mean what it leads to
     }
     Removal removal;
-    removeTree(whole, last, removal);
+    removeTree(whole, first, removal);
     if (removal.error) {
         fail("Cannot remove everything, \"" + native(removal.left.lexically_relative(whole)) + "\" stays",
              file, removal.error);

@@ -77,10 +77,10 @@ void copyFile(const path& file, const path& copy);
 void rename(const path& file, const path& newFile);
 
 /// Removes a file, a link (never what it leads to), or a directory with all that it holds, at any depth; what
-/// does not exist is removed already. The entry `last` of the directory goes after everything else. Waits a
+/// does not exist is removed already. The entry `first` of the directory goes before everything else. Waits a
 /// while for others who hold a part of it. `boost::filesystem::filesystem_error` when something stays, with
 /// the reason and the first entry that is left.
-void removeAll(const path& file, const path& last = {});
+void removeAll(const path& file, const path& first = {});
 
 /// A path in the form of the system that the product runs on: every "/" becomes "\". For texts that are only
 /// *about* Windows; the native form of a real path is `boost::filesystem::path::make_preferred`.

@@ -33,6 +33,19 @@ std::string alreadyExists(const boost::filesystem::path& directory) {
     return "Directory " + Base::FileManager::native(directory) + " already exists.";
 }
 
+std::string noLibraries(const Configuration& department, bool isNew) {
+    if (isNew) {
+        return "The version files hold no directory \"lib\", in which the 64-bit layout has a part. Put one "
+               "into "
+               "the archive and prepare the department again.";
+    }
+    return "The version directory " + Base::FileManager::native(department.versionPath()) +
+           " holds no directory \"lib\", in which the 64-bit layout has a part: it was not unpacked whole.\n"
+           "Rename it, prepare the department again, and copy the directory \"config\" of the old one into "
+           "the "
+           "new one.";
+}
+
 void makeNewDirectory(const boost::filesystem::path& directory) {
     if (!Base::FileManager::exists(directory)) {
         if (Base::log::LoggerStream line{infoLogger()}) {
@@ -192,6 +205,29 @@ void ConfigurationManager::createConfiguration() {
     }
 }
 
+void ConfigurationManager::prepareConfiguration(int index) {
+    Configuration& prepared = *configuration(index);
+    const bool isNew = !prepared.isUpdated();
+    if (isNew) {
+        prepared.createNXVersionDirectory();
+    }
+    try {
+        if (!Base::FileManager::isDirectory(prepared.versionPath() / "lib")) {
+            throw std::runtime_error(noLibraries(prepared, isNew));
+        }
+        prepared.createWin64VersionDirectory();
+    } catch (...) {
+        if (isNew) {
+            runAfterFailure([&prepared] { Base::FileManager::removeAll(prepared.versionPath()); });
+        }
+        throw;
+    }
+}
+
+void ConfigurationManager::checkName(const std::string& name) {
+    checkDepartmentName(name);
+}
+
 void ConfigurationManager::renameConfiguration(int index, const std::string& newName) {
     Configuration& renamed = *configuration(index);
     checkDepartmentName(newName);
@@ -210,12 +246,17 @@ void ConfigurationManager::renameConfiguration(int index, const std::string& new
 }
 
 void ConfigurationManager::deleteConfiguration(int index) {
-    Configuration& deleted = *configuration(index);
+    const Configuration& deleted = *configuration(index);
+    const boost::filesystem::path file = deleted.propertyFile();
+    const bool hadProperties = !Base::FileManager::isMissing(file);
+    const std::string properties = hadProperties ? Base::FileManager::readFile(file) : std::string();
     try {
-        Base::FileManager::removeAll(deleted.path(), deleted.propertyFile().filename());
+        // Without its properties, what an interruption leaves is no department that somebody would start
+        // from.
+        Base::FileManager::removeAll(deleted.path(), file.filename());
     } catch (...) {
-        if (!Base::FileManager::exists(deleted.propertyFile())) {
-            runAfterFailure([&deleted] { deleted.saveProperties(); });
+        if (hadProperties && Base::FileManager::isMissing(file)) {
+            runAfterFailure([&] { Base::FileManager::replaceFile(file, properties); });
         }
         throw;
     }
@@ -235,7 +276,7 @@ void ConfigurationManager::saveDirty() {
 
 bool ConfigurationManager::usingFallbackConfigurations() const {
     const SystemInfo& info = SystemInformation();
-    return info.localDepartmentsPath().string().find(info.KymConfigFallbackDirectoryName) !=
+    return Base::FileManager::native(info.localDepartmentsPath()).find(info.KymConfigFallbackDirectoryName) !=
            std::string::npos;
 }
 

@@ -56,16 +56,25 @@ class KYM_EXPORT ConfigurationManager : public Base::DataSourceInterface {
     /// unpacking the version files propagate. After a failure nothing of it is left.
     void createConfiguration();
 
+    /// Prepares a department for the present release: its version directory, unless it has one, and the
+    /// 64-bit layout in it. Errors as of `Configuration`, and `std::runtime_error` when the version directory
+    /// has no place for the layout. After a failure, a version directory that was not there is gone again.
+    void prepareConfiguration(int index);
+
+    /// Refuses a name that no department can have, as renaming to it would.
+    static void checkName(const std::string& name);
+
     /// Gives a department another name, the directory included; its row stays. Departments that name it as
-    /// their common department are not changed. `std::runtime_error` when Windows cannot have a directory of
-    /// that name or it is taken; `boost::filesystem::filesystem_error` when the directory cannot be renamed.
+    /// their common department are not changed. `std::runtime_error` when no department can have that name or
+    /// it is taken; `boost::filesystem::filesystem_error` when the directory cannot be renamed.
     /// After a failure nothing has changed.
     void renameConfiguration(int index, const std::string& newName);
 
     /// Removes a department's directory with everything in it, of all releases, and takes it off the list. Of
     /// a directory that is a link, only the link is removed. `boost::filesystem::filesystem_error` when
     /// something cannot be removed; the department then stays a department, listed and found by the next
-    /// scan.
+    /// scan. After an interruption it is none any more, and what is left of its directory is to be removed by
+    /// hand.
     void deleteConfiguration(int index);
 
     bool anyNeedsSaving() const;

@@ -4,11 +4,14 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "base/Text.h"
 #include "kym/CharacterClass.h"
 
 namespace Kym {
 
 namespace {
+
+constexpr std::size_t longest = 255;
 
 bool isReservedCharacter(char c) {
     return (static_cast<unsigned char>(c) < ' ') ||
@@ -39,7 +42,8 @@ bool isDevice(const std::string& name) {
 
 void checkDepartmentName(const std::string& name) {
     const auto refuse = [&name](const std::string& reason) {
-        throw std::runtime_error("\"" + name + "\" cannot be the name of a department: " + reason);
+        throw std::runtime_error("\"" + Base::Text::readable(name, 100) +
+                                 "\" cannot be the name of a department: " + reason);
     };
     if (name.empty()) {
         refuse("it is empty.");
@@ -49,6 +53,12 @@ void checkDepartmentName(const std::string& name) {
     }
     if (std::any_of(name.begin(), name.end(), isReservedCharacter)) {
         refuse("Windows allows none of < > : \" / \\ | ? * and no control character in a name.");
+    }
+    if (!Base::Text::isXml(name)) {
+        refuse("it is not UTF-8, or holds what the settings files cannot carry.");
+    }
+    if (name.size() > longest) {
+        refuse("it is longer than " + std::to_string(longest) + " bytes.");
     }
     if (isDevice(name)) {
         refuse("Windows keeps it for a device.");

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include <boost/algorithm/string/join.hpp>
+#include <boost/filesystem/operations.hpp>
 
 #include "kym/BaseSettings.h"
 #include "kym/PluginsManager.h"
@@ -15,6 +16,8 @@
 
 namespace {
 
+namespace fs = boost::filesystem;
+
 /// The site store registers the external plugins, which the departments' settings then know.
 Kym::ConfigurationManager loadManager() {
     const Progress progress("Reading the departments");
@@ -24,6 +27,29 @@ Kym::ConfigurationManager loadManager() {
 
 std::string quoted(const std::string& text) {
     return '"' + text + '"';
+}
+
+fs::path directoryOf(const std::string& name) {
+    return Kym::SystemInformation().localDepartmentsPath() / name;
+}
+
+bool somethingStandsAt(const fs::path& file) {
+    boost::system::error_code ignored;
+    return fs::exists(fs::symlink_status(file, ignored));
+}
+
+std::string native(fs::path file) {
+    return file.make_preferred().string();
+}
+
+/// Empty when a department stands at the path, or nothing.
+std::string adviceOnLeftOver(const fs::path& directory) {
+    if (!somethingStandsAt(directory) ||
+        somethingStandsAt(Kym::Configuration(directory, false).propertyFile())) {
+        return {};
+    }
+    return "\nWhat stands at " + native(directory) +
+           " is no department; remove it if a creation or deletion that was interrupted has left it.";
 }
 
 std::string thereAre(const std::vector<std::string>& names) {
@@ -47,6 +73,13 @@ void applyOverlay(const Kym::Configuration& department, Kym::ConfigApplication& 
 
 Departments::Departments() : mManager(loadManager()) {}
 
+std::string Departments::obstacleTo(const std::string& name) {
+    const fs::path directory = directoryOf(name);
+    return somethingStandsAt(directory)
+               ? "Directory " + native(directory) + " already exists." + adviceOnLeftOver(directory)
+               : std::string();
+}
+
 int Departments::rowOf(const std::string& name) {
     std::vector<std::string> names;
     for (int row = 0; row < mManager.numberOfRowsInList(); ++row) {
@@ -55,7 +88,10 @@ int Departments::rowOf(const std::string& name) {
             return row;
         }
     }
-    throw std::runtime_error("There is no department " + quoted(name) + ". " + thereAre(names));
+    const bool isPlain =
+        name.find_first_not_of('.') != std::string::npos && fs::path(name).filename() == fs::path(name);
+    const std::string hint = isPlain ? adviceOnLeftOver(directoryOf(name)) : std::string();
+    throw std::runtime_error("There is no department " + quoted(name) + ". " + thereAre(names) + hint);
 }
 
 Kym::Configuration& Departments::find(const std::string& name) {

@@ -22,6 +22,9 @@ class Departments {
     Kym::ConfigurationManager& manager() { return mManager; }
     int rowOf(const std::string& name);
 
+    /// What keeps a new department from having that name, for the user; empty when nothing does.
+    static std::string obstacleTo(const std::string& name);
+
     Kym::Configuration& find(const std::string& name);
 
     /// The common configuration of a launch; null when the department has none besides itself.

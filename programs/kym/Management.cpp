@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 #include <boost/algorithm/string/join.hpp>
-#include <boost/filesystem/operations.hpp>
 
 #include "kym/SystemInfo.h"
 
@@ -21,7 +21,7 @@ namespace {
 
 struct Request {
     std::string department;
-    std::string newName;
+    std::optional<std::string> newName;
     std::string description;
     std::string type;
     bool confirmed = false;
@@ -31,8 +31,10 @@ std::string quoted(const std::string& text) {
     return '"' + text + '"';
 }
 
-void requireNoBlank(const std::string& name) {
-    if (name.find_first_of(" \t\n\v\f\r") != std::string::npos) {
+/// A department of a name with a blank could not be the common department of others.
+void requireUsableName(const std::string& name) {
+    Kym::ConfigurationManager::checkName(name);
+    if (name.find(' ') != std::string::npos) {
         throw std::runtime_error(quoted(name) + " cannot be the name of a department: it holds a blank.");
     }
 }
@@ -42,6 +44,24 @@ void requireKnownType(const Kym::ConfigurationManager& manager, const std::strin
     if (!type.empty() && std::find(types.begin(), types.end(), type) == types.end()) {
         throw std::runtime_error("There is no type " + quoted(type) +
                                  ". There are: " + boost::join(types, ", ") + ".");
+    }
+}
+
+/// A new department is made in a directory of a fixed name, and gets its own at the end.
+constexpr const char* nameOfNew = "change_me";
+
+void requireFree(Kym::ConfigurationManager& manager, const std::string& name) {
+    if (manager.configurationByName(name)) {
+        const std::string remedy = name == nameOfNew
+                                       ? "\nIt was created without a name, or its creation was interrupted. "
+                                         "Give it a name with kym rename " +
+                                             name + " NAME, or delete it with kym delete " + name + '.'
+                                       : "";
+        throw std::runtime_error("There is a department " + quoted(name) + " already." + remedy);
+    }
+    const std::string obstacle = Departments::obstacleTo(name);
+    if (!obstacle.empty()) {
+        throw std::runtime_error(obstacle);
     }
 }
 
@@ -59,11 +79,12 @@ void describe(Kym::Configuration& department, const Request& request) {
 void createDepartment(const Request& request) {
     Departments departments;
     Kym::ConfigurationManager& manager = departments.manager();
-    requireNoBlank(request.newName);
-    requireKnownType(manager, request.type);
-    if (!request.newName.empty() && manager.configurationByName(request.newName)) {
-        throw std::runtime_error("There is a department " + quoted(request.newName) + " already.");
+    if (request.newName) {
+        requireUsableName(*request.newName);
+        requireFree(manager, *request.newName);
     }
+    requireKnownType(manager, request.type);
+    requireFree(manager, nameOfNew);
     {
         const Progress progress("Unpacking the version files");
         manager.createConfiguration();
@@ -71,9 +92,7 @@ void createDepartment(const Request& request) {
     const int row = manager.numberOfRowsInList() - 1;
     try {
         describe(*manager.configuration(row), request);
-        if (!request.newName.empty()) {
-            manager.renameConfiguration(row, request.newName);
-        }
+        manager.renameConfiguration(row, request.newName.value_or(nameOfNew));
     } catch (...) {
         try {
             manager.deleteConfiguration(row);
@@ -86,23 +105,31 @@ void createDepartment(const Request& request) {
 }
 
 /// Departments that name another as their common department are not changed with it.
-void tellWhoRefersTo(const std::string& name, Kym::ConfigurationManager& manager) {
+void tellWhoRefersTo(const std::string& name, const std::string& newName, Kym::ConfigurationManager& manager,
+                     std::ostream& out) {
     for (int row = 0; row < manager.numberOfRowsInList(); ++row) {
         const Kym::Configuration& department = *manager.configuration(row);
-        if (department.commonDepartment == name) {
-            std::cout << "The department " << quoted(department.name()) << " still names " << quoted(name)
-                      << " as its common department.\n";
+        if (department.commonDepartment == name && department.name() != name) {
+            out << "The department " << quoted(department.name()) << " names " << quoted(name)
+                << " as its common department. To change that, run kym-configure put department/"
+                << department.name() << "/commonDepartment " << newName << '\n';
         }
     }
 }
 
 void renameDepartment(const Request& request) {
+    const std::string& newName = request.newName.value();
     Departments departments;
-    requireNoBlank(request.newName);
-    departments.manager().renameConfiguration(departments.rowOf(request.department), request.newName);
-    std::cout << "Renamed the department " << quoted(request.department) << " to " << quoted(request.newName)
+    requireUsableName(newName);
+    const int row = departments.rowOf(request.department);
+    if (newName == request.department) {
+        std::cout << "The department " << quoted(newName) << " has that name already.\n";
+        return;
+    }
+    departments.manager().renameConfiguration(row, newName);
+    std::cout << "Renamed the department " << quoted(request.department) << " to " << quoted(newName)
               << ".\n";
-    tellWhoRefersTo(request.department, departments.manager());
+    tellWhoRefersTo(request.department, newName, departments.manager(), std::cout);
 }
 
 void confirmDeletion(const Kym::Configuration& department) {
@@ -121,6 +148,7 @@ void confirmDeletion(const Kym::Configuration& department) {
 void deleteDepartment(const Request& request) {
     Departments departments;
     const int row = departments.rowOf(request.department);
+    tellWhoRefersTo(request.department, "NAME", departments.manager(), std::cerr);
     if (!request.confirmed) {
         confirmDeletion(*departments.manager().configuration(row));
     }
@@ -129,34 +157,16 @@ void deleteDepartment(const Request& request) {
         departments.manager().deleteConfiguration(row);
     }
     std::cout << "Deleted the department " << quoted(request.department) << ".\n";
-    tellWhoRefersTo(request.department, departments.manager());
-}
-
-/// What this run made of it goes away when it cannot be completed.
-void makeVersionDirectory(Kym::Configuration& department) {
-    const bool isNew = !department.isUpdated();
-    const Progress progress("Unpacking the version files");
-    if (isNew) {
-        department.createNXVersionDirectory();
-    }
-    try {
-        department.createWin64VersionDirectory();
-    } catch (...) {
-        boost::system::error_code ignored;
-        if (isNew) {
-            boost::filesystem::remove_all(department.versionPath(), ignored);
-        }
-        throw;
-    }
 }
 
 void prepareDepartment(const Request& request) {
     Departments departments;
-    Kym::Configuration& department =
-        *departments.manager().configuration(departments.rowOf(request.department));
+    const int row = departments.rowOf(request.department);
+    const Kym::Configuration& department = *departments.manager().configuration(row);
     const bool isPrepared = department.isUpdated() && department.isWin64Updated();
     if (!isPrepared) {
-        makeVersionDirectory(department);
+        const Progress progress("Unpacking the version files");
+        departments.manager().prepareConfiguration(row);
     }
     std::cout << "The department " << quoted(request.department) << " is prepared for the release "
               << quoted(Kym::SystemInformation().CadVersionDirectory) << (isPrepared ? " already.\n" : ".\n");

@@ -79,8 +79,11 @@ TEST_F(Manager, FindsTheDepartmentsAmongOtherEntries) {
     Base::Environment::setEnvVariable("KYM_DEPT_DIR", native(site.departments() / "b"));
     EXPECT_EQ(view.currentConfiguration(), manager.configuration(2));
     EXPECT_FALSE(view.usingFallbackConfigurations());
-    Kym::SystemInformation().KymConfigFallbackDirectoryName = "depart";
-    EXPECT_TRUE(view.usingFallbackConfigurations());
+    for (const char* part : {"depart", ""}) {
+        Kym::SystemInformation().KymConfigFallbackDirectoryName = part;
+        EXPECT_TRUE(view.usingFallbackConfigurations()) << part;
+    }
+    EXPECT_EQ(boost::join(view.availableTypes(), "|"), "Common|Development|Production|Test");
     const auto common = manager.commonConfigurations();
     EXPECT_EQ(std::distance(common.begin(), common.end()), 1);
     EXPECT_EQ(&*common.begin(), manager.configuration(0));
@@ -129,10 +132,12 @@ TEST_F(Manager, ListsUpdatedDepartmentsByWholeType) {
     EXPECT_EQ(ConfigurationManager().configurationByName("d3")->settings()->workDirectoryList().size(), 1u);
 }
 
-TEST_F(Manager, EndsTheScanAtADamagedDepartment) {
+TEST_F(Manager, EndsTheScanAtADamagedDepartmentOrWithoutADirectory) {
     makeDepartment("good");
     site.makeFile("departments/torn/.dirinfo.plist", "<plist><dict>");
     EXPECT_THROW(ConfigurationManager(), Base::PropertyListError);
+    fs::remove_all(site.departments());
+    EXPECT_EQ(messageOf([] { ConfigurationManager(); }), "KYM_UGSITE_DIR is invalid.");
 }
 
 TEST_F(Manager, CreatesADepartmentPreparedForTheRelease) {
@@ -172,6 +177,21 @@ TEST_F(Manager, LeavesNothingOfADepartmentThatCannotBeCreated) {
     expectFailure("truncated");
 }
 
+TEST_F(Manager, PreparesADepartmentWhollyOrNotAtAll) {
+    makeVersionFiles(Support::tarGz({{"menus/", "", 0755}}));
+    makeDepartment("a");
+    ConfigurationManager manager;
+    const auto prepare = [&manager] { manager.prepareConfiguration(0); };
+    EXPECT_NE(messageOf(prepare).find("version files hold no directory \"lib\""), std::string::npos);
+    EXPECT_FALSE(manager.configuration(0)->isUpdated());
+    site.makeDirectory("departments/a/nx4/config");
+    EXPECT_NE(messageOf(prepare).find("it was not unpacked whole"), std::string::npos);
+    EXPECT_TRUE(exists(site.departments() / "a/nx4/config")) << "it was there before";
+    site.makeDirectory("departments/a/nx4/lib");
+    prepare();
+    EXPECT_TRUE(manager.configuration(0)->isWin64Updated());
+}
+
 TEST_F(Manager, RenamesADepartmentToAFreeNameThatWindowsCanHave) {
     for (const char* name : {"a", "b", "c"}) {
         makeDepartment(name);
@@ -189,19 +209,36 @@ TEST_F(Manager, RenamesADepartmentToAFreeNameThatWindowsCanHave) {
     for (const char* name : {"empty", "file", "a"}) {
         EXPECT_EQ(refused(name), "Directory " + native(site.departments() / name) + " already exists.");
     }
-    for (const char* name : {"", "..", "x ", "../x", "x\\y", "x:y", "what?", "x\x1f", "nul", "Com1",
-                             "con.txt", "aux .x", "lpt\xC2\xB2"}) {
-        EXPECT_NE(refused(name).find("cannot be the name of a department"), std::string::npos) << name;
+    const std::string longest = "x" + boost::join(std::vector<std::string>(127, "ü"), "");  // 255 bytes
+    for (const auto& [name, shown] : {std::pair<std::string, std::string>("", ""),
+                                      {"..", ".."},
+                                      {"x ", "x "},
+                                      {"../x", "../x"},
+                                      {"x:y", "x:y"},
+                                      {"what?", "what?"},
+                                      {"x\x1f\n", "x\\x1F\\x0A"},
+                                      {"nul", "nul"},
+                                      {"Com1", "Com1"},
+                                      {"aux .x", "aux .x"},
+                                      {"lpt\xC2\xB2", "lpt\xC2\xB2"},
+                                      {"caf\xE9", "caf\\xE9"},
+                                      {longest + "y", longest.substr(0, 99) + "..."}}) {
+        const std::string message = refused(name);
+        EXPECT_TRUE(message.starts_with('"' + shown + "\" cannot be the name of a department")) << message;
     }
     {
         const Support::Held held(site.departments() / "b");
         const Support::Unprivileged somebody;
         EXPECT_NE(refused("held").find("Cannot rename"), std::string::npos);
     }
-    for (const char* name : {"b", "B", "com10", "nullen", "Maß Müller", ".x", "lpt"}) {
+    for (const std::string& name : {std::string("b"), std::string("B"), std::string("com10"), longest,
+                                    std::string("Maß Müller"), std::string(".x"), std::string("lpt")}) {
         manager.renameConfiguration(1, name);
         Configuration& renamed = *manager.configuration(1);
         EXPECT_EQ(renamed.path(), site.departments() / name);
+        if (name != "B" || !Support::onWindows) {  // whose emulator leaves letter case as it is
+            EXPECT_NE(ConfigurationManager().configurationByName(name), nullptr) << name;
+        }
         renamed.settings()->setNeedsSaving(true);
         renamed.save();
         EXPECT_TRUE(exists(site.departments() / name / "nx4/config/configSettings.dat")) << name;
@@ -251,6 +288,7 @@ TEST_F(Manager, DeletesADepartmentWhollyOrKeepsItADepartment) {
     const fs::path file = site.departments() / "b/nx3/held/file";
     const fs::path properties = manager.configuration(1)->propertyFile();
     const std::string before = Support::contentOf(properties);
+    fs::last_write_time(properties, 1'000'000'000);
     for (const fs::path& stays : {file, site.departments() / "b"}) {
         const Support::Held held(stays);
         const Support::Unprivileged somebody;
@@ -259,7 +297,8 @@ TEST_F(Manager, DeletesADepartmentWhollyOrKeepsItADepartment) {
         EXPECT_EQ(message.find(native("nx3/held/file")) != std::string::npos, stays == file) << message;
         EXPECT_EQ(namesOf(manager), "a|b|c");
         EXPECT_EQ(namesOf(ConfigurationManager()), "a|b|c") << "it can be deleted again";
-        EXPECT_EQ(Support::contentOf(properties) == before, stays == file) << "it goes last";
+        EXPECT_EQ(Support::contentOf(properties), before) << "what was not saved stays unsaved";
+        EXPECT_NE(fs::last_write_time(properties), 1'000'000'000) << "it goes first, and comes back";
     }
     manager.deleteConfiguration(1);
     EXPECT_EQ(namesOf(manager), "a|c");

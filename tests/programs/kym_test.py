@@ -331,6 +331,8 @@ class KymTest(unittest.TestCase):
         self.assertTrue((release / "win64" / "udo").is_dir())
         self.assertEqual(self.kym("prepare", "d\u00e9p"), prepared + " already.\n")
         self.assertEqual(self.kym("create"), 'Created the department "change_me".\n')
+        self.assertIn("kym rename change_me NAME, or delete it with kym delete change_me",
+                      self.run_program("kym", "create", "gears").stderr)
         shutil.rmtree(self.site / "ugsite" / "change_me" / "nx4")
         self.assertEqual(self.kym("rename", "change_me", "later"),
                          'Renamed the department "change_me" to "later".\n')
@@ -339,22 +341,30 @@ class KymTest(unittest.TestCase):
         for name in "d\u00e9p", "later":
             self.assertEqual(self.kym("delete", name, "--yes"), f'Deleted the department "{name}".\n')
         self.assertEqual(self.entries(), before)
-        self.assertIn('"design" still names "common"', self.kym("rename", "common", "shared"))
-        self.kym("rename", "shared", "common")
+        self.assertEqual(self.kym("rename", "common", "common"), 'The department "common" has that name already.\n')
+        self.addCleanup((self.site / "ugsite" / "shared").rename, self.site / "ugsite" / "common")
+        self.assertIn("kym-configure put department/design/commonDepartment shared\n",
+                      self.kym("rename", "common", "shared"))
 
     def test_refuses_changes_and_leaves_everything(self):
+        interrupted = self.site / "ugsite" / "change_me"
+        interrupted.mkdir()
+        self.addCleanup(lambda: shutil.rmtree(interrupted))
         before = self.entries()
         for arguments, status, message in (
                 (["create", "design"], 1, 'There is a department "design" already.'),
+                (["create", "x"], 1, "change_me is no department; remove it"),
                 (["create", "my site"], 1, '"my site" cannot be the name of a department'),
-                (["create", "a/b"], 1, '"a/b" cannot be the name of a department'),
+                (["create", ""], 1, '"" cannot be the name of a department: it is empty.'),
+                (["create", "a\x1b/"], 1, '"a\\x1B/" cannot be the name of a department'),
                 (["create", "x", "--type", "Prod"], 1, 'no type "Prod". There are: Common, Development, '),
                 (["rename", "design", "common"], 1, " already exists."),
                 (["rename", "design", "a\tb"], 1, "cannot be the name of a department"),
                 (["rename", "sales", "x"], 1, 'no department "sales". There are: archive, common, design.'),
                 (["rename", "design"], 2, "NEW is required"),
+                (["delete", "common"], 1, "kym-configure put department/design/commonDepartment NAME\n"),
                 (["delete", "design"], 1, "must be confirmed: give --yes"),
-                (["delete", "sales", "--yes"], 1, 'no department "sales".'),
+                (["delete", "change_me", "--yes"], 1, "change_me is no department; remove it"),
                 (["prepare", "sales"], 1, 'no department "sales".')):
             done = self.run_program("kym", *arguments)
             self.assertEqual((done.returncode, done.stdout), (status, ""), arguments)
