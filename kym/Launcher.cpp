@@ -236,8 +236,13 @@ std::vector<StaleFile> Launcher::staleFiles(const Configuration& config) const {
 }
 
 void Launcher::removeLogFiles(const Configuration& config) const {
+    removeLogFiles(config, {});
+}
+
+void Launcher::removeLogFiles(const Configuration& config,
+                              const std::function<void(const StaleFile&)>& removed) const {
     if (config.doFileCleanup) {
-        removeStaleFiles(config.cleanupDays);
+        removeStaleFiles(config.cleanupDays, removed);
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -66,6 +67,10 @@ class KYM_EXPORT Launcher {
     /// Removes these files. A file that is gone already is no error. The first that cannot be removed ends
     /// the cleanup with the file system's exception; what was removed before stays removed.
     void removeLogFiles(const Configuration& config) const;
+
+    /// The same, and calls `removed` after each file.
+    void removeLogFiles(const Configuration& config,
+                        const std::function<void(const StaleFile&)>& removed) const;
 
     /// Fills `env`, which is passed empty, with the environment of an application: the layers merged,
     /// references expanded, separators in the Windows form, path lists free of duplicates. An expansion that

@@ -45,13 +45,14 @@ bool saysGone(const error_code& error) {
 std::vector<fs::path> filesLeftIn(const fs::path& directory) {
     std::vector<fs::path> files;
     error_code error;
-    fs::directory_iterator entry(directory, error);
+    fs::directory_iterator entry(Base::Platform::reachablePath(directory), error);
     if (error && !saysGone(error)) {
         throw fs::filesystem_error("Cannot list the directory", directory, error);
     }
     for (; entry != fs::directory_iterator(); ++entry) {
-        if (isLeftByPrograms(entry->path()) && !Base::FileManager::isDirectory(entry->path())) {
-            files.push_back(entry->path());
+        const fs::path file = directory / entry->path().filename();
+        if (isLeftByPrograms(file) && !Base::FileManager::isDirectory(file)) {
+            files.push_back(file);
         }
     }
     std::sort(files.begin(), files.end());
@@ -83,9 +84,11 @@ void visitStaleFiles(const Time& now, std::uint32_t days,
         }
         const auto isTheSame = [&](const fs::path& other) {
             error_code ignored;
-            return fs::equivalent(directory, other, ignored);
+            return fs::equivalent(Base::Platform::reachablePath(directory),
+                                  Base::Platform::reachablePath(other), ignored);
         };
-        if (!fs::is_directory(directory) || std::any_of(visited.begin(), visited.end(), isTheSame)) {
+        if (!Base::FileManager::isDirectory(directory) ||
+            std::any_of(visited.begin(), visited.end(), isTheSame)) {
             continue;
         }
         visited.push_back(directory);
@@ -99,19 +102,22 @@ void visitStaleFiles(const Time& now, std::uint32_t days,
     }
 }
 
-void removeStaleFiles(std::uint32_t days) {
+void removeStaleFiles(std::uint32_t days, const std::function<void(const StaleFile&)>& removed) {
     if (LoggerStream line{infoLogger()}) {
         line << "Removing tmp files greater than " << days << " days old:" << std::endl;
     }
-    visitStaleFiles(Time::currentLocalTime(), days, [](const StaleFile& file) {
+    visitStaleFiles(Time::currentLocalTime(), days, [&removed](const StaleFile& file) {
         if (LoggerStream line{infoLogger()}) {
             line << "  Removing " << native(file.path) << " which is " << file.age << " days old."
                  << std::endl;
         }
         error_code error;
-        fs::remove(Base::Platform::reachablePath(file.path), error);
+        const bool wasThere = fs::remove(Base::Platform::reachablePath(file.path), error);
         if (error && !saysGone(error)) {
             throw fs::filesystem_error("Cannot remove the file", file.path, error);
+        }
+        if (wasThere && removed) {
+            removed(file);
         }
     });
 }

@@ -19,8 +19,8 @@ class Time;
 /// `Base::Environment::ExpansionError` when TEMP cannot be expanded.
 void visitStaleFiles(const Time& now, std::uint32_t days, const std::function<void(const StaleFile&)>& visit);
 
-/// Removes these files, as they are now. One that is gone already is no error; the first that cannot be
-/// removed is, as above, and ends the removal.
-void removeStaleFiles(std::uint32_t days);
+/// Removes these files, as they are now, and calls `removed`, if any, after each. One that is gone already is
+/// no error and not told; the first that cannot be removed is, as above, and ends the removal.
+void removeStaleFiles(std::uint32_t days, const std::function<void(const StaleFile&)>& removed = {});
 
 }  // namespace Kym

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <iostream>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -19,49 +20,65 @@ namespace {
 
 namespace fs = boost::filesystem;
 
+using Files = std::vector<Kym::StaleFile>;
+
 struct Request {
     std::string department;
     bool dryRun = false;
     bool json = false;
 };
 
-void writeJson(const std::vector<Kym::StaleFile>& files, bool removed) {
-    Json list = Json::array();
-    for (const Kym::StaleFile& file : files) {
-        list.add(Json::object({{"path", fs::path(file.path).make_preferred().string()},
-                               {"days", static_cast<std::uint64_t>(file.age)}}));
-    }
-    std::cout << Json::object({{"removed", removed}, {"files", list}}).document();
+std::string nameOf(const Kym::StaleFile& file) {
+    return fs::path(file.path).make_preferred().string();
 }
 
-void write(const Kym::Configuration& department, const std::vector<Kym::StaleFile>& files, bool removed) {
-    if (!department.doFileCleanup) {
-        std::cout << "The department \"" << department.name() << "\" asks for no cleanup.\n";
-        return;
-    }
+std::string asJson(const Kym::Configuration& department, const Files& files, bool removed) {
+    Json list = Json::array();
     for (const Kym::StaleFile& file : files) {
-        std::cout << (removed ? "Removed " : "Would remove ") << fs::path(file.path).make_preferred().string()
-                  << " which is " << file.age << " days old.\n";
+        list.add(Json::object({{"path", nameOf(file)}, {"days", static_cast<std::uint64_t>(file.age)}}));
     }
-    if (files.empty()) {
-        std::cout << "No file is older than " << department.cleanupDays << " days.\n";
+    return Json::object({{"cleanup", department.doFileCleanup}, {"removed", removed}, {"files", list}})
+        .document();
+}
+
+std::string asText(const Kym::Configuration& department, const Files& files, bool removed) {
+    if (!department.doFileCleanup) {
+        return "The department \"" + department.name() + "\" asks for no cleanup.\n";
     }
+    std::string text;
+    for (const Kym::StaleFile& file : files) {
+        text += (removed ? "Removed " : "Would remove ") + nameOf(file) + " which is " +
+                std::to_string(file.age) + " days old.\n";
+    }
+    return text.empty() ? "No file is older than " + std::to_string(department.cleanupDays) + " days.\n"
+                        : text;
 }
 
 void clean(const Request& request) {
     Departments departments;
     const Kym::Configuration& department =
         *departments.manager().configuration(departments.rowOf(request.department));
+    auto* const as = request.json ? &asJson : &asText;
     const Kym::Launcher launcher;
-    const std::vector<Kym::StaleFile> files = launcher.staleFiles(department);
-    if (!request.dryRun) {
-        launcher.removeLogFiles(department);
+    if (request.dryRun || request.json) {  // what JSON cannot carry is refused before anything is removed
+        const std::string planned = as(department, launcher.staleFiles(department), false);
+        if (request.dryRun) {
+            std::cout << planned;
+            return;
+        }
     }
-    if (request.json) {
-        writeJson(files, !request.dryRun);
-    } else {
-        write(department, files, !request.dryRun);
+    Files removed;
+    try {
+        launcher.removeLogFiles(department, [&](const Kym::StaleFile& file) { removed.push_back(file); });
+    } catch (const std::exception& error) {
+        if (request.json || !removed.empty()) {
+            std::cout << as(department, removed, true);
+        }
+        throw std::runtime_error(
+            error.what() + std::string("\nThe cleanup ended there. Close the program that holds the file, or "
+                                       "remove it by hand, and clean again."));
     }
+    std::cout << as(department, removed, true);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <string>
 
 #include <CLI/CLI.hpp>
+#include <boost/filesystem/exception.hpp>
 
 #include "kym/Launcher.h"
 #include "kym/SystemInfo.h"
@@ -56,7 +57,17 @@ void show(const Request& request) {
 void launch(const Request& request) {
     Departments departments;
     const Kym::LaunchPlan plan = Launchable(departments, request.choice).plan();
-    Kym::Launcher().launch(plan);
+    try {
+        Kym::Launcher().launch(plan);
+    } catch (const boost::filesystem::filesystem_error& error) {
+        const std::string& department = request.choice.department;
+        throw std::runtime_error(
+            error.what() +
+            std::string("\nNothing was started: old temporary files are removed first. Close "
+                        "the program that holds the file, or remove it by hand. To start without "
+                        "removing any, run kym-configure put department/") +
+            department + "/doFileCleanup False");
+    }
     std::cout << "Started " << plan.commandString() << '\n';
 }
 

@@ -13,6 +13,7 @@
 #include "base/Environment.h"
 #include "base/FileManager.h"
 #include "base/Task.h"
+#include "base/platform/FileSystem.h"
 #include "kym/ConfigApplication.h"
 #include "kym/Configuration.h"
 #include "kym/Launcher.h"
@@ -40,19 +41,20 @@ class StaleFilesTest : public Support::SiteTest {
     }
 
     fs::path file(const fs::path& name, std::int64_t written) const {
-        const fs::path made = temp / name;
+        const fs::path made = Base::Platform::reachablePath(temp / name);
         fs::create_directories(made.parent_path());
         std::ofstream{std::filesystem::path(made.native())};
         fs::last_write_time(made, written);
-        return made;
+        return temp / name;
     }
 
-    /// The name and the age of each stale file below TEMP; one is removed as soon as another was visited.
+    /// The name and the age of each stale file but the machine's own; one is removed as soon as another was
+    /// visited.
     std::vector<std::pair<fs::path, int>> staleFiles(std::uint32_t days,
                                                      const char* removed = nullptr) const {
         std::vector<std::pair<fs::path, int>> found;
         Kym::visitStaleFiles(now, days, [&](const Kym::StaleFile& stale) {
-            if (stale.path.parent_path() == temp) {
+            if (stale.path.parent_path() != "c:\\temp") {
                 found.emplace_back(stale.path.filename(), stale.age);
             }
             if (removed) {
@@ -120,10 +122,16 @@ TEST_F(StaleFilesTest, AreOlderThanTheDaysOnTheCalendar) {
     EXPECT_EQ(staleFiles(2), expected);
     EXPECT_EQ(staleFiles(1).size(), expected.size() + 1);
 
-    for (const std::string& place : {native(temp / "3.log"), std::string()}) {
+    const fs::path deep = file(fs::path(std::string(150, 'a')) / std::string(150, 'b') / "deep.log", 1'000'000);
+    Base::Environment::setEnvVariable("TEMP", native(deep.parent_path()));
+    EXPECT_EQ(staleFiles(2).size(), 1u);
+    fs::current_path(temp);  // which stands for no TEMP that is missing
+    for (const std::string& place : {native(temp / "3.log"), std::string(), std::string(5000, 'x')}) {
         Base::Environment::setEnvVariable("TEMP", place);
-        EXPECT_TRUE(staleFiles(2).empty());
+        EXPECT_TRUE(staleFiles(2).empty()) << place;
     }
+    fs::current_path(site.root().parent_path());
+    Base::FileManager::removeAll(temp);
 }
 
 // So many days that no file of the machine's own c:\temp is that old.
@@ -163,7 +171,9 @@ TEST_F(StaleFilesTest, AreRemovedBeforeALaunch) {
     Base::Environment::setEnvVariable("TEMP", native(temp));
     fs::remove(blocked);
     site.startLog("kym.info");
-    launcher.removeLogFiles(config);
+    std::vector<fs::path> told;
+    launcher.removeLogFiles(config, [&told](const Kym::StaleFile& removed) { told.push_back(removed.path); });
+    EXPECT_THAT(told, ElementsAre(last));
     EXPECT_THAT(site.logLines(), ElementsAre("Removing tmp files greater than 9000 days old:",
                                              "  looking in c:\\temp", "  looking in " + native(temp),
                                              "  Removing " + native(last) + " which is 9001 days old."));

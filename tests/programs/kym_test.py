@@ -461,10 +461,10 @@ class KymTest(unittest.TestCase):
         return output.read_text(encoding="utf-8")
 
     def test_cleans_as_a_launch_would(self):
-        def clean(*arguments):
+        def clean(*arguments, command="clean"):
             """Runs in the site, in whose folder "temp" the program looks; Wine sets TEMP as it likes."""
             setting = ["cmd", "/d", "/c", "set", "TEMP=temp&&"] if EMULATOR else []
-            done = subprocess.run([*EMULATOR, *setting, str(FOLDER / f"kym{SUFFIX}"), "clean", *arguments],
+            done = subprocess.run([*EMULATOR, *setting, str(FOLDER / f"kym{SUFFIX}"), command, *arguments],
                                   env={**self.environment, "TEMP": "temp"}, cwd=self.site, timeout=60, check=False,
                                   stdin=subprocess.DEVNULL, capture_output=True, encoding="utf-8")
             return done.returncode, done.stdout, done.stderr
@@ -489,7 +489,17 @@ class KymTest(unittest.TestCase):
         self.assertEqual(clean("clean"), (0, "Removed " + old, ""))
         self.assertEqual([path.name for path in folder.iterdir()], ["young.log"])
         self.assertEqual(clean("clean"), (0, "No file is older than 9000 days.\n", ""))
-        self.assertEqual(clean("sales")[0], 1)
+        self.assertEqual([json.loads(clean(name, "--json")[1]) for name in ("clean", "design")],
+                         [{"cleanup": asked, "removed": True, "files": []} for asked in (True, False)])
+        if not ON_WINDOWS:
+            (folder / "young.log").rename(folder / "old.log")
+            os.utime(folder / "old.log", (0, 0))
+            (folder / "p.log").symlink_to("p.log")  # cannot be asked for its age
+            self.assertEqual(clean("clean", "--json")[:2], (1, ""))
+            status, output, error = clean("clean")
+            self.assertEqual((status, output.splitlines()[0][:20]), (1, "Removed temp/old.log"))
+            self.assertIn("\nThe cleanup ended there.", error)
+            self.assertIn("\nNothing was started: ", clean("clean", "clean:report", command="launch")[2])
 
     @unittest.skipIf(ON_WINDOWS, "pseudo-terminals are made here")
     def test_tables_fit_a_terminal(self):
