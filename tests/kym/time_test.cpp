@@ -164,6 +164,8 @@ TEST_F(TimeTest, TakesRealDatesOnly) {
         EXPECT_THAT([&] { time.addDay(1); }, refused);
         EXPECT_THAT([&] { time.dayOfYear(); }, refused);
     }
+    EXPECT_EQ(Time("2024-01-01", Time::IsoBasic, Time::Gmt).zone, Time::Gmt);
+    EXPECT_EQ(Time("2024", "%Y", Time::Gmt).zone, Time::Gmt);
     for (const std::int64_t beyondWindows : {std::int64_t{-1}, std::int64_t{32535216000}}) {
         EXPECT_EQ(Time(beyondWindows, Time::Gmt).isEmpty(), Support::onWindows);
     }
@@ -258,10 +260,12 @@ TEST_F(TimeTest, Formats) {
 
 TEST_F(TimeTest, TellsTheCurrentTime) {
     Support::useTimeZone("JST-9");
-    const std::int64_t before = Time::currentGmtTime().getTime();
+    const Time gmt = Time::currentGmtTime();
+    const std::int64_t before = gmt.getTime();
     const Time local = Time::currentLocalTime();
     const std::string date = Time::currentDateInGMFormat();
     const Time after = Time::currentLocalTime();
+    EXPECT_TRUE(gmt.zone == Time::Gmt && local.zone == Time::Local);
     EXPECT_GT(before, 1700000000);
     EXPECT_TRUE(before <= local.getTime() && local.getTime() <= after.getTime());
     EXPECT_THAT(date, testing::AnyOf(local.toString("%d%G%y"), after.toString("%d%G%y")));
