@@ -21,6 +21,11 @@ std::string counted(std::size_t number, const std::string& what) {
 
 }  // namespace
 
+std::string placeOf(const Finding& finding) {
+    return finding.table + (finding.row != 0 ? " row " + std::to_string(finding.row) : "") +
+           (finding.column.empty() ? "" : ", " + finding.column);
+}
+
 int statusOf(const Findings& findings) {
     return findings.empty() ? 0 : errorsIn(findings) == 0 ? warned : erred;
 }
@@ -41,15 +46,8 @@ void report(const Findings& findings, bool json) {
                                    {"suggestion", finding.suggestion}}));
             continue;
         }
-        std::cout << severity << ' ' << finding.code << ": " << finding.table;
-        if (finding.row != 0) {
-            std::cout << " row " << finding.row;
-        }
-        if (!finding.column.empty()) {
-            std::cout << ", " << finding.column;
-        }
-        std::cout << "\n    " << finding.reason << "\n    " << finding.suggestion
-                  << "\n    File: " << finding.file << '\n';
+        std::cout << severity << ' ' << finding.code << ": " << placeOf(finding) << "\n    " << finding.reason
+                  << "\n    " << finding.suggestion << "\n    File: " << finding.file << '\n';
     }
     if (json) {
         std::cout << Json::object({{"errors", static_cast<std::uint64_t>(errors)},

@@ -19,6 +19,9 @@ struct Finding {
 };
 using Findings = std::vector<Finding>;
 
+/// Where it stands, for people.
+std::string placeOf(const Finding& finding);
+
 /// What a command ends with that found these: 0, with warnings 3, with errors 4.
 int statusOf(const Findings& findings);
 

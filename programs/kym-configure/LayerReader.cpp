@@ -1,10 +1,12 @@
 #include <algorithm>
+#include <charconv>
 #include <functional>
 #include <stdexcept>
 
 #include <boost/algorithm/string/join.hpp>
 #include <boost/json.hpp>
 
+#include "Checks.h"
 #include "LayerFile.h"
 #include "Settings.h"
 #include "Tables.h"
@@ -13,7 +15,17 @@ namespace {
 
 using boost::json::value;
 
-value parse(const std::string& text, const std::string& file) {
+/// What Windows programs put in front of a text that is UTF-8.
+const std::string mark = "\xEF\xBB\xBF";
+
+value parse(const std::string& content, const std::string& file) {
+    if (content.starts_with("\xFF\xFE") || content.starts_with("\xFE\xFF")) {
+        throw std::runtime_error(
+            file +
+            " is UTF-16, as PowerShell writes with \">\"; UTF-8 is expected. Name the file "
+            "to kym-configure export, as in: kym-configure export LAYER FILE");
+    }
+    const std::string text = content.substr(content.starts_with(mark) ? mark.size() : 0);
     boost::json::stream_parser parser;
     boost::json::error_code error;
     const std::size_t read = parser.write_some(text.data(), text.size(), error);
@@ -63,6 +75,13 @@ class LayerReader {
                                    readDisabledPlugins(v, at);
                                }});
         }
+        if (mLayer.department && !mLayer.variables && document.is_object() &&
+            document.get_object().contains("variables")) {
+            note("/variables",
+                 "the department is not prepared for the present release; run first: kym prepare " +
+                     argument(mLayer.department->name()));
+            return mProblems;
+        }
         readObject(document, "", members);
         if (mProblems.empty() &&
             !(document.as_object().contains("format") && document.as_object().contains("layer"))) {
@@ -98,6 +117,12 @@ class LayerReader {
         }
     }
 
+    void require(const value& item, const std::string& at, const char* member) {
+        if (item.is_object() && !item.get_object().contains(member)) {
+            note(at, "the member " + quoted(member) + " is expected");
+        }
+    }
+
     void readList(const value& v, const std::string& at,
                   const std::function<void(const value&, const std::string&)>& take) {
         if (!v.is_array()) {
@@ -112,10 +137,12 @@ class LayerReader {
 
     Member text(const std::string& name, std::string& target) {
         return {name, [this, &target](const value& v, const std::string& at) {
-                    if (v.is_string()) {
-                        target = std::string(v.get_string());
-                    } else {
+                    if (!v.is_string()) {
                         note(at, "a text is expected");
+                    } else if (v.get_string().find('\0') != boost::json::string::npos) {
+                        note(at, "a text without the character U+0000 is expected");
+                    } else {
+                        target = std::string(v.get_string());
                     }
                 }};
     }
@@ -133,13 +160,18 @@ class LayerReader {
     Member platform(Kym::PlatformType& target) {
         return {"platform", [this, &target](const value& v, const std::string& at) {
                     static const std::vector<std::string> names = {"common", "unix", "windows"};
-                    const auto name = std::find(names.begin(), names.end(),
-                                                v.is_string() ? std::string(v.get_string()) : std::string());
-                    if (name == names.end()) {
-                        note(at, "common, unix or windows is expected");
-                    } else {
-                        target = static_cast<Kym::PlatformType>(name - names.begin());
+                    const std::string text = v.is_string() ? std::string(v.get_string()) : std::string();
+                    const auto name = std::find(names.begin(), names.end(), text);
+                    int number = static_cast<int>(name - names.begin());
+                    if (name == names.end()) {  // another program's, which export wrote as a number
+                        const char* end = text.data() + text.size();
+                        const auto read = std::from_chars(text.data(), end, number);
+                        if (text.empty() || read.ec != std::errc() || read.ptr != end) {
+                            note(at, "common, unix or windows is expected");
+                            return;
+                        }
                     }
+                    target = static_cast<Kym::PlatformType>(number);
                 }};
     }
 
@@ -171,7 +203,9 @@ class LayerReader {
     void readSetting(const Setting& setting, const value& v, const std::string& at) {
         std::string content = setting.get();
         const std::size_t before = mProblems.size();
-        if (setting.variable) {
+        if (setting.variable) {  // export leaves out an empty comment and the common platform
+            setting.variable->comment.clear();
+            setting.variable->type = Kym::PlatformType::Common;
             readObject(v, at,
                        {text("value", content), text("comment", setting.variable->comment),
                         platform(setting.variable->type)});
@@ -209,6 +243,7 @@ class LayerReader {
         readList(v, at, [this, &source](const value& item, const std::string& place) {
             const int row = append(source);
             Kym::EnvironmentVariable& variable = source.variable(row);
+            require(item, place, "name");
             readObject(item, place,
                        {text("name", variable.name), text("value", variable.value),
                         text("comment", variable.comment), platform(variable.type)});
@@ -225,6 +260,7 @@ class LayerReader {
         clear(source);
         readList(v, at, [this, &source](const value& item, const std::string& place) {
             Kym::ConfigApplication& application = source.application(append(source));
+            require(item, place, "id");
             readObject(item, place,
                        {text("id", application.applicationId),
                         text("category", application.category),
@@ -246,6 +282,7 @@ class LayerReader {
         clear(source);
         readList(v, at, [this, &source](const value& item, const std::string& place) {
             std::string name, path;
+            require(item, place, "name");
             readObject(item, place, {text("name", name), text("path", path)});
             const int row = append(source);
             source.setValueForListColumnRow("Name", row, name);
@@ -261,6 +298,7 @@ class LayerReader {
         }
         readList(v, at, [this, &settings](const value& item, const std::string& place) {
             Kym::ApplicationOverlay overlay;
+            require(item, place, "id");
             readObject(item, place,
                        {text("configuration", overlay.configurationName), text("id", overlay.applicationId),
                         text("category", overlay.category), text("description", overlay.description),
@@ -300,7 +338,16 @@ class LayerReader {
 }  // namespace
 
 void layerFromJson(const Layer& layer, const std::string& text, const std::string& file) {
-    const std::vector<std::string> problems = LayerReader(layer).read(parse(text, file));
+    std::vector<std::string> problems = LayerReader(layer).read(parse(text, file));
+    if (problems.empty()) {
+        Findings findings;
+        checkContent(layer, findings);
+        for (const Finding& finding : findings) {
+            if (finding.isError) {
+                problems.push_back(placeOf(finding) + ": " + finding.reason);
+            }
+        }
+    }
     if (!problems.empty()) {
         throw std::runtime_error(file + " cannot be imported, and nothing was changed:\n  " +
                                  boost::join(problems, "\n  "));

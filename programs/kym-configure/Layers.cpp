@@ -1,9 +1,11 @@
 #include "Layers.h"
 
+#include <iterator>
 #include <map>
 #include <stdexcept>
 
 #include <boost/algorithm/string/join.hpp>
+#include <boost/filesystem/fstream.hpp>
 #include <boost/filesystem/operations.hpp>
 
 #include "base/Unarchiver.h"
@@ -11,6 +13,8 @@
 #include "kym/PluginsManager.h"
 #include "kym/SiteSettings.h"
 #include "kym/SystemInfo.h"
+
+#include "Settings.h"
 
 namespace fs = boost::filesystem;
 
@@ -25,6 +29,28 @@ void makeFolderOf(const fs::path& file) {
 
 fs::path fileInInstallation(const char* name) {
     return Kym::SystemInformation().installPath() / "config" / name;
+}
+
+std::string contentOf(const fs::path& file) {
+    fs::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+/// Saves both files of a department, or none: when the settings cannot be written, the properties, which come
+/// first, get their old content back.
+void saveWhole(Kym::Configuration& department) {
+    const fs::path file = department.propertyFile();
+    const std::string before = contentOf(file);
+    try {
+        department.save();
+    } catch (...) {
+        if (contentOf(file) != before) {
+            const fs::path old = file.string() + ".old";
+            fs::ofstream(old, std::ios::binary) << before;
+            fs::rename(old, file);
+        }
+        throw;
+    }
 }
 
 Layer layerOf(Kym::PluginSettings& plugin) {
@@ -54,9 +80,14 @@ Layer layerOf(Kym::Configuration& department) {
         if (department.isUpdated()) {
             makeFolderOf(file);
         }
-        department.save();
+        saveWhole(department);
     };
     return result;
+}
+
+template <typename Record>
+void requireList(Base::Unarchiver& unarchiver, const std::string& key) {
+    unarchiver.decodeObject(key, static_cast<std::vector<Record>*>(nullptr));
 }
 
 }  // namespace
@@ -178,8 +209,28 @@ std::string joined(const std::vector<std::string>& texts) {
     return boost::join(texts, ", ");
 }
 
+std::string argument(const std::string& text) {
+    const bool isPlain = !text.empty() && text.find_first_of(" \t&|<>^()[]{};'`!,*?") == std::string::npos;
+    return isPlain ? text : quoted(text);
+}
+
 void requireReadable(const Layer& layer) {
-    if (fs::exists(layer.file)) {
-        Base::Unarchiver(layer.file);
+    if (!fs::exists(layer.file)) {
+        return;
+    }
+    Base::Unarchiver unarchiver(layer.file);
+    if (layer.path == "system") {
+        for (const Setting& setting : settingsOf(layer)) {
+            std::string text;
+            unarchiver.decode(setting.name, text);
+        }
+    } else if (layer.department) {
+        requireList<Kym::WorkDirectory>(unarchiver, "Work Directory List");
+        requireList<Kym::EnvironmentVariable>(unarchiver, "Common Variables");
+        requireList<Kym::EnvironmentVariable>(unarchiver, "Unix Variables");
+        requireList<Kym::EnvironmentVariable>(unarchiver, "Windows Variables");
+        requireList<std::string>(unarchiver, "Disabled Plugins");
+        requireList<Kym::ConfigApplication>(unarchiver, "Application List");
+        requireList<Kym::ApplicationOverlay>(unarchiver, "Application Overlay List");
     }
 }

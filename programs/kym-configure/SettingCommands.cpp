@@ -61,7 +61,11 @@ void getSetting(const Request& request) {
         return;
     }
     Site site;
-    const std::string value = findSetting(site.layer(layerPath), name).get();
+    const Layer layer = site.layer(layerPath);
+    if (!layer.department) {
+        requireReadable(layer);
+    }
+    const std::string value = findSetting(layer, name).get();
     if (request.json) {
         std::cout << Json::object({{"settings", Json::object({{request.name, value}})}}).document();
     } else {

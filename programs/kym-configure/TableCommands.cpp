@@ -45,6 +45,7 @@ void listTables(const Request& request) {
 void showTable(const Request& request) {
     Site site;
     const Table table = findTable(site, request.path);
+    requireReadable(table.layer);
     std::vector<Row> rows = {{"ROW"}};
     rows.front().insert(rows.front().end(), table.columns.begin(), table.columns.end());
     Json list = Json::array();

@@ -1,5 +1,6 @@
 #include "TransferCommands.h"
 
+#include <algorithm>
 #include <iostream>
 #include <iterator>
 #include <memory>
@@ -7,9 +8,12 @@
 
 #include <CLI/CLI.hpp>
 #include <boost/filesystem/fstream.hpp>
+#include <boost/filesystem/operations.hpp>
+#include <boost/json.hpp>
 
 #include "Commands.h"
 #include "LayerFile.h"
+#include "SiteChecks.h"
 
 namespace {
 
@@ -18,6 +22,14 @@ struct Request {
     std::string file;
     bool dryRun = false;
 };
+
+/// The type, and the common department of a department.
+std::vector<std::string> namesIn(const Layer& layer) {
+    if (layer.department) {
+        return {layer.department->type, layer.department->commonDepartment};
+    }
+    return layer.plugin ? std::vector<std::string>{layer.plugin->pluginType} : std::vector<std::string>();
+}
 
 void exportLayer(const Request& request) {
     Site site;
@@ -37,16 +49,85 @@ void exportLayer(const Request& request) {
     std::cout << "Wrote the layer " << layer.path << " into " << nativeText(request.file) << ".\n";
 }
 
+using boost::json::value;
+
+/// Tells, for people, what is different under a place of a document.
+void tellChanges(const value& before, const value& after, const std::string& place) {
+    if (before == after) {
+        return;
+    }
+    if (before.is_object() && after.is_object()) {
+        for (const auto& entry : before.get_object()) {
+            const value* other = after.get_object().if_contains(entry.key());
+            tellChanges(entry.value(), other ? *other : value(), place + '/' + std::string(entry.key()));
+        }
+        for (const auto& entry : after.get_object()) {
+            if (!before.get_object().contains(entry.key())) {
+                tellChanges(value(), entry.value(), place + '/' + std::string(entry.key()));
+            }
+        }
+        return;
+    }
+    if (before.is_array() && after.is_array()) {
+        const auto& from = before.get_array();
+        const auto& to = after.get_array();
+        std::size_t first = 0, last = 0;  // how much both ends have in common
+        const std::size_t shorter = std::min(from.size(), to.size());
+        while (first < shorter && from[first] == to[first]) {
+            ++first;
+        }
+        while (last < shorter - first && from[from.size() - 1 - last] == to[to.size() - 1 - last]) {
+            ++last;
+        }
+        for (std::size_t i = first; i + last < std::max(from.size(), to.size()); ++i) {
+            tellChanges(i + last < from.size() ? from[i] : value(), i + last < to.size() ? to[i] : value(),
+                        place + '/' + std::to_string(i));
+        }
+        return;
+    }
+    std::cout << place;
+    if (before.is_null()) {
+        std::cout << " added: " << after << '\n';
+    } else if (after.is_null()) {
+        std::cout << " removed: " << before << '\n';
+    } else {
+        std::cout << ' ' << before << " becomes " << after << '\n';
+    }
+}
+
+/// What `put` refuses of a department or a plugin, unless it was so before.
+void requireKnownNames(Site& site, const Layer& layer, const std::vector<std::string>& before) {
+    const std::vector<std::string> now = namesIn(layer);
+    if (!now.empty() && now[0] != before[0]) {
+        requireKnownType(site, layer);
+    }
+    if (now.size() > 1 && now[1] != before[1]) {
+        requireKnownCommonDepartment(site, now[1]);
+    }
+}
+
 void importLayer(const Request& request) {
+    if (boost::filesystem::is_directory(request.file)) {
+        throw std::runtime_error(nativeText(request.file) +
+                                 " is a directory; the name of a file is expected.");
+    }
     Site site;
     const Layer layer = site.layer(request.layer);
     requireReadable(layer);
+    const value before = boost::json::parse(layerToJson(layer).document());
+    const std::vector<std::string> names = namesIn(layer);
     boost::filesystem::ifstream in(request.file, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(in), {}};
     if (!in) {
         throw std::runtime_error("The file " + nativeText(request.file) + " cannot be read.");
     }
     layerFromJson(layer, text, nativeText(request.file));
+    requireKnownNames(site, layer, names);
+    const value after = boost::json::parse(layerToJson(layer).document());
+    if (before == after) {
+        std::cout << "The layer " << layer.path << " is the same already.\n";
+    }
+    tellChanges(before, after, layer.path);
     finishEdit(layer, request.dryRun);
 }
 

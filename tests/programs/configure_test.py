@@ -7,6 +7,7 @@ import json
 import os
 import pathlib
 import plistlib
+import re
 import shlex
 import shutil
 import subprocess
@@ -180,6 +181,22 @@ class ConfigureTest(unittest.TestCase):
                 self.assertIn(message, done.stderr)
         self.assertEqual(self.changed(files), [])
 
+    def test_a_file_of_other_kinds_is_neither_shown_nor_edited(self):
+        for file, begin, table, edit in (
+                ("ugsite/design/nx4/config/configSettings.dat", "bool", "show department/design/applications",
+                 "set department/design/variables/common 2 Value x"),
+                ("kym/config/sysinfo.dat", "string", "get system/KymVersionString", "put system/KymVersionString x")):
+            text = (self.site / file).read_text(encoding="utf-8")
+            text = re.sub(f"<{begin} (key=[^<]*)</{begin}>", r"<int \1</int>", text, count=1)
+            (self.site / file).write_text(text, encoding="utf-8")
+            files = self.files()
+            for command in (table, edit):
+                done = self.run_program("kym-configure", *command.split())
+                self.assertEqual((done.returncode, done.stdout), (1, ""), command)
+                self.assertIn(file.split("/")[-1], done.stderr)
+            self.assertEqual(self.changed(files), [])
+            self.assertIn("unreadable", {code for _, code, *_ in self.findings(status=4)})
+
     def replace(self, file, *pairs):
         """Makes in a settings file what the program itself would refuse to make."""
         path = self.site / file
@@ -250,7 +267,7 @@ class ConfigureTest(unittest.TestCase):
         record = ('>SAMPLE_TRIAL</string>\n\t\t\t<string key="Value Key">{}</string>\n\t\t\t'
                   '<string key="Comment Key">{}</string>\n\t\t\t<int key="Variable Type Key">{}<')
         self.replace("ugsite/design/nx4/config/configSettings.dat",
-                     (record.format("", "", 0), record.format('&lt;\u20ac\\', "why so", 2)))
+                     (record.format("", "", 0), record.format('&lt;\u20ac\\', "why so", 7)))
         for layer, kept in (("department/design", ["ugsite/design/.dirinfo.plist",
                                                    "ugsite/design/nx4/config/configSettings.dat"]),
                             ("site", ["ugsite/site_settingsNx4.dat"]), ("base", ["kym/config/baseSettings.dat"]),
@@ -262,10 +279,46 @@ class ConfigureTest(unittest.TestCase):
                 for name in kept:
                     if layer.startswith("department"):
                         shutil.copy(self.site / name.replace("design", "common"), self.site / name)
+                    elif layer == "site":
+                        browser = ('UGII_HTML_BROWSER</string>\n\t\t<string key="Value Key">{0}</string>\n\t\t'
+                                   '<string key="Comment Key">{0}</string>\n\t\t<int key="Variable Type Key">{1}<')
+                        self.replace(name, (browser.format("", 0), browser.format("x", 1)))
                     elif layer != "system":
                         (self.site / name).unlink()
+                file.write_bytes(b"\xef\xbb\xbf" + file.read_bytes())
                 self.configure("import", layer, shown_file)
                 self.assertEqual(self.changed(files), [])
+
+    def test_import_tells_what_changes_and_saves_both_files_or_none(self):
+        file = self.folder / "layer.json"
+        self.addCleanup(file.unlink)
+        layer = json.loads(self.configure("export", "department/design"))
+        layer["settings"]["cleanupDays"] = 9
+        del layer["variables"]["common"][1]
+        layer["applications"][0]["arguments"] = "-x"
+        file.write_text(json.dumps(layer), encoding="utf-8")
+        files, arguments = self.files(), ("import", "department/design", as_seen_by_programs(file))
+        shown = self.configure(*arguments, "--dry-run").splitlines()
+        self.assertEqual(shown[0], "department/design/settings/cleanupDays 2 becomes 9")
+        self.assertTrue(shown[1].startswith('department/design/variables/common/1 removed: {"name":"SAMPLE_PROJECT"'))
+        self.assertTrue(shown[2].endswith(' becomes "-x"'))
+        self.assertEqual(len(shown), 4)
+        settings = self.site / "ugsite" / "design" / "nx4" / "config" / "configSettings.dat"
+        content = settings.read_bytes()
+        if ON_WINDOWS:
+            settings.chmod(0o444)
+        else:  # write protection does not stop a superuser
+            settings.unlink()
+            settings.symlink_to(self.site / "gone" / "settings")
+            files = self.files()
+        done = self.run_program("kym-configure", *arguments)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("configSettings.dat", done.stderr)
+        self.assertEqual(self.changed(files), [])
+        settings.chmod(0o644) if ON_WINDOWS else settings.unlink()
+        settings.write_bytes(content)
+        self.configure(*arguments)
+        self.assertEqual(len(self.changed(files)), 2)
 
     def test_import_refuses_and_changes_nothing(self):
         file = self.folder / "layer.json"
@@ -284,8 +337,16 @@ class ConfigureTest(unittest.TestCase):
                 (lambda text: text.replace('"licences"', '"nx"'), "/overlays/1: there is an overlay"),
                 (lambda text: text.replace('"arguments"', '"argument"'), "/applications/0/argument: there is no"),
                 (lambda text: "[]", "the top: an object is expected."),
-                (lambda text: "{}", "\"format\" and \"layer\" are expected")):
-            file.write_text(change(json.dumps(layer, ensure_ascii=False)), encoding="utf-8")
+                (lambda text: "{}", "\"format\" and \"layer\" are expected"),
+                (lambda text: text.replace('"id": "report"', '"id": "gearbox"'), "applications row 2, AppID: "),
+                (lambda text: text.replace('"id": "report", ', ""), "/applications/1: the member \"id\" is expected."),
+                (lambda text: text.replace('"Tools"', r'"a\u0000b"'), "without the character U+0000"),
+                (lambda text: text.replace('"Production"', '"Prod"'), "There is no type \"Prod\""),
+                (lambda text: text.replace('"commonDepartment": "common"', '"commonDepartment": "nobody"'),
+                 "kym create nobody"),
+                (lambda text: text.encode("utf-16"), "is UTF-16")):
+            text = change(json.dumps(layer, ensure_ascii=False))
+            file.write_bytes(text if isinstance(text, bytes) else text.encode("utf-8"))
             done = self.run_program("kym-configure", "import", "department/design", as_seen_by_programs(file))
             self.assertEqual((done.returncode, done.stdout), (1, ""), message)
             self.assertIn(message, done.stderr)
