@@ -51,7 +51,7 @@ void makeNewDirectory(const boost::filesystem::path& directory) {
         if (Base::log::LoggerStream line{infoLogger()}) {
             line << "Creating directory: " << Base::FileManager::native(directory) << std::endl;
         }
-        if (boost::filesystem::create_directory(directory)) {
+        if (Base::FileManager::createDirectory(directory)) {
             return;
         }
     }

@@ -210,29 +210,20 @@ TEST_F(Manager, RenamesADepartmentToAFreeNameThatWindowsCanHave) {
         EXPECT_EQ(refused(name), "Directory " + native(site.departments() / name) + " already exists.");
     }
     const std::string longest = "x" + boost::join(std::vector<std::string>(127, "ü"), "");  // 255 bytes
-    for (const auto& [name, shown] : {std::pair<std::string, std::string>("", ""),
-                                      {"..", ".."},
-                                      {"x ", "x "},
-                                      {"../x", "../x"},
-                                      {"x:y", "x:y"},
-                                      {"what?", "what?"},
-                                      {"x\x1f\n", "x\\x1F\\x0A"},
-                                      {"nul", "nul"},
-                                      {"Com1", "Com1"},
-                                      {"aux .x", "aux .x"},
-                                      {"lpt\xC2\xB2", "lpt\xC2\xB2"},
-                                      {"caf\xE9", "caf\\xE9"},
-                                      {longest + "y", longest.substr(0, 99) + "..."}}) {
-        const std::string message = refused(name);
-        EXPECT_TRUE(message.starts_with('"' + shown + "\" cannot be the name of a department")) << message;
+    for (const char* name : {"", "..", "x ", "../x", "x\\y", "x:y", "what?", "nul", "Com1", "con.txt",
+                             "aux .x", "lpt\xC2\xB2"}) {
+        EXPECT_NE(refused(name).find("cannot be the name of a department"), std::string::npos) << name;
+    }
+    for (const auto& [name, shown] :
+         {std::pair<std::string, std::string>("caf\xE9\n", "caf\\xE9\\x0A"), {longest + 'y', "ü..."}}) {
+        EXPECT_NE(refused(name).find(shown + "\" cannot be the name of a department"), std::string::npos);
     }
     {
         const Support::Held held(site.departments() / "b");
         const Support::Unprivileged somebody;
         EXPECT_NE(refused("held").find("Cannot rename"), std::string::npos);
     }
-    for (const std::string& name : {std::string("b"), std::string("B"), std::string("com10"), longest,
-                                    std::string("Maß Müller"), std::string(".x"), std::string("lpt")}) {
+    for (const auto& name : std::vector<std::string>{"b", "B", "com10", longest, "Maß Müller", ".x", "lpt"}) {
         manager.renameConfiguration(1, name);
         Configuration& renamed = *manager.configuration(1);
         EXPECT_EQ(renamed.path(), site.departments() / name);
