@@ -52,12 +52,12 @@ constexpr const char* nameOfNew = "change_me";
 
 void requireFree(Kym::ConfigurationManager& manager, const std::string& name) {
     if (manager.configurationByName(name)) {
-        const std::string remedy = name == nameOfNew
-                                       ? "\nIt was created without a name, or its creation was interrupted. "
-                                         "Give it a name with kym rename " +
-                                             name + " NAME, or delete it with kym delete " + name + '.'
-                                       : "";
-        throw std::runtime_error("There is a department " + quoted(name) + " already." + remedy);
+        const std::string remedy =
+            "\nUnless somebody is just creating a department, give it its name with kym rename change_me "
+            "NAME, or "
+            "delete it with kym delete change_me.";
+        throw std::runtime_error("There is a department " + quoted(name) + " already." +
+                                 (name == nameOfNew ? remedy : ""));
     }
     const std::string obstacle = Departments::obstacleTo(name);
     if (!obstacle.empty()) {

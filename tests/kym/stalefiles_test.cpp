@@ -122,13 +122,22 @@ TEST_F(StaleFilesTest, AreOlderThanTheDaysOnTheCalendar) {
     EXPECT_EQ(staleFiles(2), expected);
     EXPECT_EQ(staleFiles(1).size(), expected.size() + 1);
 
-    const fs::path deep = file(fs::path(std::string(150, 'a')) / std::string(150, 'b') / "deep.log", 1'000'000);
+    const fs::path deep =
+        file(fs::path(std::string(150, 'a')) / std::string(150, 'b') / "deep.log", 1'000'000);
     Base::Environment::setEnvVariable("TEMP", native(deep.parent_path()));
     EXPECT_EQ(staleFiles(2).size(), 1u);
     fs::current_path(temp);  // which stands for no TEMP that is missing
     for (const std::string& place : {native(temp / "3.log"), std::string(), std::string(5000, 'x')}) {
         Base::Environment::setEnvVariable("TEMP", place);
         EXPECT_TRUE(staleFiles(2).empty()) << place;
+    }
+    if (!Support::onWindows) {  // where it is the machine's own
+        const fs::path place = "c:\\temp";
+        file(place / "once.log", 1'000'000);
+        Base::Environment::setEnvVariable("TEMP", place.string());
+        int visits = 0;
+        Kym::visitStaleFiles(now, 2, [&visits](const Kym::StaleFile&) { ++visits; });
+        EXPECT_EQ(visits, 1);
     }
     fs::current_path(site.root().parent_path());
     Base::FileManager::removeAll(temp);

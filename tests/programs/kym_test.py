@@ -331,7 +331,7 @@ class KymTest(unittest.TestCase):
         self.assertTrue((release / "win64" / "udo").is_dir())
         self.assertEqual(self.kym("prepare", "d\u00e9p"), prepared + " already.\n")
         self.assertEqual(self.kym("create"), 'Created the department "change_me".\n')
-        self.assertIn("kym rename change_me NAME, or delete it with kym delete change_me",
+        self.assertIn("give it its name with kym rename change_me NAME",
                       self.run_program("kym", "create", "gears").stderr)
         shutil.rmtree(self.site / "ugsite" / "change_me" / "nx4")
         self.assertEqual(self.kym("rename", "change_me", "later"),
