@@ -359,7 +359,7 @@ class KymTest(unittest.TestCase):
                 (["create", "a\x1b/"], 1, '"a\\x1B/" cannot be the name of a department'),
                 (["create", "x", "--type", "Prod"], 1, 'no type "Prod". There are: Common, Development, '),
                 (["rename", "design", "common"], 1, " already exists."),
-                (["rename", "design", "a\tb"], 1, "cannot be the name of a department"),
+                (["rename", "design", "a b"], 1, "cannot be the name of a department"),
                 (["rename", "sales", "x"], 1, 'no department "sales". There are: archive, common, design.'),
                 (["rename", "design"], 2, "NEW is required"),
                 (["delete", "common"], 1, "kym-configure put department/design/commonDepartment NAME\n"),
