@@ -37,6 +37,8 @@ class ArchiveReader {
     explicit ArchiveReader(const boost::filesystem::path& file);
     ~ArchiveReader();
 
+    const FileState& fileState() const { return mXml->state(); }
+
     /// The element that a call with this key is about: the current item of the current container, or the
     /// member of the current object. False when the object lacks the key.
     bool find(const std::string& key, Element& found) {

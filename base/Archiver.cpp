@@ -78,14 +78,14 @@ class Archiver::Writer {
         mBodies.back() = Body::Collection;
     }
 
-    void finish() {
+    void finish(FileState& state) {
         if (mBodies.size() != 1 || mBodies.back() == Body::OpenCollection || mFinished) {
             throw std::logic_error(
                 "an archive must be finished once, outside of its objects and collections");
         }
         mText += "</archive>\n";
         mFinished = true;
-        FileManager::replaceFile(mFile, mText);
+        FileManager::replaceFile(mFile, mText, state);
     }
 
   private:
@@ -165,7 +165,11 @@ void Archiver::finishCollection() {
     mWriter->endCollection();
 }
 void Archiver::finishEncoding() {
-    mWriter->finish();
+    FileState nothingKnown;
+    mWriter->finish(nothingKnown);
+}
+void Archiver::finishEncoding(FileState& state) {
+    mWriter->finish(state);
 }
 
 }  // namespace Base

@@ -5,6 +5,7 @@
 
 #include <boost/filesystem/path.hpp>
 
+#include "base/FileState.h"
 #include "base/TypeInfo.h"
 #include "base/platform/Export.h"
 
@@ -52,6 +53,10 @@ class BASE_EXPORT Archiver {
     /// Completes the archive and replaces the file; errors of the file system as in
     /// `FileManager::replaceFile`. To be called once, last.
     void finishEncoding();
+
+    /// The same for a file that was loaded before; `state` is what it held then, and then what was written.
+    /// `FileChanged` when somebody else has changed the file meanwhile.
+    void finishEncoding(FileState& state);
 
   private:
     class Writer;

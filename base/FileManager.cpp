@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <locale>
+#include <map>
 #include <set>
 #include <vector>
 
@@ -32,7 +33,13 @@ std::set<path>& damagedFiles() {
     return files;
 }
 
-path damagedKey(const path& file) {
+// What this process wrote last into each file.
+std::map<path, FileState>& ownFiles() {
+    static std::map<path, FileState> files;
+    return files;
+}
+
+path keyOf(const path& file) {
     return fs::absolute(file).lexically_normal();
 }
 
@@ -85,7 +92,40 @@ void removeLeftovers(const path& directory, const std::string& prefix) {
     }
 }
 
-void writeOver(const path& target, std::string_view content, error_code& error) {
+// What may be in the place of a file that is saved.
+struct Expected {
+    const path& file;
+    const FileState& loaded;
+};
+
+// Whether the target holds what is not expected. What is not there cannot be lost.
+bool hasChanged(const path& target, const Expected& expected, error_code& error) {
+    const FileContent content = Platform::readFile(target, error);
+    if (error == errc::no_such_file_or_directory) {
+        error.clear();
+        return false;
+    }
+    if (error) {
+        return false;
+    }
+    const FileState present = FileState::of(content.text());
+    const auto own = ownFiles().find(keyOf(expected.file));
+    return present != expected.loaded && (own == ownFiles().end() || present != own->second);
+}
+
+void replace(Platform::ReplacementFile& replacement, const path& target, const Expected* expected,
+             error_code& error) {
+    const Platform::ReplacementLock lock(
+        target.parent_path() / (temporaryPrefix(target) + "lock" + std::string(temporarySuffix)), error);
+    if (!error && expected && expected->loaded.isKnown() && hasChanged(target, *expected, error)) {
+        throw FileChanged(expected->file);
+    }
+    if (!error) {
+        replacement.replace(target, error);
+    }
+}
+
+void writeOver(const path& target, std::string_view content, const Expected* expected, error_code& error) {
     static unsigned counter = 0;
     const std::string prefix = temporaryPrefix(target);
     removeLeftovers(target.parent_path(), prefix);
@@ -96,7 +136,7 @@ void writeOver(const path& target, std::string_view content, error_code& error) 
         if (!error) {
             replacement.write(content, error);
             if (!error) {
-                replacement.replace(target, error);
+                replace(replacement, target, expected, error);
             }
             error_code unknown;
             const bool vanished = error == errc::no_such_file_or_directory && !fs::exists(name, unknown);
@@ -117,7 +157,7 @@ void copyDamaged(const path& file, const path& target) {
         copy += number == 0 ? ".damaged" : ".damaged." + std::to_string(number);
         if (!fs::exists(fs::symlink_status(copy, error))) {
             error.clear();
-            writeOver(copy, content.text(), error);
+            writeOver(copy, content.text(), nullptr, error);
             if (!error) {
                 return;
             }
@@ -241,7 +281,7 @@ FileContent loadFile(const path& file) {
     return content;
 }
 
-void replaceFile(const path& file, std::string_view content) {
+void replaceFile(const path& file, std::string_view content, FileState& state) {
     const path target = linkTarget(Platform::reachablePath(file));
     error_code error;
     const fs::file_status status = fs::status(target, error);
@@ -250,7 +290,7 @@ void replaceFile(const path& file, std::string_view content) {
     if (!absent && !fs::exists(status)) {
         fail("Cannot tell what stands in the place of the file", file, error);
     }
-    const path key = damagedKey(file);
+    const path key = keyOf(file);
     if (fs::exists(status)) {
         if (fs::is_directory(status)) {
             fail("Cannot replace the file", file, make_error_code(errc::is_a_directory));
@@ -269,13 +309,25 @@ void replaceFile(const path& file, std::string_view content) {
             copyDamaged(file, target);
         }
     }
-    writeOver(target, content, error);
+    const Expected expected{file, state};
+    writeOver(target, content, &expected, error);
     if (!error || absent) {
         damagedFiles().erase(key);
     }
     if (error) {
         fail("Cannot replace the file", file, error);
     }
+    state = FileState::of(content);
+    ownFiles()[key] = state;
+}
+
+void replaceFile(const path& file, std::string_view content) {
+    FileState nothingKnown;
+    replaceFile(file, content, nothingKnown);
+}
+
+void noteOwn(const path& file) {
+    ownFiles()[keyOf(file)] = FileState::of(loadFile(file).text());
 }
 
 bool createDirectory(const path& directory) {
@@ -317,7 +369,7 @@ void removeAll(const path& file, const path& first) {
 }
 
 void noteDamaged(const path& file) {
-    damagedFiles().insert(damagedKey(file));
+    damagedFiles().insert(keyOf(file));
 }
 
 std::string nativeText(std::string_view text) {

@@ -6,6 +6,7 @@
 #include <boost/filesystem/path.hpp>
 
 #include "base/FileContent.h"
+#include "base/FileState.h"
 
 /// Questions to and changes of the file system that the library needs beyond Boost.Filesystem.
 namespace Base::FileManager {
@@ -59,6 +60,15 @@ FileContent loadFile(const path& file);
 /// cannot be read or is write-protected is not replaced. `boost::filesystem::filesystem_error`, naming the
 /// file and the reason, on failure.
 void replaceFile(const path& file, std::string_view content);
+
+/// The same for a file of which `state` tells what it held when it was loaded or saved last; it then tells
+/// the new content. `FileChanged` when the file holds something else now that this process did not write. No
+/// other process that saves by this function gets between the comparison and the replacement.
+void replaceFile(const path& file, std::string_view content, FileState& state);
+
+/// Takes what the file holds now for something that this process wrote. `boost::filesystem::filesystem_error`
+/// when it cannot be read.
+void noteOwn(const path& file);
 
 /// Remembers that the file could not be understood when it was read, until it is replaced.
 void noteDamaged(const path& file);

@@ -21,15 +21,17 @@ using boost::filesystem::path;
     throw PropertyListError(FileManager::native(file), line, reason);
 }
 
-boost::shared_ptr<boost::any> readRoot(const path& file) {
+boost::shared_ptr<boost::any> readRoot(const path& file, FileState& state) {
     namespace errc = boost::system::errc;
     try {
         const XmlFile xml(file);
+        state = xml.state();
         return boost::make_shared<boost::any>(readPropertyList(xml));
     } catch (const XmlFile::Error& error) {
         failToRead(file, error.line(), error.what());
     } catch (const boost::filesystem::filesystem_error& error) {
         if (error.code() == errc::no_such_file_or_directory || error.code() == errc::not_a_directory) {
+            state = FileState::missing();
             return nullptr;
         }
         failToRead(file, 0, "cannot be read: " + error.code().message());
@@ -48,7 +50,7 @@ PropertyListError::~PropertyListError() = default;
 
 PropertyList::PropertyList() = default;
 
-PropertyList::PropertyList(const path& file) : mFile(file), mRoot(readRoot(mFile)) {}
+PropertyList::PropertyList(const path& file) : mFile(file), mRoot(readRoot(mFile, mState)) {}
 
 PropertyList PropertyList::inUnexpanded(std::string directory, const std::string& name) {
     return PropertyList(path(Environment::expandEnvVariables(directory)) / name);
@@ -59,6 +61,7 @@ PropertyList::PropertyList(const path& file, const boost::shared_ptr<boost::any>
 
 void PropertyList::setFile(const path& file) {
     mFile = file;
+    mState = FileState();
 }
 const path& PropertyList::file() const {
     return mFile;
@@ -99,7 +102,7 @@ void PropertyList::setProperty(const std::string& key, const boost::any& value) 
     (*dictionary)[key] = value;
 }
 
-void PropertyList::saveList() const {
+void PropertyList::saveList() {
     std::string text;
     try {
         if (!mRoot) {
@@ -109,7 +112,7 @@ void PropertyList::saveList() const {
     } catch (const UnfitValue& error) {
         throw PropertyListError(FileManager::native(mFile), 0, error.what());
     }
-    FileManager::replaceFile(mFile, text);
+    FileManager::replaceFile(mFile, text, mState);
 }
 
 }  // namespace Base

@@ -9,6 +9,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include "base/BaseException.h"
+#include "base/FileState.h"
 #include "base/PropertyListDate.h"
 
 namespace Base {
@@ -52,6 +53,7 @@ class PropertyList {
     /// Prepares a write of `root` to `file`; nothing is read.
     PropertyList(const boost::filesystem::path& file, const boost::shared_ptr<boost::any>& root);
 
+    /// Nothing is known then of what the file holds.
     void setFile(const boost::filesystem::path& file);
     const boost::filesystem::path& file() const;
 
@@ -69,11 +71,18 @@ class PropertyList {
     void setProperty(const std::string& key, const boost::any& value);
 
     /// Writes the root to the file, replacing it in one step. `PropertyListError` for a value that a property
-    /// list cannot carry; errors of the file system as in `FileManager::replaceFile`.
-    void saveList() const;
+    /// list cannot carry, `FileChanged` when the file does not hold any more what `fileState` tells; errors
+    /// of the file system as in `FileManager::replaceFile`.
+    void saveList();
+
+    /// What the file held when this list was read from it or written to it. Another list that is going to be
+    /// written in its place may take it over.
+    const FileState& fileState() const { return mState; }
+    void setFileState(const FileState& state) { mState = state; }
 
   private:
     boost::filesystem::path mFile;
+    FileState mState;
     boost::shared_ptr<boost::any> mRoot;
 };
 

@@ -37,6 +37,10 @@ Unarchiver::Unarchiver(const boost::filesystem::path& file)
     : mReader(std::make_unique<ArchiveReader>(file)) {}
 Unarchiver::~Unarchiver() = default;
 
+const FileState& Unarchiver::fileState() const {
+    return mReader->fileState();
+}
+
 void Unarchiver::decode(const std::string& key, std::string& target) {
     ArchiveReader::Element element;
     if (!mReader->find(key, element)) {

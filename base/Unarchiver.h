@@ -9,6 +9,7 @@
 #include <boost/filesystem/path.hpp>
 
 #include "base/BaseException.h"
+#include "base/FileState.h"
 #include "base/TypeInfo.h"
 #include "base/platform/Export.h"
 
@@ -61,6 +62,9 @@ class BASE_EXPORT Unarchiver {
     Unarchiver(const Unarchiver&) = delete;
     Unarchiver& operator=(const Unarchiver&) = delete;
     ~Unarchiver();
+
+    /// What the file held, for the save to come.
+    const FileState& fileState() const;
 
     /// Copy the member of that key of the current object (or the current item of the current container, whose
     /// key is not looked at) into the target.

@@ -108,7 +108,8 @@ bool isBlank(const char* text) {
 
 XmlFile::Error::~Error() = default;
 
-XmlFile::XmlFile(const boost::filesystem::path& file) : mFile(file), mText(FileManager::loadFile(file)) {
+XmlFile::XmlFile(const boost::filesystem::path& file)
+    : mFile(file), mText(FileManager::loadFile(file)), mState(FileState::of(mText.text())) {
     checkText(mText.text());
     const pugi::xml_parse_result result =
         mDocument.load_buffer_inplace(mText.data(), mText.size(), kParseOptions, pugi::encoding_utf8);

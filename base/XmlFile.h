@@ -11,6 +11,7 @@
 
 #include "base/BaseException.h"
 #include "base/FileContent.h"
+#include "base/FileState.h"
 
 namespace Base {
 
@@ -41,6 +42,7 @@ class XmlFile {
     XmlFile& operator=(const XmlFile&) = delete;
 
     pugi::xml_node root() const { return mRoot; }
+    const FileState& state() const { return mState; }
 
     /// The line of an element. The file is read again for it, since parsing in place changes the text: meant
     /// for messages only. 0 when that fails.
@@ -75,6 +77,7 @@ class XmlFile {
 
     boost::filesystem::path mFile;
     FileContent mText;
+    FileState mState;
     pugi::xml_document mDocument;
     pugi::xml_node mRoot;
 };

@@ -28,6 +28,7 @@ BaseSettings::BaseSettings() : mDataFile(SystemInformation().installPath() / "co
 
 void BaseSettings::load() {
     if (Base::FileManager::isMissing(mDataFile)) {
+        mFileState = Base::FileState::missing();
         return;
     }
     Base::Unarchiver unarchiver(mDataFile);
@@ -39,6 +40,7 @@ void BaseSettings::load() {
     takeMember(unixOnes, mUnixVariables);
     takeMember(windows, mWinVariables);
     takeMember(applicationsRead, mApplications);
+    mFileState = unarchiver.fileState();
 }
 
 void BaseSettings::save() {
@@ -51,7 +53,7 @@ void BaseSettings::save() {
     encodeMember(archiver, unixVariablesKey, mUnixVariables);
     encodeMember(archiver, winVariablesKey, mWinVariables);
     encodeMember(archiver, applicationListKey, mApplications);
-    archiver.finishEncoding();
+    archiver.finishEncoding(mFileState);
     marks.written();
     setVariablesEdited(false);
     mApplicationSource.setEdited(false);

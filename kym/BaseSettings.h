@@ -4,6 +4,7 @@
 
 #include <boost/filesystem/path.hpp>
 
+#include "base/FileState.h"
 #include "kym/ConfigApplication.h"
 
 namespace Kym {
@@ -19,7 +20,8 @@ class KYM_EXPORT BaseSettings : public SettingsProtocol {
     /// do all of them when there is no file. After an error (`Base::ArchiveError`) nothing has changed.
     void load();
 
-    /// Writes the data file when `needsSaving()`. After an error the store still needs saving.
+    /// Writes the data file when `needsSaving()`. `Base::FileChanged` when somebody else has changed it since
+    /// it was loaded. After an error the store still needs saving.
     void save();
 
     /// Whether a variable list, the application list or the variables of an application were edited.
@@ -41,6 +43,7 @@ class KYM_EXPORT BaseSettings : public SettingsProtocol {
 
     std::vector<ConfigApplication> mApplications;
     boost::filesystem::path mDataFile;
+    Base::FileState mFileState;  // of the data file
     ApplicationListSource mApplicationSource;
 };
 

@@ -124,7 +124,16 @@ std::string Configuration::name() const {
 
 void Configuration::setPath(const boost::filesystem::path& directory) {
     mPath = directory;
+    mPropertiesState = {};
     mSettings.setDataFile(settingsFile(versionPath()));
+}
+
+// The files are still those that were loaded.
+void Configuration::directoryRenamed(const boost::filesystem::path& directory) {
+    const Base::FileState properties = mPropertiesState, settings = mSettings.mFileState;
+    setPath(directory);
+    mPropertiesState = properties;
+    mSettings.mFileState = settings;
 }
 
 boost::filesystem::path Configuration::propertyFile() const {
@@ -156,6 +165,8 @@ void Configuration::load() {
     loadProperties();
     if (isUpdated()) {
         mSettings.load();
+    } else {
+        mSettings.mFileState = Base::FileState::missing();
     }
 }
 
@@ -193,6 +204,7 @@ void Configuration::loadProperties() {
     takeProperty(list, kCommonDepartment, newCommonDepartment);
     takeProperty(list, kDoFileCleanup, newDoFileCleanup);
     takeProperty(list, kCleanupDays, newCleanupDays);
+    mPropertiesState = list.fileState();
     description = std::move(newDescription);
     type = std::move(newType);
     commonDepartment = std::move(newCommonDepartment);
@@ -209,6 +221,7 @@ void Configuration::saveProperties() {
     }
     Base::PropertyList list;
     list.setFile(propertyFile());
+    list.setFileState(mPropertiesState);
     list.setProperty(kDescription, description);
     list.setProperty(kType, type);
     list.setProperty(kCommonDepartment,
@@ -216,6 +229,7 @@ void Configuration::saveProperties() {
     list.setProperty(kDoFileCleanup, doFileCleanup);
     list.setProperty(kCleanupDays, cleanupDays);
     list.saveList();
+    mPropertiesState = list.fileState();
 }
 
 void Configuration::createNXVersionDirectory() {
@@ -250,6 +264,7 @@ void Configuration::createNXVersionDirectory() {
         }
         throw;
     }
+    mSettings.mFileState = {};
     if (!Base::FileManager::isMissing(previous)) {
         mSettings.load();
     }

@@ -7,6 +7,7 @@
 #include <boost/filesystem/path.hpp>
 
 #include "base/BaseException.h"
+#include "base/FileState.h"
 #include "kym/ConfigurationSettings.h"
 
 namespace Kym {
@@ -53,7 +54,8 @@ class KYM_EXPORT Configuration {
     void load();
 
     /// Writes what needs saving: the properties and, when the department is updated, the settings. Errors of
-    /// the file system propagate and leave the marks set.
+    /// the file system, and `Base::FileChanged` when somebody else has changed one of the files since it was
+    /// loaded, propagate and leave the marks set.
     void save();
     bool needsSaving() const { return mNeedsSaving || mSettings.needsSaving(); }
     void setNeedsSaving(bool needsSaving) { mNeedsSaving = needsSaving; }
@@ -64,7 +66,8 @@ class KYM_EXPORT Configuration {
     /// file is damaged.
     void loadProperties();
 
-    /// Writes the property file. The name of a common department that holds a blank is written as no name.
+    /// Writes the property file; errors as of `save`. The name of a common department that holds a blank is
+    /// written as no name.
     void saveProperties();
 
     /// Makes the version directory of the present release from the installation's version files and takes
@@ -99,10 +102,13 @@ class KYM_EXPORT Configuration {
     std::uint32_t cleanupDays = 2;  ///< how old these must be
 
   private:
+    friend class ConfigurationManager;
     friend class Launcher;
+    void directoryRenamed(const boost::filesystem::path& directory);
     void mergeEnvVariables(VariableList& variables) const;
 
     boost::filesystem::path mPath;
+    Base::FileState mPropertiesState;  // of the property file
     ConfigurationSettings mSettings;
     bool mNeedsSaving = true;
 };

@@ -242,7 +242,7 @@ void ConfigurationManager::renameConfiguration(int index, const std::string& new
             throw;
         }
     }
-    renamed.setPath(directory);
+    renamed.directoryRenamed(directory);
 }
 
 void ConfigurationManager::deleteConfiguration(int index) {

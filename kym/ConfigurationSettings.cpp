@@ -46,10 +46,13 @@ ConfigurationSettings::ConfigurationSettings()
 
 void ConfigurationSettings::load() {
     if (Base::FileManager::isMissing(mDataFile)) {
+        mFileState = Base::FileState::missing();
         return;
     }
+    mFileState = Base::FileState();
     try {
         Base::Unarchiver unarchiver(mDataFile);
+        mFileState = unarchiver.fileState();
         replaceFrom(unarchiver, kWorkDirectoryList, mWorkDirectories);
         replaceFrom(unarchiver, kCommonVariables, mCommonVariables);
         replaceFrom(unarchiver, kUnixVariables, mUnixVariables);
@@ -76,7 +79,7 @@ void ConfigurationSettings::save() {
     encodeMember(archiver, kDisabledPlugins, mDisabledPlugins);
     encodeMember(archiver, kApplicationList, mApplications);
     encodeMember(archiver, kApplicationOverlayList, mOverlays);
-    archiver.finishEncoding();
+    archiver.finishEncoding(mFileState);
     marks.written();
     mWorkDirectorySource.setEdited(false);
     setVariablesEdited(false);

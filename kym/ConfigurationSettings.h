@@ -5,6 +5,7 @@
 
 #include <boost/filesystem/path.hpp>
 
+#include "base/FileState.h"
 #include "kym/ApplicationOverlay.h"
 #include "kym/ConfigApplication.h"
 #include "kym/DisablePluginSource.h"
@@ -23,8 +24,11 @@ class KYM_EXPORT ConfigurationSettings : public SettingsProtocol {
     /// Empty lists and no file. The first one made brings the plugin registry into existence.
     ConfigurationSettings();
 
-    /// Names the file of these settings; nothing is read.
-    void setDataFile(const boost::filesystem::path& file) { mDataFile = file; }
+    /// Names the file of these settings; nothing is read, and nothing is known of what it holds.
+    void setDataFile(const boost::filesystem::path& file) {
+        mDataFile = file;
+        mFileState = {};
+    }
 
     /// Reads the file, when there is one. A file that cannot be read or understood is no error: the lists
     /// that were read before the failure are taken, the others stay as they were, and the next `save` keeps a
@@ -32,7 +36,7 @@ class KYM_EXPORT ConfigurationSettings : public SettingsProtocol {
     void load();
 
     /// Writes the file when something needs saving, then clears the marks. Errors of the file system as in
-    /// `Base::FileManager::replaceFile`; every mark then stays set.
+    /// `Base::FileManager::replaceFile`, and `Base::FileChanged`; every mark then stays set.
     void save();
     bool needsSaving() const;
     void setNeedsSaving(bool needsSaving) { mNeedsSaving = needsSaving; }
@@ -79,6 +83,7 @@ class KYM_EXPORT ConfigurationSettings : public SettingsProtocol {
     std::vector<ApplicationOverlay> mOverlays;
     std::vector<std::string> mDisabledPlugins;
     boost::filesystem::path mDataFile;
+    Base::FileState mFileState;  // of the data file
     WorkDirectoryListSource mWorkDirectorySource;
     DisablePluginSource mDisablePluginSource;
     ApplicationListSource mApplicationSource;

@@ -38,6 +38,7 @@ std::string PluginSettings::name() const {
 
 void PluginSettings::load() {
     if (Base::FileManager::isMissing(mDataFile)) {
+        mFileState = Base::FileState::missing();
         return;
     }
     Base::Unarchiver unarchiver(mDataFile);
@@ -52,6 +53,7 @@ void PluginSettings::load() {
     takeMember(unixOnes, mUnixVariables);
     takeMember(windows, mWinVariables);
     takeMember(applicationsRead, mApplications);
+    mFileState = unarchiver.fileState();
 }
 
 void PluginSettings::save() {
@@ -65,7 +67,7 @@ void PluginSettings::save() {
     encodeMember(archiver, kUnixVariables, mUnixVariables);
     encodeMember(archiver, kWindowsVariables, mWinVariables);
     encodeMember(archiver, kApplicationList, mApplications);
-    archiver.finishEncoding();
+    archiver.finishEncoding(mFileState);
     marks.written();
     setVariablesEdited(false);
     mApplicationSource.setEdited(false);

@@ -5,6 +5,7 @@
 
 #include <boost/filesystem/path.hpp>
 
+#include "base/FileState.h"
 #include "kym/ConfigApplication.h"
 #include "kym/SettingsProtocol.h"
 
@@ -26,8 +27,8 @@ class KYM_EXPORT PluginSettings : public SettingsProtocol {
     void load();
 
     /// Writes `settings.dat` when something needs saving and clears the edited marks of the lists. A mark
-    /// that `setNeedsSaving` set stays. Errors of the file system as in `Base::FileManager::replaceFile`;
-    /// every mark then stays set.
+    /// that `setNeedsSaving` set stays. Errors of the file system as in `Base::FileManager::replaceFile`,
+    /// and `Base::FileChanged`; every mark then stays set.
     void save();
     bool needsSaving() const;
     void setNeedsSaving(bool needsSaving) { mNeedsSaving = needsSaving; }
@@ -53,6 +54,7 @@ class KYM_EXPORT PluginSettings : public SettingsProtocol {
 
     std::vector<ConfigApplication> mApplications;
     boost::filesystem::path mDataFile;
+    Base::FileState mFileState;  // of the data file
     boost::filesystem::path mDirectory;
     ApplicationListSource mApplicationSource;
     bool mNeedsSaving = false;

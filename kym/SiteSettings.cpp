@@ -114,6 +114,7 @@ void SiteSettings::load() {
         line << "Loading site settings file: " << native(file) << std::endl;
     }
     if (Base::FileManager::isMissing(file)) {
+        mFileState = Base::FileState::missing();
         return;
     }
     bool registry = useWindowsRegistry;
@@ -136,6 +137,7 @@ void SiteSettings::load() {
     takeAll(*this, plotConfigurations, plotBases);
     unixExternalPluginsLocation = std::move(unixPlugins);
     winExternalPluginsLocation = std::move(winPlugins);
+    mFileState = unarchiver.fileState();
     updateVarNames();
 }
 
@@ -156,7 +158,7 @@ void SiteSettings::save() {
     encodeAll(archiver, *this, plotConfigurations);
     archiver.encode(unixExternalPluginsKey, unixExternalPluginsLocation);
     archiver.encode(winExternalPluginsKey, winExternalPluginsLocation);
-    archiver.finishEncoding();
+    archiver.finishEncoding(mFileState);
     setVariablesEdited(false);
     mSettingsChanged = false;
 }

@@ -5,6 +5,7 @@
 
 #include <boost/filesystem/path.hpp>
 
+#include "base/FileState.h"
 #include "kym/SettingsProtocol.h"
 
 namespace Kym {
@@ -26,7 +27,8 @@ class KYM_EXPORT SiteSettings : public SettingsProtocol {
     /// do all of them when there is no file. After an error (`Base::ArchiveError`) nothing has changed.
     void load();
 
-    /// Writes the data file when `needsSaving()`. After an error the store still needs saving.
+    /// Writes the data file when `needsSaving()`. `Base::FileChanged` when somebody else has changed it since
+    /// it was loaded. After an error the store still needs saving.
     void save();
     bool needsSaving() const;
     void settingsChanged() { mSettingsChanged = true; }
@@ -64,6 +66,7 @@ class KYM_EXPORT SiteSettings : public SettingsProtocol {
     void addExternalPlugin(const boost::filesystem::path& directory);
 
     bool mSettingsChanged = false;
+    Base::FileState mFileState;            // of the data file
     mutable std::string mLongBrowserPath;  // the last one that had a short form, which takes long to ask for
     mutable std::string mShortBrowserPath;
 };

@@ -117,6 +117,7 @@ void SystemInfo::load() {
         line << "Loading system information: " << native(mDataFile) << std::endl;
     }
     const bool missing = Base::FileManager::isMissing(mDataFile);
+    mFileState = missing ? Base::FileState::missing() : Base::FileState();
     if (missing || !Base::FileManager::isReadable(mDataFile)) {
         if (!missing) {
             Base::FileManager::noteDamaged(mDataFile);
@@ -128,6 +129,7 @@ void SystemInfo::load() {
     }
     try {
         Base::Unarchiver unarchiver(mDataFile);
+        mFileState = unarchiver.fileState();
         for (const Constant& constant : constants) {
             unarchiver.decode(constant.key, this->*constant.member);
         }
@@ -149,7 +151,7 @@ void SystemInfo::save() {
     for (const Constant& constant : constants) {
         archiver.encode(constant.key, this->*constant.member);
     }
-    archiver.finishEncoding();
+    archiver.finishEncoding(mFileState);
     mSettingsChanged = false;
 }
 

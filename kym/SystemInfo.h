@@ -4,6 +4,7 @@
 
 #include <boost/filesystem/path.hpp>
 
+#include "base/FileState.h"
 #include "base/platform/Export.h"
 
 namespace Kym {
@@ -20,7 +21,8 @@ class KYM_EXPORT SystemInfo {
     /// a later save before a copy of it was made.
     void load();
 
-    /// Writes the data file when `needsSaving()`. After an error the store still needs saving.
+    /// Writes the data file when `needsSaving()`. `Base::FileChanged` when somebody else has changed it since
+    /// it was loaded. After an error the store still needs saving.
     void save();
     bool needsSaving() const { return mSettingsChanged; }
 
@@ -73,6 +75,7 @@ class KYM_EXPORT SystemInfo {
   private:
     bool mSettingsChanged = false;
     boost::filesystem::path mDataFile;
+    Base::FileState mFileState;  // of the data file
 };
 
 /// The one system information store of the process. The first of the stores: the others need its directories.

@@ -176,6 +176,7 @@ void SystemPreferences::ReadInPList(const std::string& fileName, const std::stri
                                         "  Root object was not dictionary");
         }
         setDomain(file, list.list());
+        mFileStates[file] = list.fileState();
         mSearchList.insert(atFront ? mSearchList.begin() : mSearchList.end(), {file, list.list()});
     } catch (const Base::BaseException& error) {
         setDomain(file, emptyDomain());
@@ -187,6 +188,7 @@ void SystemPreferences::ReadInPList(const std::string& fileName, const std::stri
 void SystemPreferences::setDomain(const path& file, const boost::shared_ptr<boost::any>& root) {
     mDomains[file] = root;
     mChanged[file] = false;
+    mFileStates[file] = {};
     for (Searched& searched : mSearchList) {
         if (searched.file == file) {
             searched.root = root;
@@ -200,6 +202,8 @@ boost::any& SystemPreferences::domain(const path& file) {
         root = emptyDomain();
         if (Base::FileManager::exists(file)) {
             Base::FileManager::noteDamaged(file);  // what it holds is not known and must not be lost
+        } else {
+            mFileStates[file] = Base::FileState::missing();
         }
     }
     return *root;
@@ -309,7 +313,10 @@ void SystemPreferences::write(const path& file) {
         return;
     }
     log("Writing property list ", file);
-    Base::PropertyList(file, domain->second).saveList();
+    Base::PropertyList list(file, domain->second);
+    list.setFileState(mFileStates[file]);
+    list.saveList();
+    mFileStates[file] = list.fileState();
     changed->second = false;
 }
 

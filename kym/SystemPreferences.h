@@ -9,6 +9,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include "base/BaseException.h"
+#include "base/FileState.h"
 
 namespace Kym {
 
@@ -77,9 +78,9 @@ class KYM_EXPORT SystemPreferences {
     void RemovePreference(const std::string& key);
 
     /// Writes the two domains of a directory, the global one first, as far as something was set in them since
-    /// they were read or written; they replace what others wrote to the files meanwhile. Makes the directory,
-    /// one level. Does not throw: an error goes to standard error, and what was not written still needs
-    /// saving.
+    /// they were read or written. Makes the directory, one level. Does not throw: an error, also that
+    /// somebody else has changed a file meanwhile (see `Base::FileChanged`), goes to standard error, and what
+    /// was not written still needs saving.
     void Flush(const std::string& directory);
 
     /// Writes the user's preferences.
@@ -126,6 +127,7 @@ class KYM_EXPORT SystemPreferences {
 
     std::map<boost::filesystem::path, boost::shared_ptr<boost::any>> mDomains;
     std::map<boost::filesystem::path, bool> mChanged;
+    std::map<boost::filesystem::path, Base::FileState> mFileStates;
     std::vector<Searched> mSearchList;
     std::string mApplicationFile;
     std::string mGlobalFile;

@@ -87,6 +87,22 @@ class ReplacementFile {
     std::intptr_t mHandle;
 };
 
+/// Held while a file is compared with what is expected of it and replaced: of all processes that save files
+/// in its directory, one at a time. Ends with the process.
+class ReplacementLock {
+  public:
+    /// Waits a while for the other processes; an error when they do not end. `name` is that of a file which
+    /// nobody has another use for, beside the one to be replaced. Where the file system knows no such lock,
+    /// there is none, and no error.
+    ReplacementLock(const path& name, error_code& error);
+    ~ReplacementLock();
+    ReplacementLock(const ReplacementLock&) = delete;
+    ReplacementLock& operator=(const ReplacementLock&) = delete;
+
+  private:
+    std::intptr_t mHandle;
+};
+
 /// Removes a replacement file that no living process is writing; leaves it alone otherwise.
 void removeAbandoned(const path& replacementFile);
 

@@ -215,6 +215,28 @@ TEST_F(Departments, AreMadeInAPathOfAnyLength) {
     Base::FileManager::removeAll(site.departments() / std::string(150, 'a'));
 }
 
+TEST_F(Departments, UnpackEntriesWhereverTheirNamesLead) {
+    std::setlocale(LC_ALL, "C.UTF-8");
+    const fs::path elsewhere = site.makeDirectory("elsewhere");
+    const std::string whole = Base::FileManager::native(elsewhere);
+    std::vector<std::pair<std::vector<Support::TarEntry>, fs::path>> cases = {
+        {{{"../above", "x"}}, site.departments() / "cam" / "above"},
+        {{{"lib/../../../far above", "x"}}, site.departments() / "far above"},
+        {{{whole + "/whole", "x"}}, elsewhere / "whole"},
+    };
+    if (!Support::onWindows) {  // where links are for the few
+        cases.push_back({{{"link", "", 0777, whole}, {"link/through", "x"}}, elsewhere / "through"});
+    }
+    for (const auto& [entries, outside] : cases) {
+        makeVersionFiles(Support::tarGz(entries));
+        Configuration department = makeDepartment("cam");
+        Base::FileManager::replaceFile(outside, "was there before");
+        department.createNXVersionDirectory();
+        EXPECT_EQ(contentOf(outside), "x");
+        Base::FileManager::removeAll(department.path());
+    }
+}
+
 TEST_F(Departments, LeaveNoHalfMadeVersionDirectory) {
     Configuration department = makeDepartment("cam");
     const auto archive = site.installation() / "data/install/versionFiles.tar.gz";

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <fstream>
 #include <iterator>
 #include <string>
 #include <string_view>
@@ -38,7 +39,7 @@ class Scratch {
 
 /// The bytes of a file; empty when it cannot be read.
 inline std::string bytesOf(const boost::filesystem::path& file) {
-    boost::filesystem::ifstream stream(file, std::ios::binary);
+    std::ifstream stream(file.c_str(), std::ios::binary);  // that of Boost knows no name beyond ASCII on Windows
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 

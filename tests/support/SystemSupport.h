@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include <boost/filesystem/path.hpp>
 
@@ -46,6 +48,45 @@ class Held {
     boost::filesystem::path mDirectory;
     std::intptr_t mHandle = 0;
 };
+
+/// A program that runs beside this process, with its environment. It is killed when the object goes away.
+class Process {
+  public:
+    /// Starts the program; `std::runtime_error` when that fails.
+    Process(const boost::filesystem::path& program, const std::vector<std::string>& arguments);
+    ~Process();
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+
+    /// Whether it has not ended yet.
+    bool isRunning();
+
+    /// Ends it at once, wherever it is, as the user or the system can do at any time.
+    void kill();
+
+    /// Waits until it has ended, and tells its exit status.
+    int wait();
+
+  private:
+    std::intptr_t mHandle = 0;  // 0 when it has ended
+    int mStatus = -1;
+};
+
+/// While it lives, no file grows beyond a few bytes: the disk is full. Where the system cannot be told so, it
+/// is the file that is open for nobody else.
+class FullDisk {
+  public:
+    explicit FullDisk(const boost::filesystem::path& file);
+    ~FullDisk();
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
+
+  private:
+    std::intptr_t mBefore = 0;
+};
+
+/// The most memory that this process ever used at once, in bytes.
+std::size_t peakMemory();
 
 /// While it lives, a file is there but cannot be read, whoever runs the test: on Windows because it is open
 /// for nobody else, elsewhere because a link that leads nowhere stands in its place.

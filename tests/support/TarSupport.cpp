@@ -41,6 +41,10 @@ std::string tarGz(const std::vector<TarEntry>& entries) {
         archive_entry* header = archive_entry_new();
         archive_entry_set_pathname_utf8(header, entry.name.c_str());
         archive_entry_set_filetype(header, entry.name.ends_with('/') ? AE_IFDIR : AE_IFREG);
+        if (!entry.link.empty()) {
+            archive_entry_set_filetype(header, AE_IFLNK);
+            archive_entry_set_symlink_utf8(header, entry.link.c_str());
+        }
         archive_entry_set_perm(header, static_cast<__LA_MODE_T>(entry.mode));
         archive_entry_set_mtime(header, tarEntryTime, 0);
         archive_entry_set_size(header, static_cast<la_int64_t>(entry.content.size()));

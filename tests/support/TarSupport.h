@@ -12,6 +12,7 @@ struct TarEntry {
     std::string name;  ///< UTF-8; a "/" at its end makes a directory
     std::string content;
     unsigned mode = 0644;
+    std::string link = {};  ///< what a symbolic link leads to; empty for a file and a directory
 };
 
 /// Text that does not compress well.

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace Base::Platform {
@@ -200,6 +201,31 @@ void ReplacementFile::replace(const path& target, error_code& error) {
         mName.clear();
         close();
         flushDirectory(target.parent_path());
+    }
+}
+
+// The lock is the directory's own, so that no file is left by a process that is killed.
+ReplacementLock::ReplacementLock(const path& name, error_code& error) : mHandle(-1) {
+    constexpr int attempts = 10000;  // about ten seconds
+    constexpr timespec pause{0, 1'000'000};
+    error.clear();
+    const path directory = name.parent_path();
+    mHandle = ::open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    for (int attempt = 1; mHandle >= 0 && ::flock(descriptor(mHandle), LOCK_EX | LOCK_NB) != 0; ++attempt) {
+        if (errno != EWOULDBLOCK && errno != EINTR) {
+            return;
+        }
+        if (attempt == attempts) {
+            error = make_error_code(boost::system::errc::device_or_resource_busy);
+            return;
+        }
+        ::nanosleep(&pause, nullptr);
+    }
+}
+
+ReplacementLock::~ReplacementLock() {
+    if (mHandle >= 0) {
+        ::close(descriptor(mHandle));
     }
 }
 

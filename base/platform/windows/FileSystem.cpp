@@ -54,29 +54,31 @@ bool isBusy(const error_code& error) {
            error.value() == ERROR_LOCK_VIOLATION;
 }
 
-constexpr int attempts = 40;  // with the pauses, about two seconds
+constexpr int attempts = 45;  // with the pauses, about two seconds
 constexpr DWORD pause = 50;   // milliseconds
 
 // The attempts at one file that somebody may hold for a while.
 class Patience {
   public:
-    // Waits a moment for the next attempt; false when there is to be none.
+    // Waits a moment for the next attempt, first a very short one; false when there is to be none.
     bool waits(const error_code& error, int most = attempts) {
         if (!isBusy(error) || mAttempt >= most) {
             return false;
         }
         ++mAttempt;
-        ::Sleep(pause);
+        ::Sleep(mPause);
+        mPause = std::min(2 * mPause, pause);
         return true;
     }
 
   private:
     int mAttempt = 1;
+    DWORD mPause = 1;
 };
 
 // Reading is denied for a moment while a removed file is still open somewhere; a real denial is soon told.
 int readAttempts(const path& file, const error_code& error) {
-    constexpr int attemptsWhenDenied = 4;
+    constexpr int attemptsWhenDenied = 9;  // 0.15 seconds
     if (error.value() != ERROR_ACCESS_DENIED) {
         return attempts;
     }
@@ -286,6 +288,27 @@ void ReplacementFile::replace(const path& target, error_code& error) {
     }
     error.clear();
     mName.clear();
+}
+
+// The file goes away with the process, whatever ends it.
+ReplacementLock::ReplacementLock(const path& name, error_code& error)
+    : mHandle(reinterpret_cast<std::intptr_t>(INVALID_HANDLE_VALUE)) {
+    constexpr int lockAttempts = 200;  // about ten seconds
+    Patience patience;
+    do {
+        mHandle = reinterpret_cast<std::intptr_t>(open(name, GENERIC_WRITE | DELETE, 0, OPEN_ALWAYS,
+                                                       FILE_ATTRIBUTE_HIDDEN | FILE_FLAG_DELETE_ON_CLOSE));
+        error = isOpen(mHandle) ? error_code() : lastError();
+    } while (error && patience.waits(error, lockAttempts));
+    if (error && !isBusy(error)) {
+        error.clear();
+    }
+}
+
+ReplacementLock::~ReplacementLock() {
+    if (isOpen(mHandle)) {
+        ::CloseHandle(systemHandle(mHandle));
+    }
 }
 
 void removeAbandoned(const path& replacementFile) {

@@ -1,7 +1,10 @@
 #include "tests/support/SystemSupport.h"
 
+#include <csignal>
 #include <stdexcept>
 #include <stdlib.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <boost/filesystem/operations.hpp>
@@ -46,6 +49,71 @@ Held::Held(const fs::path& file)
 
 Held::~Held() {
     fs::permissions(mDirectory, static_cast<fs::perms>(mHandle));
+}
+
+Process::Process(const fs::path& program, const std::vector<std::string>& arguments) {
+    std::vector<const char*> texts = {program.c_str()};
+    for (const std::string& argument : arguments) {
+        texts.push_back(argument.c_str());
+    }
+    texts.push_back(nullptr);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::execv(program.c_str(), const_cast<char* const*>(texts.data()));
+        ::_exit(127);
+    }
+    if (child < 0) {
+        throw std::runtime_error(program.string() + " cannot be started");
+    }
+    mHandle = child;
+}
+
+Process::~Process() {
+    kill();
+}
+
+bool Process::isRunning() {
+    if (mHandle != 0 && ::waitpid(static_cast<pid_t>(mHandle), &mStatus, WNOHANG) != 0) {
+        mHandle = 0;
+    }
+    return mHandle != 0;
+}
+
+void Process::kill() {
+    if (mHandle != 0) {
+        ::kill(static_cast<pid_t>(mHandle), SIGKILL);
+        wait();
+    }
+}
+
+int Process::wait() {
+    if (mHandle != 0) {
+        ::waitpid(static_cast<pid_t>(mHandle), &mStatus, 0);
+        mHandle = 0;
+    }
+    return WIFEXITED(mStatus) ? WEXITSTATUS(mStatus) : -1;
+}
+
+FullDisk::FullDisk(const fs::path&) {
+    rlimit limit{};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    mBefore = static_cast<std::intptr_t>(limit.rlim_cur);
+    limit.rlim_cur = 100;
+    std::signal(SIGXFSZ, SIG_IGN);
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+FullDisk::~FullDisk() {
+    rlimit limit{};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = static_cast<rlim_t>(mBefore);
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+std::size_t peakMemory() {
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return static_cast<std::size_t>(usage.ru_maxrss) * 1024;
 }
 
 Unreadable::Unreadable(const fs::path& file) : mFile(file) {

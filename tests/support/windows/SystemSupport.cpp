@@ -2,7 +2,11 @@
 
 #include <stdexcept>
 #include <stdlib.h>
+
+// clang-format off
 #include <windows.h>
+#include <psapi.h>
+// clang-format on
 
 namespace Support {
 namespace {
@@ -48,6 +52,65 @@ Held::Held(const boost::filesystem::path& file) : mHandle(open(file, FILE_SHARE_
 
 Held::~Held() {
     ::CloseHandle(reinterpret_cast<HANDLE>(mHandle));
+}
+
+Process::Process(const boost::filesystem::path& program, const std::vector<std::string>& arguments) {
+    std::wstring line = L'"' + program.native() + L'"';
+    for (const std::string& argument : arguments) {
+        line += L" \"" + boost::filesystem::path(argument).native() + L'"';
+    }
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process{};
+    if (!::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                          &startup, &process)) {
+        throw std::runtime_error(program.string() + " cannot be started");
+    }
+    ::CloseHandle(process.hThread);
+    mHandle = reinterpret_cast<std::intptr_t>(process.hProcess);
+}
+
+Process::~Process() {
+    kill();
+}
+
+bool Process::isRunning() {
+    if (mHandle != 0 && ::WaitForSingleObject(reinterpret_cast<HANDLE>(mHandle), 0) == WAIT_OBJECT_0) {
+        wait();
+    }
+    return mHandle != 0;
+}
+
+void Process::kill() {
+    if (mHandle != 0) {
+        ::TerminateProcess(reinterpret_cast<HANDLE>(mHandle), 9);
+        wait();
+    }
+}
+
+int Process::wait() {
+    if (mHandle != 0) {
+        const auto process = reinterpret_cast<HANDLE>(mHandle);
+        DWORD status = 0;
+        ::WaitForSingleObject(process, INFINITE);
+        ::GetExitCodeProcess(process, &status);
+        ::CloseHandle(process);
+        mStatus = static_cast<int>(status);
+        mHandle = 0;
+    }
+    return mStatus;
+}
+
+FullDisk::FullDisk(const boost::filesystem::path& file) : mBefore(open(file, 0)) {}
+
+FullDisk::~FullDisk() {
+    ::CloseHandle(reinterpret_cast<HANDLE>(mBefore));
+}
+
+std::size_t peakMemory() {
+    PROCESS_MEMORY_COUNTERS counters{};
+    ::K32GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof counters);
+    return counters.PeakWorkingSetSize;
 }
 
 Unreadable::Unreadable(const boost::filesystem::path& file) : mFile(file), mHandle(open(file, 0)) {}

@@ -1,0 +1,61 @@
+#!/usr/bin/env python3
+"""Loads every settings file of a sample site cut at every byte and with every byte changed.
+
+damage_test.py FOLDER-OF-PROGRAMS SUFFIX [EMULATOR...]
+
+SUFFIX is that of an executable; EMULATOR runs a Windows program where the system cannot. Every byte is changed in one
+of eight ways, or in KYM_TEST_CHANGES of them (1, 2, 4 or 8). Fails when a load crashes or takes five seconds, and when
+a process takes 64 MiB.
+"""
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+FOLDER = pathlib.Path(sys.argv[1]).resolve()
+SUFFIX = sys.argv[2]
+EMULATOR = sys.argv[3:]
+STEP = 8 // int(os.environ.get("KYM_TEST_CHANGES", "1"))
+KINDS = {"baseSettings.dat": "base", "sysinfo.dat": "system", "settings.dat": "plugin", "configSettings.dat": "department",
+         ".dirinfo.plist": "properties"}
+
+
+def as_seen_by_programs(path):
+    return "Z:" + str(path).replace("/", "\\") if EMULATOR else str(path)
+
+
+def run(site, departments, name, *arguments):
+    environment = dict(os.environ, KYM_BASE_DIR=as_seen_by_programs(site / "kym"),
+                       KYM_UGSITE_DIR=as_seen_by_programs(site / departments))
+    return subprocess.run([*EMULATOR, str(FOLDER / f"{name}{SUFFIX}"), *arguments], env=environment, timeout=1000,
+                          stdin=subprocess.DEVNULL, capture_output=True, encoding="utf-8", check=False)
+
+
+def kind_of(file):
+    return "site" if file.name.startswith("site_settings") else KINDS.get(file.name)
+
+
+def main():
+    with tempfile.TemporaryDirectory(prefix="kym sit\u00e9 ") as folder:
+        sample, site = pathlib.Path(folder) / "sample", pathlib.Path(folder) / "site"
+        for directory in (sample, site / "kym", site / "departments"):
+            directory.mkdir(parents=True)
+        made = run(sample, "ugsite", "kym-sample-site", as_seen_by_programs(sample),
+                   as_seen_by_programs(FOLDER / f"kym-sample-report{SUFFIX}"))
+        if made.returncode != 0:
+            raise RuntimeError(made.stderr)
+        files = sorted(file for file in sample.rglob("*") if kind_of(file))
+        failures = {"base", "site", "system", "plugin", "department", "properties"} - set(map(kind_of, files))
+        for file in files:
+            done = run(site, "departments", "kym-test-saver", "damage", kind_of(file), as_seen_by_programs(site),
+                       as_seen_by_programs(file), str(STEP))
+            print(f"{file.relative_to(sample)}: {done.stdout.strip()}{done.stderr}", flush=True)
+            if done.returncode != 0:
+                failures.add(str(file))
+        if failures:
+            print("failed, or not there:", ", ".join(sorted(failures)))
+        return 1 if failures else 0
+
+
+sys.exit(main())

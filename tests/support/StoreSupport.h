@@ -1,0 +1,53 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <boost/filesystem/path.hpp>
+
+namespace Support {
+
+/// A file of settings with the object that keeps it. What it holds is one of many generations, each told by
+/// several values of the file and by their number.
+class Store {
+  public:
+    virtual ~Store();
+
+    /// Reads the file anew.
+    virtual void load() = 0;
+
+    /// Fills in the values of a generation.
+    virtual void edit(int generation) = 0;
+
+    virtual void save() = 0;
+    virtual bool needsSaving() = 0;
+
+    /// The generation of the present values, 0 before the first edit; `std::runtime_error` for a mixture.
+    virtual int generation() = 0;
+
+    /// Adds one value to a store that holds no generation, and how many there are.
+    virtual void addRow();
+    virtual int rows();
+
+    const boost::filesystem::path& file() const { return mFile; }
+
+  protected:
+    explicit Store(boost::filesystem::path file);
+
+  private:
+    boost::filesystem::path mFile;
+};
+
+/// Every kind of file that the library writes: "base", "site", "system", "plugin", "department", "properties"
+/// and "preferences".
+std::vector<std::string> storeKinds();
+
+/// The store of a kind, read from its file below a site's directory, to which the variables of the
+/// environment lead. The directories of the file are made.
+std::unique_ptr<Store> openStore(const std::string& kind, const boost::filesystem::path& siteDirectory);
+
+/// The program that saves stores beside this process.
+boost::filesystem::path saverProgram();
+
+}  // namespace Support

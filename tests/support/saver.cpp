@@ -1,0 +1,138 @@
+// The program that tests kill, and let save beside others.
+//
+//   kym-test-saver save KIND SITE PROGRESS      saves one generation after the other; after each, the file
+//                                               PROGRESS grows by one byte
+//   kym-test-saver over KIND SITE COUNT FIRST   saves generations from FIRST on, whatever others write
+//   meanwhile kym-test-saver add KIND SITE COUNT          adds rows to what others have added kym-test-saver
+//   prepare SITE                 makes the version directory of the department "cam" kym-test-saver damage
+//   KIND SITE FILE STEP   loads FILE cut at every byte and with every byte changed in
+//                                               each STEPth way of eight
+//
+// SITE is the directory of a site to which KYM_BASE_DIR and KYM_UGSITE_DIR lead.
+
+#include <chrono>
+#include <exception>
+#include <fstream>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "base/FileManager.h"
+#include "base/FileState.h"
+#include "kym/Configuration.h"
+#include "kym/SystemInfo.h"
+
+#include "tests/support/StoreSupport.h"
+#include "tests/support/SystemSupport.h"
+
+namespace {
+
+using Support::Store;
+
+void save(Store& store, const std::string& progress) {
+    std::ofstream done(progress, std::ios::app | std::ios::binary);
+    for (int generation = store.generation() + 1;; ++generation) {
+        store.edit(generation);
+        store.save();
+        done.put('.').flush();
+    }
+}
+
+void saveOver(Store& store, int count, int first) {
+    for (int generation = first; generation < first + count; ++generation) {
+        store.edit(generation);
+        for (bool saved = false; !saved;) {
+            try {
+                store.save();
+                saved = true;
+            } catch (const Base::FileChanged& changed) {
+                Base::saveOverChanges(changed.file());
+            }
+        }
+    }
+}
+
+void add(Store& store, int count) {
+    for (int row = 0; row < count; ++row) {
+        for (bool saved = false; !saved;) {
+            store.load();
+            store.addRow();
+            try {
+                store.save();
+                saved = true;
+            } catch (const Base::FileChanged&) {
+                // Once more, upon what the other has written.
+            }
+        }
+    }
+}
+
+int damage(const std::string& kind, const std::string& site, const std::string& file, int step) {
+    const std::string whole = Base::FileManager::readFile(file);
+    const std::unique_ptr<Store> store = Support::openStore(kind, site);
+    int loads = 0, errors = 0;
+    double longest = 0;
+    const auto load = [&](const std::string& content) {
+        std::ofstream(store->file().c_str(), std::ios::binary | std::ios::trunc) << content;
+        const auto begin = std::chrono::steady_clock::now();
+        try {
+            ++loads;
+            store->load();
+        } catch (const std::exception& error) {
+            errors += *error.what() != '\0';
+        }
+        const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
+        longest = std::max(longest, time.count());
+    };
+    for (std::size_t size = 0; size < whole.size(); ++size) {
+        load(whole.substr(0, size));
+    }
+    for (std::size_t at = 0; at < whole.size(); ++at) {
+        for (int bit = static_cast<int>(at) % step; bit < 8; bit += step) {
+            std::string changed = whole;
+            changed[at] = static_cast<char>(changed[at] ^ (1 << bit));
+            load(changed);
+        }
+    }
+    load(whole);
+    std::cout << kind << ": " << whole.size() << " bytes, " << loads << " loads, " << errors
+              << " errors, longest " << longest << " s, peak memory " << Support::peakMemory() / 1024
+              << " KiB\n";
+    return longest < 5 && Support::peakMemory() < std::size_t{64} << 20U ? 0 : 1;
+}
+
+int run(const std::vector<std::string>& words) {
+    if (const char* folder = std::getenv("KYM_TEST_DATA_FOLDER")) {
+        Kym::SystemInformation().KymApplicationDataDirectoryName = folder;
+    }
+    const std::string& mode = words.at(0);
+    if (mode == "prepare") {
+        Kym::SystemInformation().CadVersionDirectory = "nx4";
+        Kym::Configuration(boost::filesystem::path(words.at(1)) / "departments/cam", true)
+            .createNXVersionDirectory();
+        return 0;
+    }
+    if (mode == "damage") {
+        return damage(words.at(1), words.at(2), words.at(3), std::stoi(words.at(4)));
+    }
+    const std::unique_ptr<Store> store = Support::openStore(words.at(1), words.at(2));
+    if (mode == "save") {
+        save(*store, words.at(3));
+    } else if (mode == "over") {
+        saveOver(*store, std::stoi(words.at(3)), std::stoi(words.at(4)));
+    } else if (mode == "add") {
+        add(*store, std::stoi(words.at(3)));
+    }
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run({argv + 1, argv + argc});
+    } catch (const std::exception& error) {
+        std::cerr << "kym-test-saver: " << error.what() << '\n';
+        return 1;
+    }
+}
