@@ -20,15 +20,14 @@ void checkVariables(const Table& table, Findings& findings) {
                 findings.push_back(
                     {true, column == "Name" ? "invalid-name" : "invalid-value", file, table.path, row + 1,
                      column, quoted(table.cell(row, column)) + " breaks a rule: " + ruleOf(column) + ".",
-                     "Run: kym-configure set " + table.path + ' ' + std::to_string(row + 1) + ' ' + column +
-                         " VALUE"});
+                     setCommand(table.path, row, column, "VALUE")});
             }
         }
         if (table.cell(row, "Name").empty()) {
-            findings.push_back(
-                {false, "empty-name", file, table.path, row + 1, "Name",
-                 "A variable without a name is left out of every environment.",
-                 "Name it, or run: kym-configure delete " + table.path + ' ' + std::to_string(row + 1)});
+            findings.push_back({false, "empty-name", file, table.path, row + 1, "Name",
+                                "A variable without a name is left out of every environment.",
+                                "Name it, or run: kym-configure delete " + argument(table.path) + ' ' +
+                                    std::to_string(row + 1)});
         }
     }
 }
@@ -39,45 +38,40 @@ void checkIdentifiers(const Table& table, Findings& findings) {
     for (int row = 0; row < table.rows(); ++row) {
         const std::string id = table.cell(row, "AppID");
         if (const auto [known, isNew] = first.try_emplace(id, row); !isNew) {
-            findings.push_back(
-                {true, "duplicate-application", file, table.path, row + 1, "AppID",
-                 "Row " + std::to_string(known->second + 1) + " has the identifier " + quoted(id) +
-                     " too, so that only one of them can be named.",
-                 "Run: kym-configure set " + table.path + ' ' + std::to_string(row + 1) + " AppID ANOTHER"});
+            findings.push_back({true, "duplicate-application", file, table.path, row + 1, "AppID",
+                                "Row " + std::to_string(known->second + 1) + " has the identifier " +
+                                    quoted(id) + " too, so that only one of them can be named.",
+                                setCommand(table.path, row, "AppID", "ANOTHER")});
         }
     }
 }
 
-bool hasApplication(Site& site, const Kym::ApplicationOverlay& overlay) {
+/// Whether the department is offered an application of another layer that the overlay names.
+bool applies(Site& site, const Kym::Configuration& department, const Kym::ApplicationOverlay& overlay) {
     const auto holds = [&overlay](const std::vector<Kym::ConfigApplication>& applications) {
         return std::any_of(applications.begin(), applications.end(),
                            Kym::EqualOverlayOrApp(overlay.configurationName, overlay.applicationId));
     };
-    if (holds(Kym::BaseInformation().applicationList())) {
-        return true;
-    }
-    for (const Layer& layer : site.plugins()) {
-        if (holds(layer.plugin->applicationList())) {
-            return true;
-        }
-    }
-    Kym::Configuration* owner = overlay.configurationName.empty()
-                                    ? nullptr
-                                    : site.manager().configurationByName(overlay.configurationName);
-    return owner && holds(owner->applicationList());
+    Kym::Configuration* common = site.offered().commonOf(department);
+    return holds(Kym::BaseInformation().applicationList()) ||
+           holds(Kym::PluginsManagement().applicationList(department)) ||
+           (common && holds(common->applicationList()));
 }
 
 void checkOverlays(Site& site, const Layer& layer, Findings& findings) {
     const auto& overlays = layer.departmentSettings()->overlays();
     for (std::size_t row = 0; row < overlays.size(); ++row) {
         const Kym::ApplicationOverlay& overlay = overlays[row];
-        if (!hasApplication(site, overlay)) {
+        if (!applies(site, *layer.department, overlay)) {
             const std::string table = layer.path + "/overlays";
-            findings.push_back({false, "overlay-without-application", nativeText(layer.file), table,
-                                static_cast<int>(row) + 1, "AppID",
-                                "There is no application " +
-                                    quoted(overlay.configurationName + ':' + overlay.applicationId) + ".",
-                                "Run: kym-configure delete " + table + ' ' + std::to_string(row + 1)});
+            findings.push_back(
+                {false, "overlay-without-application", nativeText(layer.file), table,
+                 static_cast<int>(row) + 1, "AppID",
+                 "The department is offered no application " +
+                     quoted(overlay.configurationName + ':' + overlay.applicationId) +
+                     " of the installation, of a plugin that applies to it or of its common "
+                     "department.",
+                 "Run: kym-configure delete " + argument(table) + ' ' + std::to_string(row + 1)});
         }
     }
 }
@@ -89,10 +83,9 @@ void checkDisabledPlugins(Site& site, const Layer& layer, Findings& findings) {
         const std::string name = table.cell(row, "Name");
         const auto isIt = [&name](const Layer& plugin) { return plugin.plugin->name() == name; };
         if (std::none_of(plugins.begin(), plugins.end(), isIt)) {
-            findings.push_back(
-                {false, "unknown-plugin", nativeText(layer.file), table.path, row + 1, "Name",
-                 "There is no plugin " + quoted(name) + " to be disabled.",
-                 "Run: kym-configure set " + table.path + ' ' + std::to_string(row + 1) + " Disabled False"});
+            findings.push_back({false, "unknown-plugin", nativeText(layer.file), table.path, row + 1, "Name",
+                                "There is no plugin " + quoted(name) + " to be disabled.",
+                                setCommand(table.path, row, "Disabled", "False")});
         }
     }
 }
@@ -111,22 +104,23 @@ void checkDepartment(Site& site, const Layer& layer, Findings& findings) {
         findings.push_back({false, "not-prepared", file, layer.path, 0, "",
                             "The department is not prepared for the release " +
                                 quoted(Kym::SystemInformation().CadVersionDirectory) + " and is not offered.",
-                            "Run: kym prepare " + name});
+                            "Run: kym prepare " + argument(name)});
     }
     const std::string& common = department.commonDepartment;
     const std::string setting = layer.path + "/commonDepartment";
     if (!common.empty()) {
         const Kym::Configuration* found = site.manager().configurationByName(common);
         if (!found) {
-            findings.push_back(
-                {true, "unknown-common-department", file, setting, 0, "",
-                 "There is no department " + quoted(common) + ".",
-                 "Run: kym create " + common + " --type Common, or kym-configure put " + setting + " \"\""});
+            findings.push_back({true, "unknown-common-department", file, setting, 0, "",
+                                "There is no department " + quoted(common) + ".",
+                                "Run: kym create " + argument(common) +
+                                    " --type Common, or kym-configure put " + argument(setting) + " \"\""});
         } else if (found->type != "Common") {
-            findings.push_back({false, "common-department-type", file, setting, 0, "",
-                                "The department " + quoted(common) + " is of the type " +
-                                    quoted(found->type) + ", not Common.",
-                                "Run: kym-configure put department/" + common + "/type Common"});
+            findings.push_back(
+                {false, "common-department-type", file, setting, 0, "",
+                 "The department " + quoted(common) + " is of the type " + quoted(found->type) +
+                     ", not Common.",
+                 "Run: kym-configure put " + argument("department/" + common + "/type") + " Common"});
         }
     }
 }
@@ -142,11 +136,11 @@ void checkContent(const Layer& layer, Findings& findings) {
         }
     }
     for (const Setting& setting : settingsOf(layer)) {
-        if (setting.variable && !isValidValue(*setting.variable)) {
+        if (const std::string rule = setting.brokenRule(setting.get()); !rule.empty()) {
             const std::string path = layer.path + '/' + setting.name;
             findings.push_back({true, "invalid-value", nativeText(layer.file), path, 0, "",
-                                quoted(setting.get()) + " breaks a rule: " + ruleOf("Value") + ".",
-                                "Run: kym-configure put " + path + " VALUE"});
+                                quoted(setting.get()) + " breaks a rule: " + rule + ".",
+                                "Run: kym-configure put " + argument(path) + " VALUE"});
         }
     }
 }
@@ -154,9 +148,10 @@ void checkContent(const Layer& layer, Findings& findings) {
 void checkProperties(Site& site, const Layer& layer, Findings& findings) {
     const std::string& type = layer.department ? layer.department->type : layer.plugin->pluginType;
     if (!isKnownType(site, layer, type)) {
-        findings.push_back({false, "unknown-type", nativeText(layer.file), layer.path + "/type", 0, "",
+        const auto file = layer.department ? layer.department->propertyFile() : layer.file;
+        findings.push_back({false, "unknown-type", nativeText(file), layer.path + "/type", 0, "",
                             "There is no type " + quoted(type) + ". There are: " + typesOf(site, layer) + ".",
-                            "Run: kym-configure put " + layer.path + "/type TYPE"});
+                            "Run: kym-configure put " + argument(layer.path + "/type") + " TYPE"});
     }
     if (layer.department) {
         checkDepartment(site, layer, findings);

@@ -2,11 +2,15 @@
 #include <map>
 #include <set>
 
+#include <boost/algorithm/string/case_conv.hpp>
+
 #include "kym/Launcher.h"
 #include "kym/PluginsManager.h"
+#include "kym/SiteSettings.h"
 #include "kym/SystemInfo.h"
 
 #include "Checks.h"
+#include "Settings.h"
 
 namespace {
 
@@ -42,22 +46,33 @@ class EnvironmentCheck {
                 checkDepartment(layer);
             }
         }
-        // A layer that no department uses is looked at as a new department would see it.
-        const Kym::Configuration none(Kym::SystemInformation().localDepartmentsPath() / "none", false);
         for (const Layer& layer : mLayers) {
-            auto& scopes = mScopes[layer.path];
-            if (scopes.empty() && !layer.department && !mBroken.contains(layer.path)) {
-                if (const auto environment = build(none, nullptr, {}, layer, "")) {
-                    scopes.push_back(namesOf(*environment));
-                    addNames(layer, scopes.back());
-                }
+            const bool isUsed = mScopes.contains(layer.path) || mBroken.contains(layer.path);
+            if (layer.variables && !layer.department && !isUsed) {
+                checkUnused(layer);
             }
-            checkReferences(layer, scopes);
+            if (!mBroken.contains(layer.path)) {
+                checkReferences(layer);
+            }
         }
     }
 
   private:
     using Environment = Kym::Launcher::EnvironmentMap;
+
+    /// An application in the list of the layer that owns it.
+    struct Place {
+        const Layer* layer = nullptr;
+        int row = -1;
+    };
+
+    /// Whose environment is looked at: that of a department, as itself or as one of its applications sees it.
+    struct View {
+        const Layer& layer;
+        const Kym::Configuration& department;
+        const Kym::Configuration* common;
+        Place place = {};
+    };
 
     static Names namesOf(const Environment& environment) {
         Names result;
@@ -103,57 +118,94 @@ class EnvironmentCheck {
         return result;
     }
 
-    /// Nothing, and a finding, when the environment cannot be built.
-    std::unique_ptr<Environment> build(const Kym::Configuration& department, const Kym::Configuration* common,
-                                       const Kym::ConfigApplication& application, const Layer& layer,
-                                       const std::string& applicationTable) {
-        auto result = std::make_unique<Environment>();
-        try {
-            mLauncher.buildEnvVarMap(department, common, application, *result);
-            return result;
-        } catch (const std::exception& error) {
-            addExpansionFinding(layer, applicationTable, error.what());
-            return nullptr;
+    /// The tables of variables that make an environment, the last to be merged first.
+    std::vector<Table> tablesOfView(const View& view) const {
+        std::vector<Table> result;
+        const auto add = [&result](const Layer& layer, int applicationRow) {
+            const std::vector<Table> tables = tablesOf(layer);
+            for (auto table = tables.rbegin(); table != tables.rend(); ++table) {
+                if (table->columns.back() == "Value" && !table->isUnix &&
+                    table->applicationRow == applicationRow) {
+                    result.push_back(*table);
+                }
+            }
+        };
+        const bool isPlain = view.place.layer && isUncustomized(view.place);
+        if (view.place.layer) {
+            add(*view.place.layer, view.place.row);
         }
+        for (const Layer* layer : layersOf(view.layer)) {
+            if (!isPlain || layer->path == "site") {
+                add(*layer, -1);
+            }
+        }
+        return result;
     }
 
-    void addExpansionFinding(const Layer& layer, const std::string& applicationTable,
-                             const std::string& text) {
-        const std::size_t begin = text.find('\'') + 1;
-        const std::string name = text.substr(begin, text.find('\'', begin) - begin);
-        std::vector<Table> tables;
-        for (const Layer* part : layersOf(layer)) {
-            for (const Table& table : tablesOf(*part)) {
-                if (table.columns.back() == "Value" && table.path.find("/unix") == std::string::npos) {
-                    tables.push_back(table);
+    static bool isUncustomized(const Place& place) {
+        return place.layer->applications->application(place.row).disableCustomization;
+    }
+
+    /// The environment, if need be without the variables that cannot be expanded, each of which is a finding;
+    /// nothing when these cannot be told.
+    std::unique_ptr<Environment> build(const View& view) {
+        while (true) {
+            auto result = std::make_unique<Environment>();
+            try {
+                mLauncher.buildEnvVarMap(view.department, view.common,
+                                         view.place.layer
+                                             ? view.place.layer->applications->application(view.place.row)
+                                             : Kym::ConfigApplication(),
+                                         *result);
+                return result;
+            } catch (const std::exception& error) {
+                if (!takeOut(view, error.what())) {
+                    return nullptr;
                 }
             }
         }
+    }
+
+    /// Empties, in memory, the variable that an error names, so that more can be looked at.
+    bool takeOut(const View& view, const std::string& text) {
+        const std::size_t begin = text.find('\'') + 1;
+        const std::string name = text.substr(begin, text.find('\'', begin) - begin);
         Finding finding{true,
                         text.find("refers to itself") != std::string::npos ? "cycle" : "expansion",
-                        nativeText(layer.file),
-                        layer.path,
+                        nativeText(view.layer.file),
+                        view.layer.path,
                         0,
                         "",
                         text.substr(text.find('\n') + 1),
                         "Change one of the variables named, with: kym-configure set TABLE ROW Value VALUE"};
-        for (const Table& table : tables) {
-            if (isOfApplication(table) && !table.path.starts_with(applicationTable + '/')) {
-                continue;
-            }
-            for (int row = 0; row < table.rows(); ++row) {
-                if (table.cell(row, "Name") == name) {
+        const auto refers = [](const std::string& value) { return value.find('$') != std::string::npos; };
+        for (const Table& table : tablesOfView(view)) {
+            for (int row = table.rows() - 1; row >= 0; --row) {
+                if (table.cell(row, "Name") == name && refers(table.cell(row, "Value"))) {
                     finding.table = table.path;
                     finding.file = nativeText(table.layer.file);
                     finding.row = row + 1;
                     finding.column = "Value";
+                    addOnce(finding);
+                    table.source->setValueForListColumnRow("Value", row, std::string());
+                    return true;
                 }
             }
-            if (finding.row != 0) {
-                break;
+        }
+        for (const Layer& layer : mLayers) {
+            for (const Setting& setting : settingsOf(layer)) {
+                if (setting.variable && setting.variable->name == name && setting.name.starts_with("win") &&
+                    refers(setting.get())) {
+                    finding.table = layer.path + '/' + setting.name;
+                    finding.file = nativeText(layer.file);
+                    addOnce(finding);
+                    setting.put("");
+                    return true;
+                }
             }
         }
         addOnce(finding);
+        return false;
     }
 
     void addOnce(const Finding& finding) {
@@ -164,134 +216,215 @@ class EnvironmentCheck {
 
     void checkDepartment(const Layer& layer) {
         Kym::Configuration& department = *layer.department;
-        const Kym::Configuration* common = mSite.offered().commonOf(department);
-        const auto environment = build(department, common, {}, layer, "");
+        const View view{layer, department, mSite.offered().commonOf(department)};
+        const auto environment = build(view);
+        const std::vector<const Layer*> parts = layersOf(layer);
         if (!environment) {
-            for (const Layer* part : layersOf(layer)) {
+            for (const Layer* part : parts) {
                 mBroken.insert(part->path);
             }
             return;
         }
         Names names = namesOf(*environment);
-        const std::vector<const Layer*> parts = layersOf(layer);
         for (const Layer* part : parts) {
             addNames(*part, names);
         }
         for (const Layer* part : parts) {
             mScopes[part->path].push_back(names);
         }
-        checkCadSystem(*environment);
-        for (const Kym::ConfigApplication& application : mSite.offered().applicationsOf(department, false)) {
-            checkApplication(layer, common, application, *environment);
+        checkCadSystem(view, *environment);
+        checkLetterCase(view, *environment);
+        std::map<std::string, int> counts;
+        for (const Kym::ConfigApplication& application : mSite.offered().applicationsOf(department, true)) {
+            const std::string& configuration = application.mConfigurationName;
+            const Place place = placeOf(configuration, counts[configuration]++);
+            if (place.layer && !application.disableApplication) {
+                checkApplication(view, place, *environment);
+            }
         }
     }
 
-    void checkCadSystem(Environment environment) {
+    /// Looks at a layer that no department uses as a new department would see it.
+    void checkUnused(const Layer& layer) {
+        Kym::Configuration none(Kym::SystemInformation().localDepartmentsPath() / "none", false);
+        if (layer.plugin) {
+            none.type = layer.plugin->pluginType;
+        }
+        const View view{layer, none, nullptr};
+        const auto environment = build(view);
+        if (!environment) {
+            mBroken.insert(layer.path);
+            return;
+        }
+        Names names = namesOf(*environment);
+        addNames(layer, names);
+        mScopes[layer.path].push_back(names);
+        if (layer.path == "site") {
+            checkCadSystem(view, *environment);
+        }
+        checkLetterCase(view, *environment);
+        for (int row = 0; layer.applications && row < layer.applications->numberOfRowsInList(); ++row) {
+            if (!layer.applications->application(row).disableApplication) {
+                checkApplication(view, {&layer, row}, *environment);
+            }
+        }
+    }
+
+    void checkCadSystem(const View& view, Environment environment) {
         try {
             mLauncher.checkCadEnvironment(environment);
         } catch (const std::exception& error) {
-            addOnce(
-                {true, "cad-system-not-found", nativeText(mSite.site().file), "site/winNxInstallPath", 0, "",
-                 error.what(),
-                 "Run: kym-configure put site/winNxInstallPath DIRECTORY, and put site/useWindowsRegistry "
-                 "False unless the registry names it"});
-        }
-    }
-
-    static bool hasVariables(Kym::ConfigApplication application) {
-        return application.commonVariables()->numberOfRowsInList() != 0 ||
-               application.winVariables()->numberOfRowsInList() != 0;
-    }
-
-    void checkApplication(const Layer& layer, const Kym::Configuration* common,
-                          const Kym::ConfigApplication& application, const Environment& departments) {
-        const std::string owner = ownerOf(application.mConfigurationName);
-        const std::string table = owner + "/applications";
-        const bool ownEnvironment = application.disableCustomization || hasVariables(application);
-        const auto environment = ownEnvironment ? build(*layer.department, common, application, layer,
-                                                        table + '/' + application.applicationId)
-                                                : std::make_unique<Environment>(departments);
-        if (!environment) {
-            return;
-        }
-        try {
-            mLauncher.getAndCheckExecutable(application, *environment);
-        } catch (const std::exception& error) {
-            const Layer ownerLayer = mSite.layer(owner);
             Finding finding{true,
-                            "executable-not-found",
-                            nativeText(ownerLayer.file),
-                            table,
+                            "cad-system-not-found",
+                            nativeText(mSite.site().file),
+                            "site/winNxInstallPath",
                             0,
-                            "Executable",
-                            firstLine(error.what()) + " (Seen from the department " +
-                                quoted(layer.department->name()) + ".)",
-                            ""};
-            for (int row = 0; row < ownerLayer.applications->numberOfRowsInList(); ++row) {
-                if (ownerLayer.applications->application(row).applicationId == application.applicationId) {
-                    finding.row = row + 1;
+                            "",
+                            error.what(),
+                            "Run: kym-configure put site/winNxInstallPath DIRECTORY, and put "
+                            "site/useWindowsRegistry False unless the registry names it"};
+            for (const Table& table : tablesOfView(view)) {
+                for (int row = 0; row < table.rows() && finding.row == 0; ++row) {
+                    if (table.cell(row, "Name") == Kym::SystemInformation().CadInstallPathVariable) {
+                        finding.file = nativeText(table.layer.file);
+                        finding.table = table.path;
+                        finding.row = row + 1;
+                        finding.column = "Value";
+                        finding.suggestion = setCommand(table.path, row, "Value", "DIRECTORY");
+                    }
                 }
             }
-            finding.suggestion =
-                "Run: kym-configure set " + table + ' ' + std::to_string(finding.row) + " Executable PROGRAM";
             addOnce(finding);
         }
     }
 
-    static std::string firstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
-
-    std::string ownerOf(const std::string& configuration) const {
-        for (const Layer& layer : mLayers) {
-            if (layer.plugin && layer.plugin->name() + " Plugin" == configuration) {
-                return layer.path;
-            }
+    /// Names that differ in the case of letters only are one name for Windows.
+    void checkLetterCase(const View& view, const Environment& environment) {
+        const auto folded = [](const std::string& name) {
+            return boost::to_upper_copy(name, std::locale::classic());
+        };
+        std::map<std::string, Names> alike;
+        for (const auto& [name, value] : environment) {
+            alike[folded(name)].insert(name);
         }
-        return configuration == "Base KYM" ? "base" : "department/" + configuration;
-    }
-
-    void checkReferences(const Layer& layer, const std::vector<Names>& scopes) {
-        if (scopes.empty() || mBroken.contains(layer.path)) {
-            return;
-        }
-        const std::vector<Table> tables = tablesOf(layer);
-        std::map<std::string, Names> namesOfApplications;
-        for (const Table& table : tables) {
-            for (int row = 0; isOfApplication(table) && row < table.rows(); ++row) {
-                namesOfApplications[ownerIn(table)].insert(table.cell(row, "Name"));
-            }
-        }
-        for (const Table& table : tables) {
-            const bool isList = table.columns.front() == "AppID";
+        for (const Table& table : tablesOfView(view)) {
             for (int row = 0; row < table.rows(); ++row) {
-                const Names& own = namesOfApplications[isList ? table.path + '/' + table.cell(row, "AppID")
-                                                              : ownerIn(table)];
-                for (const std::string& column : table.columns) {
-                    static const Names columns = {"Value", "Path", "Executable", "Arguments"};
-                    if (columns.contains(column)) {
-                        checkReferences(table, row, column, scopes, own);
-                    }
+                const std::string name = table.cell(row, "Name");
+                const Names& names = alike[folded(name)];
+                if (names.size() > 1 && names.contains(name)) {
+                    const std::string& other = *names.begin() == name ? *names.rbegin() : *names.begin();
+                    addOnce({false, "name-differs-in-case", nativeText(table.layer.file), table.path, row + 1,
+                             "Name",
+                             "Windows takes " + quoted(name) + " and " + quoted(other) +
+                                 " for one variable, and the value of one of them is lost.",
+                             setCommand(table.path, row, "Name", other)});
                 }
             }
         }
     }
 
-    static bool isOfApplication(const Table& table) {
-        return table.path.find("/applications/") != std::string::npos;
+    static bool hasVariables(Kym::ConfigApplication& application) {
+        return application.commonVariables()->numberOfRowsInList() != 0 ||
+               application.winVariables()->numberOfRowsInList() != 0;
     }
 
-    /// The application, or the layer, whose variables a table holds.
-    static std::string ownerIn(const Table& table) {
-        return table.path.substr(0, table.path.rfind("/variables/"));
+    void checkApplication(const View& view, const Place& place, const Environment& departments) {
+        Kym::ConfigApplication& application = place.layer->applications->application(place.row);
+        auto environment = std::make_unique<Environment>(departments);
+        if (application.disableCustomization || hasVariables(application)) {
+            const View own{view.layer, view.department, view.common, place};
+            environment = build(own);
+            if (!environment) {
+                return;
+            }
+            checkLetterCase(own, *environment);
+        }
+        if (application.disableCustomization) {
+            mPlainScopes[{place.layer->path, place.row}] = {namesOf(*environment)};
+        }
+        try {
+            mLauncher.getAndCheckExecutable(application, *environment);
+        } catch (const std::exception& error) {
+            const std::string text = error.what();
+            const std::string table = place.layer->path + "/applications";
+            addOnce({true, "executable-not-found", nativeText(place.layer->file), table, place.row + 1,
+                     "Executable",
+                     text.substr(0, text.find('\n')) +
+                         (view.layer.department
+                              ? " (Seen from the department " + quoted(view.department.name()) + ".)"
+                              : ""),
+                     setCommand(table, place.row, "Executable", "PROGRAM")});
+        }
     }
 
-    void checkReferences(const Table& table, int row, const std::string& column,
-                         const std::vector<Names>& scopes, const Names& own) {
-        for (const std::string& name : referencesIn(table.cell(row, column))) {
+    /// Where the application stands that is the one of an index among those of a configuration.
+    Place placeOf(const std::string& configuration, int index) const {
+        for (const Layer& layer : mLayers) {
+            const std::string name = layer.plugin       ? layer.plugin->name() + " Plugin"
+                                     : layer.department ? layer.department->name()
+                                                        : "Base KYM";
+            if (!layer.applications || name != configuration) {
+                continue;
+            }
+            if (index < layer.applications->numberOfRowsInList()) {
+                return {&layer, index};
+            }
+            index -= layer.applications->numberOfRowsInList();
+        }
+        return {};
+    }
+
+    void checkReferences(const Layer& layer) {
+        const std::vector<Names>& scopes = mScopes[layer.path];
+        if (scopes.empty()) {
+            return;
+        }
+        const std::vector<Table> tables = tablesOf(layer);
+        std::map<int, Names> own;  // names that an application sets itself
+        for (const Table& table : tables) {
+            for (int row = 0; table.applicationRow >= 0 && !table.isUnix && row < table.rows(); ++row) {
+                own[table.applicationRow].insert(table.cell(row, "Name"));
+            }
+        }
+        for (const Table& table : tables) {
+            for (int row = 0; !table.isUnix && row < table.rows(); ++row) {
+                const int application = table.columns.front() == "AppID" ? row : table.applicationRow;
+                const bool isPlain = application >= 0 && isUncustomized({&layer, application});
+                const std::vector<Names>& known = isPlain ? mPlainScopes[{layer.path, application}] : scopes;
+                for (const std::string& column : table.columns) {
+                    static const Names columns = {"Value", "Path", "Executable", "Arguments"};
+                    if (columns.contains(column) && !known.empty()) {
+                        checkReferences({nativeText(layer.file), table.path, row + 1, column},
+                                        table.cell(row, column), known, own[application]);
+                    }
+                }
+            }
+        }
+        for (const Setting& setting : settingsOf(layer)) {
+            const bool isRead =
+                setting.variable && setting.name.starts_with("win") &&
+                !(setting.name == "winNxInstallPath" && Kym::SiteInformation().useWindowsRegistry);
+            if (isRead) {
+                checkReferences({nativeText(layer.file), layer.path + '/' + setting.name, 0, ""},
+                                setting.get(), scopes, {});
+            }
+        }
+    }
+
+    struct Cell {
+        std::string file;
+        std::string table;
+        int row;
+        std::string column;
+    };
+
+    void checkReferences(const Cell& cell, const std::string& text, const std::vector<Names>& scopes,
+                         const Names& own) {
+        for (const std::string& name : referencesIn(text)) {
             const auto knows = [&name](const Names& names) { return names.contains(name); };
-            if (!own.contains(name) && std::none_of(scopes.begin(), scopes.end(), knows) &&
-                table.path.find("/unix") == std::string::npos) {
+            if (!own.contains(name) && std::none_of(scopes.begin(), scopes.end(), knows)) {
                 mFindings.push_back(
-                    {false, "undefined-variable", nativeText(table.layer.file), table.path, row + 1, column,
+                    {false, "undefined-variable", cell.file, cell.table, cell.row, cell.column,
                      "No layer sets the variable " + quoted(name) + ".",
                      "Set it where it belongs, as with: kym-configure add site/variables/common "
                      "Name=" +
@@ -304,7 +437,8 @@ class EnvironmentCheck {
     const std::vector<Layer>& mLayers;
     Findings& mFindings;
     const Kym::Launcher mLauncher = {};
-    std::map<std::string, std::vector<Names>> mScopes;
+    std::map<std::string, std::vector<Names>> mScopes;  // of the layers that departments use, by path
+    std::map<std::pair<std::string, int>, std::vector<Names>> mPlainScopes;  // of uncustomized applications
     Names mBroken;  // layers of an environment that cannot be built
     Names mSeen;
 };

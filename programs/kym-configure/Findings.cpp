@@ -26,6 +26,12 @@ std::string placeOf(const Finding& finding) {
            (finding.column.empty() ? "" : ", " + finding.column);
 }
 
+std::string setCommand(const std::string& table, int row, const std::string& column,
+                       const std::string& value) {
+    return "Run: kym-configure set " + argument(table) + ' ' + std::to_string(row + 1) + ' ' + column + ' ' +
+           argument(value);
+}
+
 int statusOf(const Findings& findings) {
     return findings.empty() ? 0 : errorsIn(findings) == 0 ? warned : erred;
 }

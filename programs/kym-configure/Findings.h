@@ -22,6 +22,10 @@ using Findings = std::vector<Finding>;
 /// Where it stands, for people.
 std::string placeOf(const Finding& finding);
 
+/// The suggestion to set a cell, whose row is an index.
+std::string setCommand(const std::string& table, int row, const std::string& column,
+                       const std::string& value);
+
 /// What a command ends with that found these: 0, with warnings 3, with errors 4.
 int statusOf(const Findings& findings);
 

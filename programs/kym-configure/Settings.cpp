@@ -17,12 +17,52 @@ namespace {
     throw std::runtime_error(quoted(text) + " cannot be the value of " + name + ": " + rule + ".");
 }
 
-Setting textSetting(const std::string& name, std::string& member, const std::function<void()>& mark) {
-    return {name, Setting::Kind::text, [&member] { return member; },
-            [&member, mark](const std::string& text) {
+using Rule = std::function<std::string(const std::string&)>;
+
+std::string noRule(const std::string&) {
+    return "";
+}
+
+std::string variableNameRule(const std::string& text) {
+    std::vector<Kym::EnvironmentVariable> list = {{text, ""}};
+    return Kym::EnvVariableListSource(&list).valueIsValid("Name", 0) ? "" : ruleOf("Name");
+}
+
+std::string variableValueRule(const std::string& text) {
+    std::vector<Kym::EnvironmentVariable> list = {{"", text}};
+    return Kym::EnvVariableListSource(&list).valueIsValid("Value", 0) ? "" : ruleOf("Value");
+}
+
+/// What Windows allows in the name of a file or a directory.
+std::string fileNameRule(const std::string& text) {
+    const bool isName =
+        !text.empty() && text.back() != '.' && text.back() != ' ' &&
+        text.find_first_of("<>:\"/\\|?*") == std::string::npos &&
+        std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) >= ' '; });
+    return isName ? ""
+                  : "it names a file or a directory, so it is not empty, holds none of < > : \" / \\ | ? * "
+                    "and no "
+                    "control character, and ends with neither a dot nor a blank";
+}
+
+std::string fileNamePartRule(const std::string& text) {
+    return text.empty() ? "" : fileNameRule(text);
+}
+
+Setting textSetting(const std::string& name, std::string& member, const std::function<void()>& mark,
+                    const Rule& brokenRule = noRule) {
+    return {name,
+            Setting::Kind::text,
+            [&member] { return member; },
+            [&member, mark, name, brokenRule](const std::string& text) {
+                if (const std::string rule = brokenRule(text); !rule.empty()) {
+                    refuse(name, text, rule);
+                }
                 member = text;
                 mark();
-            }};
+            },
+            nullptr,
+            brokenRule};
 }
 
 Setting truthSetting(const std::string& name, bool& member, const std::function<void()>& mark) {
@@ -39,42 +79,42 @@ Setting truthSetting(const std::string& name, bool& member, const std::function<
 
 Setting pathSetting(const std::string& name, Kym::EnvironmentVariable& variable,
                     const std::function<void()>& mark) {
-    return {name, Setting::Kind::text, [&variable] { return variable.value; },
-            [&variable, mark, name](const std::string& text) {
-                if (!isValidValue({variable.name, text})) {
-                    refuse(name, text, ruleOf("Value"));
-                }
-                variable.value = text;
-                mark();
-            },
-            &variable};
+    Setting result = textSetting(name, variable.value, mark, variableValueRule);
+    result.variable = &variable;
+    return result;
 }
 
 std::vector<Setting> systemSettings() {
     using Kym::SystemInfo;
-    static const std::vector<std::pair<const char*, std::string SystemInfo::*>> members = {
+    struct Constant {
+        const char* name;
+        std::string SystemInfo::*member;
+        std::string (*brokenRule)(const std::string&) = noRule;
+    };
+    static const std::vector<Constant> members = {
         {"CadProductName", &SystemInfo::CadProductName},
         {"CadSupportedVersionString", &SystemInfo::CadSupportedVersionString},
         {"KymVersionString", &SystemInfo::KymVersionString},
-        {"CadVersionDirectory", &SystemInfo::CadVersionDirectory},
-        {"PreviousCadVersionDirectory", &SystemInfo::PreviousCadVersionDirectory},
-        {"KymConfigPathEnvVarName", &SystemInfo::KymConfigPathEnvVarName},
-        {"KymConfigFallbackDirectoryName", &SystemInfo::KymConfigFallbackDirectoryName},
-        {"KymApplicationDataDirectoryName", &SystemInfo::KymApplicationDataDirectoryName},
-        {"BroadcastDirectoryName", &SystemInfo::BroadcastDirectoryName},
+        {"CadVersionDirectory", &SystemInfo::CadVersionDirectory, fileNameRule},
+        {"PreviousCadVersionDirectory", &SystemInfo::PreviousCadVersionDirectory, fileNameRule},
+        {"KymConfigPathEnvVarName", &SystemInfo::KymConfigPathEnvVarName, variableNameRule},
+        {"KymConfigFallbackDirectoryName", &SystemInfo::KymConfigFallbackDirectoryName, fileNameRule},
+        {"KymApplicationDataDirectoryName", &SystemInfo::KymApplicationDataDirectoryName, fileNameRule},
+        {"BroadcastDirectoryName", &SystemInfo::BroadcastDirectoryName, fileNameRule},
         {"BroadcastStartMessage", &SystemInfo::BroadcastStartMessage},
-        {"SiteSettingsSuffix", &SystemInfo::SiteSettingsSuffix},
+        {"SiteSettingsSuffix", &SystemInfo::SiteSettingsSuffix, fileNamePartRule},
         {"CadWindowsRegistryPath", &SystemInfo::CadWindowsRegistryPath},
-        {"CadInstallPathVariable", &SystemInfo::CadInstallPathVariable},
-        {"CadWebBrowserVariable", &SystemInfo::CadWebBrowserVariable},
-        {"tcEngInstallPathVariable", &SystemInfo::tcEngInstallPathVariable},
-        {"tcEngDatabaseVariable", &SystemInfo::tcEngDatabaseVariable},
-        {"CadVersionDataFilename", &SystemInfo::CadVersionDataFilename},
+        {"CadInstallPathVariable", &SystemInfo::CadInstallPathVariable, variableNameRule},
+        {"CadWebBrowserVariable", &SystemInfo::CadWebBrowserVariable, variableNameRule},
+        {"tcEngInstallPathVariable", &SystemInfo::tcEngInstallPathVariable, variableNameRule},
+        {"tcEngDatabaseVariable", &SystemInfo::tcEngDatabaseVariable, variableNameRule},
+        {"CadVersionDataFilename", &SystemInfo::CadVersionDataFilename, fileNameRule},
     };
     std::vector<Setting> result;
     SystemInfo& system = Kym::SystemInformation();
-    for (const auto& [name, member] : members) {
-        result.push_back(textSetting(name, system.*member, [&system] { system.settingsChanged(); }));
+    for (const auto& [name, member, brokenRule] : members) {
+        result.push_back(textSetting(
+            name, system.*member, [&system] { system.settingsChanged(); }, brokenRule));
     }
     return result;
 }
@@ -144,9 +184,4 @@ std::vector<Setting> settingsOf(const Layer& layer) {
     return layer.path == "system" ? systemSettings()
            : layer.path == "site" ? siteSettings()
                                   : std::vector<Setting>();
-}
-
-bool isValidValue(const Kym::EnvironmentVariable& variable) {
-    std::vector<Kym::EnvironmentVariable> list = {variable};
-    return Kym::EnvVariableListSource(&list).valueIsValid("Value", 0);
 }

@@ -20,10 +20,10 @@ struct Setting {
 
     /// The record behind a path of the site settings; null otherwise.
     Kym::EnvironmentVariable* variable = nullptr;
+
+    /// The rule that a text breaks; empty when it breaks none.
+    std::function<std::string(const std::string&)> brokenRule = [](const std::string&) { return ""; };
 };
 
 /// The named settings of a layer; `types` are those that a department can have.
 std::vector<Setting> settingsOf(const Layer& layer);
-
-/// What is wrong with the value of a variable that no table shows; empty when it obeys the rule.
-bool isValidValue(const Kym::EnvironmentVariable& variable);

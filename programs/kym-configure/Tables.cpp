@@ -66,10 +66,21 @@ Table pluginList(Site& site) {
 }
 
 template <typename Owner>
-void addVariables(std::vector<Table>& tables, const Layer& layer, const std::string& prefix, Owner& owner) {
-    tables.push_back({prefix + "variables/common", variableColumns, owned(owner.commonVariables()), layer});
-    tables.push_back({prefix + "variables/unix", variableColumns, owned(owner.unixVariables()), layer});
-    tables.push_back({prefix + "variables/windows", variableColumns, owned(owner.winVariables()), layer});
+void addVariables(std::vector<Table>& tables, const Layer& layer, const std::string& prefix, Owner& owner,
+                  int applicationRow = -1) {
+    const auto add = [&](const char* name, Kym::EnvVariableListSource* source, bool isUnix) {
+        tables.push_back({prefix + "variables/" + name,
+                          variableColumns,
+                          owned(source),
+                          layer,
+                          {},
+                          {},
+                          applicationRow,
+                          isUnix});
+    };
+    add("common", owner.commonVariables(), false);
+    add("unix", owner.unixVariables(), true);
+    add("windows", owner.winVariables(), false);
 }
 
 void addApplicationTables(std::vector<Table>& tables, const Layer& layer) {
@@ -78,10 +89,10 @@ void addApplicationTables(std::vector<Table>& tables, const Layer& layer) {
     for (int row = 0; row < list.numberOfRowsInList(); ++row) {
         Kym::ConfigApplication& application = list.application(row);
         const std::string& id = application.applicationId;
-        const bool isName = !id.empty() && seen.insert(id).second;
+        const bool isName = !id.empty() && id.front() != '#' && seen.insert(id).second;
         addVariables(tables, layer,
                      layer.path + "/applications/" + (isName ? id : '#' + std::to_string(row + 1)) + '/',
-                     application);
+                     application, row);
     }
 }
 
@@ -137,7 +148,7 @@ Table findTable(Site& site, const std::string& path) {
         throw std::runtime_error("The department " + quoted(layer.department->name()) +
                                  " is not prepared for the present release and so has no tables. Run: kym "
                                  "prepare " +
-                                 layer.department->name());
+                                 argument(layer.department->name()));
     }
     const std::vector<Table> tables = tablesOf(layer);
     const auto found = std::find_if(tables.begin(), tables.end(),

@@ -17,6 +17,8 @@ struct Table {
     Layer layer;
     std::string fixedRows = {};  ///< what to do instead of adding and deleting rows; empty: do just that
     std::string readOnly = {};   ///< what to do instead of changing anything
+    int applicationRow = -1;     ///< the index of the application whose variables these are, if of one
+    bool isUnix = false;         ///< variables that no launch uses
 
     int rows() const { return source->numberOfRowsInList(); }
     std::string cell(int row, const std::string& column) const;

@@ -171,6 +171,10 @@ class ConfigureTest(unittest.TestCase):
                 (["put", "department/design/cleanupDays", "-1"], 1, "a number of days from 0"),
                 (["put", "department/design/cleanupDays", "4294967296"], 1, "a number of days from 0"),
                 (["put", "site/winNxInstallPath", "${A"], 1, "as many \"{\" as \"}\""),
+                (["put", "system/CadVersionDirectory", ""], 1, "names a file or a directory"),
+                (["put", "system/SiteSettingsSuffix", "/../x"], 1, "names a file or a directory"),
+                (["put", "system/CadInstallPathVariable", "1A"], 1, "a name holds letters"),
+                (["import", "base", as_seen_by_programs(self.site)], 1, "is a directory"),
                 (["put", "site/nothing", "x"], 1, "site/winNxInstallPath"),
                 (["put", "base/type", "x"], 1, "kym-configure tables"),
                 (["get", "site/useWindowsRegistry", "x"], 2, ""),
@@ -243,22 +247,73 @@ class ConfigureTest(unittest.TestCase):
             ("warning", "unknown-type", "department/old archive/type", 0, ""),
             ("error", "unknown-common-department", "department/old archive/commonDepartment", 0, ""),
             ("error", "executable-not-found", "department/design/applications", 1, "Executable")})
+        self.assertIn('Run: kym prepare "old archive"\n', self.configure("validate", status=4))
 
-    def test_validate_tells_cycles_damage_and_warnings_apart(self):
+    def test_validate_goes_on_after_a_fault_and_tells_its_place(self):
+        design = "department/design"
+        for arguments in (
+                ["site/variables/common", "Name=A", "Value=${B}"], ["site/variables/common", "Name=B", "Value=$A"],
+                ["site/variables/common", "Name=C", "Value=${D}"], ["site/variables/common", "Name=D", "Value=$C"],
+                [f"{design}/variables/common", "Name=Path", "Value=${Path};d:/x"],
+                [f"{design}/variables/windows", "Name=UGII_BASE_DIR", "Value=Q:/none"],
+                [f"{design}/applications", "AppID=unixsh", "Executable=/none"],
+                [f"{design}/applications/unixsh/variables/windows", "Name=N", "Value=$NIX"],
+                [f"{design}/applications", "AppID=plain", "NoCustom=True", "Executable=$SAMPLE_REPORT",
+                 "Arguments=-p $SAMPLE_DRAWINGS"],
+                [f"{design}/overlays", "Configuration=design", "AppID=report"]):
+            self.configure("add", *arguments)
+        self.configure("put", "site/winTcEngInstallPath", "${NOPE}/tc")
+        found = self.findings(status=4)
+        self.assertLessEqual({
+            ("error", "cycle", "site/variables/common", 4, "Value"),
+            ("error", "cycle", "site/variables/common", 6, "Value"),
+            ("warning", "name-differs-in-case", f"{design}/variables/common", 5, "Name"),
+            ("error", "cad-system-not-found", f"{design}/variables/windows", 1, "Value"),
+            ("error", "executable-not-found", f"{design}/applications", 3, "Executable"),
+            ("warning", "overlay-without-application", f"{design}/overlays", 3, "AppID")}, found)
+        self.assertEqual({place for place in found if place[1] == "undefined-variable"}, {
+            ("warning", "undefined-variable", f"{design}/applications/unixsh/variables/windows", 1, "Value"),
+            ("warning", "undefined-variable", f"{design}/applications", 4, "Arguments"),
+            ("warning", "undefined-variable", "site/winTcEngInstallPath", 0, "")})
+
+    def test_tables_of_one_path_are_one_table(self):
+        self.configure("set", "base/applications", "2", "AppID", "nx")
+        self.configure("set", "base/applications", "1", "AppID", "#2")
+        paths = [table["table"] for table in json.loads(self.configure("tables", "--json"))["tables"]]
+        self.assertEqual(len(paths), len(set(paths)))
+
+    def test_validate_without_departments_and_with_damage(self):
+        for name in ("design", "common"):
+            shutil.rmtree(self.site / "ugsite" / name)
+        if ON_WINDOWS:
+            self.assertEqual(self.configure("validate"), "0 errors, 0 warnings.\n")
         self.configure("add", "site/variables/common", "Name=A", "Value=x${B}")
-        self.configure("add", "department/design/variables/windows", "Name=B", "Value=$A")
-        self.assertIn(("error", "cycle", "site/variables/common", 4, "Value"), self.findings(status=4))
-        shutil.rmtree(self.site / "ugsite" / "design")
-        shutil.rmtree(self.site / "ugsite" / "common")
-        shown = self.configure("validate", status=3).splitlines()
-        self.assertEqual(shown[:2], ["warning undefined-variable: site/variables/common row 4, Value",
-                                     "    No layer sets the variable \"B\"."])
-        self.assertIn("site_settingsNx4.dat", shown[3])
-        self.assertEqual(shown[-1], "0 errors, 1 warning.")
-        self.configure("delete", "site/variables/common", "4")
-        self.assertEqual(self.findings(status=0), set())
-        self.replace("kym/config/baseSettings.dat", ("</archive>", ""))
-        self.assertEqual(self.findings(status=4), {("error", "unreadable", "base", 0, "")})
+        self.configure("set", "base/applications", "1", "Executable", "/none")
+        if ON_WINDOWS:
+            self.configure("validate", status=4)
+            self.configure("set", "base/applications", "1", "Executable", as_seen_by_programs(FOLDER / "kym.exe"))
+            shown = self.configure("validate", status=3).splitlines()
+            self.assertEqual(shown[:2], ["warning undefined-variable: site/variables/common row 4, Value",
+                                         "    No layer sets the variable \"B\"."])
+            self.assertIn("site_settingsNx4.dat", shown[3])
+            self.assertEqual(shown[-1], "0 errors, 1 warning.")
+        self.configure("put", "site/winNxInstallPath", "Q:/none")
+        self.configure("set", "plugin/machining/applications", "1", "Executable", "/none")
+        self.assertLessEqual({("warning", "undefined-variable", "site/variables/common", 4, "Value"),
+                              ("error", "cad-system-not-found", "site/winNxInstallPath", 0, ""),
+                              ("error", "executable-not-found", "plugin/machining/applications", 1, "Executable")},
+                             self.findings(status=4))
+        shutil.copytree(self.pristine / "ugsite" / "design", self.site / "ugsite" / "design")
+        for file, layer in (("kym/config/baseSettings.dat", "base"), ("ugsite/site_settingsNx4.dat", "site"),
+                            ("plugins/materials/settings.dat", "plugin/materials"),
+                            ("ugsite/design/.dirinfo.plist", "department/design")):
+            path = self.site / file
+            content = path.read_bytes()
+            path.write_bytes(content[:-20])
+            shown = json.loads(self.configure("validate", "--json", status=4))["findings"]
+            self.assertEqual([(finding["table"], pathlib.PureWindowsPath(finding["file"]).name) for finding in shown
+                              if finding["code"] == "unreadable"], [(layer, path.name)])
+            path.write_bytes(content)
 
     def test_export_and_import_keep_everything(self):
         file = self.folder / "layer.json"
@@ -368,7 +423,7 @@ class ConfigureTest(unittest.TestCase):
             lexer = shlex.shlex(line, posix=True, punctuation_chars=False)
             lexer.whitespace_split, lexer.escape = True, ""
             name, *arguments = lexer
-            if arguments[0] in ("launch", "explain") or (not ON_WINDOWS and arguments[0] in ("validate", "show")):
+            if not ON_WINDOWS and arguments[0] in ("launch", "explain", "validate", "show"):
                 continue  # programs and paths of Windows
             done = self.run_program(name, *arguments)
             self.assertEqual((done.returncode, done.stderr), (0, ""), line)
