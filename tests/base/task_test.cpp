@@ -11,10 +11,12 @@
 #include "tests/support/ScratchSupport.h"
 
 #if defined(_WIN32)
+#include <algorithm>
 #include <random>
 #include <windows.h>
 
 #include "base/CommandLine.h"
+#include "base/Environment.h"
 #include "base/platform/Process.h"
 
 #include "tests/support/ChildSupport.h"
@@ -98,22 +100,82 @@ const Strings percent = {
     "\"%KYM_TEST_VALUE%\"", "%1 %*", "%cd%", "%=C:%", "^%PATH^%"};
 // clang-format on
 
-TEST_F(StartTest, EveryArgumentArrivesByteForByte) {
-    std::mt19937 random(11);
+// How many random starts there are: KYM_TEST_STARTS, else a few.
+std::size_t startCount() {
+    const std::string count = Base::Environment::getEnvVariable("KYM_TEST_STARTS");
+    return count.empty() ? 100 : std::stoul(count);
+}
+
+class RandomStartTest : public StartTest {
+  protected:
+    static constexpr std::size_t together = 10;
+
+    std::size_t below(std::size_t end) { return static_cast<std::size_t>(mRandom() % end); }
+
+    // Short or, now and then, as long as can be.
+    std::string text(const Strings& pieces) {
+        std::string text;
+        for (std::size_t i = below(8); i > 0; --i) {
+            text += pieces[below(pieces.size())];
+        }
+        return below(2000) == 0 ? text + std::string(31000, 'x') + text : text;
+    }
+
+    fs::path reportOf(std::size_t number) const { return scratch / ("report" + std::to_string(number)); }
+
+    void start(std::size_t number, const Strings& arguments) {
+        environment["KYM_TEST_REPORT"] = reportOf(number).string();
+        StartTest::start(Support::childProgram(), arguments);
+    }
+
+  private:
+    std::mt19937 mRandom{11};
+};
+
+TEST_F(RandomStartTest, EveryArgumentArrivesByteForByte) {
     const Strings pieces = {"a",  " ", "\t", "\"", "\\", "\\\"", "%", "&", "\xC3\xA4", "\xF0\x9F\x98\x80",
                             "\n", "^", "*"};
-    const auto below = [&](std::size_t end) { return static_cast<std::size_t>(random() % end); };
-    for (int round = 0; round < 10; ++round) {
-        Strings arguments(60);
-        for (std::string& argument : arguments) {
-            for (std::size_t i = below(8); i > 0; --i) {
-                argument += pieces[below(pieces.size())];
+    for (std::size_t done = 0; done < startCount(); done += together) {
+        std::vector<Strings> lists(together);
+        for (std::size_t number = 0; number < together; ++number) {
+            std::size_t size = 0;
+            for (std::size_t i = below(60); i > 0 && size < 500; --i) {
+                size += lists[number].emplace_back(text(pieces)).size();
+            }
+            start(number, lists[number]);
+        }
+        for (std::size_t number = 0; number < together; ++number) {
+            const Support::ChildReport got = Support::awaitReport(reportOf(number));
+            ASSERT_EQ(got.arguments, lists[number]);
+            ASSERT_EQ(got.words, lists[number]);
+        }
+    }
+}
+
+TEST_F(RandomStartTest, EveryEnvironmentArrivesByteForByte) {
+    const Strings inNames = {"a", "A", "_", " ", "(", "%", ".", "\xC3\xA4", "\xE2\x82\xAC", "\t", "\""};
+    const Strings inValues = {"a",  "=",  ";", "%", "\"",       "\\",
+                              "\n", "\r", "$", " ", "\xC3\xA4", "\xF0\x9F\x98\x80"};
+    const auto own = environment;
+    for (std::size_t done = 0; done < startCount() / 10; done += together) {
+        std::vector<Strings> expected(together);
+        for (std::size_t number = 0; number < together; ++number) {
+            environment = own;
+            for (std::size_t i = below(100); i > 0; --i) {
+                environment["v" + std::to_string(i) + text(inNames).substr(0, 100)] = text(inValues);
+            }
+            start(number, {});
+            for (const auto& [name, value] : environment) {
+                expected[number].push_back(name + '=' + value);
             }
         }
-        start(Support::childProgram(), arguments);
-        const Support::ChildReport got = Support::awaitReport(report);
-        EXPECT_EQ(got.arguments, arguments);
-        EXPECT_EQ(got.words, arguments);
+        for (std::size_t number = 0; number < together; ++number) {
+            std::erase(expected[number], "SystemRoot=C:\\windows");  // which the report leaves out
+            Strings got = Support::awaitReport(reportOf(number)).environment;
+            std::sort(got.begin(), got.end());
+            std::sort(expected[number].begin(), expected[number].end());
+            ASSERT_EQ(got, expected[number]);
+        }
     }
 }
 
