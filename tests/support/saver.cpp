@@ -10,12 +10,17 @@
 //
 // SITE is the directory of a site to which KYM_BASE_DIR and KYM_UGSITE_DIR lead.
 
+#include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <exception>
 #include <fstream>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <vector>
+
+#include <boost/filesystem/operations.hpp>
 
 #include "base/FileManager.h"
 #include "base/FileState.h"
@@ -73,7 +78,8 @@ int damage(const std::string& kind, const std::string& site, const std::string& 
     int loads = 0, errors = 0;
     double longest = 0;
     const auto load = [&](const std::string& content) {
-        std::ofstream(store->file().c_str(), std::ios::binary | std::ios::trunc) << content;
+        boost::filesystem::remove(store->file());  // much faster than to truncate it on some file systems
+        std::ofstream(store->file().c_str(), std::ios::binary) << content;
         const auto begin = std::chrono::steady_clock::now();
         try {
             ++loads;
