@@ -1,8 +1,11 @@
 #include "Commands.h"
 
 #include <iostream>
+#include <stdexcept>
 
 #include <CLI/CLI.hpp>
+
+#include "base/FileState.h"
 
 CLI::App* addCommand(CLI::App& program, const std::string& name, const std::string& text,
                      const std::string& example) {
@@ -24,7 +27,14 @@ void finishEdit(const Layer& layer, bool dryRun) {
         std::cout << "Nothing was saved: --dry-run.\n";
         return;
     }
-    layer.save();
+    try {
+        layer.save();
+    } catch (const Base::FileChanged& error) {
+        throw std::runtime_error(
+            nativeText(error.file()) +
+            ": somebody else has changed the file since this command read it. Nothing was "
+            "saved. Run the command again.");
+    }
     std::cout << "Saved the layer " << layer.path << ".\n";
 }
 

@@ -166,10 +166,23 @@ class EnvironmentCheck {
         }
     }
 
+    /// The variable at fault, which another one may refer to that is expanded first.
+    static std::string faultyName(const std::string& text) {
+        for (const auto& [before, after] : {std::pair("\nThe variable ", " refers to itself"),
+                                            std::pair(" in the value of ", ": "), std::pair("'", "'")}) {
+            const std::size_t found = text.find(before);
+            const std::size_t begin = found + std::string(before).size();
+            const std::size_t end = found == std::string::npos ? found : text.find(after, begin);
+            if (end != std::string::npos) {
+                return text.substr(begin, end - begin);
+            }
+        }
+        return "";
+    }
+
     /// Empties, in memory, the variable that an error names, so that more can be looked at.
     bool takeOut(const View& view, const std::string& text) {
-        const std::size_t begin = text.find('\'') + 1;
-        const std::string name = text.substr(begin, text.find('\'', begin) - begin);
+        const std::string name = faultyName(text);
         Finding finding{true,
                         text.find("refers to itself") != std::string::npos ? "cycle" : "expansion",
                         nativeText(view.layer.file),

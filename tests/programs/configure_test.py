@@ -3,6 +3,7 @@
 
 SUFFIX is that of an executable; EMULATOR runs a Windows program where the system cannot.
 """
+import concurrent.futures
 import json
 import os
 import pathlib
@@ -123,6 +124,16 @@ class ConfigureTest(unittest.TestCase):
                 self.assertEqual(dry.splitlines()[:-1], done.splitlines()[:-1])
                 self.assertIn(f"{table} row ", done)
                 self.assertEqual((self.changed(files), self.rows(table)), ([file], expected(rows)))
+
+    def test_what_is_said_to_be_saved_is_kept_when_many_save(self):
+        with concurrent.futures.ThreadPoolExecutor(8) as pool:
+            done = list(pool.map(lambda number: self.run_program(
+                "kym-configure", "add", "site/variables/common", f"Name=V{number}", "Value=x"), range(16)))
+        saved = [f"V{number}" for number, run in enumerate(done) if run.returncode == 0]
+        self.assertEqual({name for name, _ in self.rows("site/variables/common")[3:]}, set(saved))
+        self.assertGreater(len(saved), 0)
+        for run in done:
+            self.assertTrue(run.returncode == 0 or "Run the command again." in run.stderr, run.stderr)
 
     def test_settings_are_kept_by_name(self):
         for name, value, kept, file in (
@@ -263,10 +274,12 @@ class ConfigureTest(unittest.TestCase):
                 [f"{design}/overlays", "Configuration=design", "AppID=report"]):
             self.configure("add", *arguments)
         self.configure("put", "site/winTcEngInstallPath", "${NOPE}/tc")
+        self.configure("put", "site/winPortalInstallPath", "${TC_PORTAL_ROOT}/$A")
         found = self.findings(status=4)
         self.assertLessEqual({
             ("error", "cycle", "site/variables/common", 4, "Value"),
             ("error", "cycle", "site/variables/common", 6, "Value"),
+            ("error", "cycle", "site/winPortalInstallPath", 0, ""),
             ("warning", "name-differs-in-case", f"{design}/variables/common", 5, "Name"),
             ("error", "cad-system-not-found", f"{design}/variables/windows", 1, "Value"),
             ("error", "executable-not-found", f"{design}/applications", 3, "Executable"),
