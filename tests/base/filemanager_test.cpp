@@ -29,7 +29,6 @@
 #include <csignal>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #endif
 
@@ -452,33 +451,6 @@ TEST_F(FileManagerTest, SymbolicLinksStay) {
     for (const char* link : {"first", "second", "dangling", "loop"}) {
         EXPECT_TRUE(fs::is_symlink(folder / link)) << link;
     }
-}
-
-TEST_F(FileManagerTest, ProcessesThatSaveAtTheSameTimeNeverFailOrMixTheirContents) {
-    const fs::path file = make("a.dat", std::string(50'000, '0'));
-    std::vector<pid_t> savers;
-    for (char letter = 'a'; letter < 'e'; ++letter) {
-        savers.push_back(::fork());
-        if (savers.back() == 0) {
-            int failures = 0;
-            for (int time = 0; time < 25; ++time) {
-                try {
-                    replaceFile(file, std::string(50'000, letter));
-                    const std::string content = readFile(file);
-                    failures += content == std::string(50'000, content.at(0)) ? 0 : 1;
-                } catch (const std::exception&) {
-                    ++failures;
-                }
-            }
-            ::_exit(failures);
-        }
-    }
-    for (const pid_t saver : savers) {
-        int status = -1;
-        EXPECT_EQ(::waitpid(saver, &status, 0), saver);
-        EXPECT_EQ(status, 0);
-    }
-    EXPECT_EQ(names(), std::set<std::string>{"a.dat"});
 }
 
 #endif

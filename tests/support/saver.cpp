@@ -72,7 +72,8 @@ void add(Store& store, int count) {
     }
 }
 
-int damage(const std::string& kind, const std::string& site, const std::string& file, int step) {
+int damage(const std::string& kind, const std::string& site, const std::string& file, std::size_t stride,
+           int step) {
     const std::string whole = Base::FileManager::readFile(file);
     const std::unique_ptr<Store> store = Support::openStore(kind, site);
     int loads = 0, errors = 0;
@@ -90,10 +91,10 @@ int damage(const std::string& kind, const std::string& site, const std::string& 
         const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
         longest = std::max(longest, time.count());
     };
-    for (std::size_t size = 0; size < whole.size(); ++size) {
+    for (std::size_t size = 0; size < whole.size(); size += stride) {
         load(whole.substr(0, size));
     }
-    for (std::size_t at = 0; at < whole.size(); ++at) {
+    for (std::size_t at = 0; at < whole.size(); at += stride) {
         for (int bit = static_cast<int>(at) % step; bit < 8; bit += step) {
             std::string changed = whole;
             changed[at] = static_cast<char>(changed[at] ^ (1 << bit));
@@ -104,7 +105,7 @@ int damage(const std::string& kind, const std::string& site, const std::string& 
     std::cout << kind << ": " << whole.size() << " bytes, " << loads << " loads, " << errors
               << " errors, longest " << longest << " s, peak memory " << Support::peakMemory() / 1024
               << " KiB\n";
-    return longest < 5 && Support::peakMemory() < std::size_t{64} << 20U ? 0 : 1;
+    return longest < 5 && Support::peakMemory() < std::size_t{KYM_TEST_MEBIBYTES} << 20U ? 0 : 1;
 }
 
 int run(const std::vector<std::string>& words) {
@@ -119,7 +120,7 @@ int run(const std::vector<std::string>& words) {
         return 0;
     }
     if (mode == "damage") {
-        return damage(words.at(1), words.at(2), words.at(3), std::stoi(words.at(4)));
+        return damage(words.at(1), words.at(2), words.at(3), std::stoul(words.at(4)), std::stoi(words.at(5)));
     }
     const std::unique_ptr<Store> store = Support::openStore(words.at(1), words.at(2));
     if (mode == "save") {
