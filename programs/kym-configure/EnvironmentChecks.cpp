@@ -122,10 +122,9 @@ class EnvironmentCheck {
     std::vector<Table> tablesOfView(const View& view) const {
         std::vector<Table> result;
         const auto add = [&result](const Layer& layer, int applicationRow) {
-            const std::vector<Table> tables = tablesOf(layer);
+            const std::vector<Table> tables = variableTablesOf(layer, applicationRow);
             for (auto table = tables.rbegin(); table != tables.rend(); ++table) {
-                if (table->columns.back() == "Value" && !table->isUnix &&
-                    table->applicationRow == applicationRow) {
+                if (!table->isUnix) {
                     result.push_back(*table);
                 }
             }

@@ -49,9 +49,17 @@ class LayerReader {
     explicit LayerReader(const Layer& layer) : mLayer(layer) {}
 
     std::vector<std::string> read(const value& document) {
+        const value* const layer =
+            document.is_object() ? document.get_object().if_contains("layer") : nullptr;
+        if (layer) {
+            readLayer(*layer, "/layer");
+        }
+        if (!mProblems.empty()) {
+            return mProblems;  // whatever another layer holds would be wrong here
+        }
         using Members = std::vector<Member>;
         Members members = {{"format", [this](const value& v, const std::string& at) { readFormat(v, at); }},
-                           {"layer", [this](const value& v, const std::string& at) { readLayer(v, at); }}};
+                           {"layer", [](const value&, const std::string&) {}}};  // read first
         if (mLayer.path != "base") {
             members.push_back(
                 {"settings", [this](const value& v, const std::string& at) { readSettings(v, at); }});

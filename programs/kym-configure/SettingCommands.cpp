@@ -42,6 +42,9 @@ void listSettings(const Request& request) {
     std::vector<Row> rows = {{"SETTING", "VALUE"}};
     Json list = Json::object();
     for (const Layer& layer : layers) {
+        if (!layer.department) {
+            requireReadable(layer);
+        }
         for (const Setting& setting : settingsOf(layer)) {
             rows.push_back({layer.path + '/' + setting.name, setting.get()});
             list.add(rows.back()[0], rows.back()[1]);

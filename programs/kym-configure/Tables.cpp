@@ -83,17 +83,15 @@ void addVariables(std::vector<Table>& tables, const Layer& layer, const std::str
     add("windows", owner.winVariables(), false);
 }
 
-void addApplicationTables(std::vector<Table>& tables, const Layer& layer) {
+/// Named by its identifier; a later one of the same identifier, or one that looks like a row, by its row.
+std::string pathOfApplication(const Layer& layer, int row) {
     Kym::ApplicationListSource& list = *layer.applications;
-    std::set<std::string> seen;
-    for (int row = 0; row < list.numberOfRowsInList(); ++row) {
-        Kym::ConfigApplication& application = list.application(row);
-        const std::string& id = application.applicationId;
-        const bool isName = !id.empty() && id.front() != '#' && seen.insert(id).second;
-        addVariables(tables, layer,
-                     layer.path + "/applications/" + (isName ? id : '#' + std::to_string(row + 1)) + '/',
-                     application, row);
+    const std::string& id = list.application(row).applicationId;
+    bool isName = !id.empty() && id.front() != '#';
+    for (int earlier = 0; isName && earlier < row; ++earlier) {
+        isName = list.application(earlier).applicationId != id;
     }
+    return layer.path + "/applications/" + (isName ? id : '#' + std::to_string(row + 1)) + '/';
 }
 
 std::string thereAre(const std::vector<Table>& tables) {
@@ -125,7 +123,21 @@ std::vector<Table> tablesOf(const Layer& layer) {
     if (layer.applications) {
         result.push_back(
             {layer.path + "/applications", applicationColumns, owned(layer.applications), layer});
-        addApplicationTables(result, layer);
+        for (int row = 0; row < layer.applications->numberOfRowsInList(); ++row) {
+            addVariables(result, layer, pathOfApplication(layer, row), layer.applications->application(row),
+                         row);
+        }
+    }
+    return result;
+}
+
+std::vector<Table> variableTablesOf(const Layer& layer, int applicationRow) {
+    std::vector<Table> result;
+    if (applicationRow >= 0) {
+        addVariables(result, layer, pathOfApplication(layer, applicationRow),
+                     layer.applications->application(applicationRow), applicationRow);
+    } else if (layer.variables) {
+        addVariables(result, layer, layer.path + '/', *layer.variables);
     }
     return result;
 }

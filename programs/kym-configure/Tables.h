@@ -27,6 +27,9 @@ struct Table {
 /// The tables of a layer, those of its applications' variables after its own.
 std::vector<Table> tablesOf(const Layer& layer);
 
+/// Of these, those of the variables of the layer itself (-1) or of an application, by its index.
+std::vector<Table> variableTablesOf(const Layer& layer, int applicationRow);
+
 /// All tables of all layers; those that list departments and plugins first.
 std::vector<Table> allTables(Site& site);
 

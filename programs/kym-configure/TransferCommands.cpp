@@ -126,6 +126,7 @@ void importLayer(const Request& request) {
     const value after = boost::json::parse(layerToJson(layer).document());
     if (before == after) {
         std::cout << "The layer " << layer.path << " is the same already.\n";
+        return;
     }
     tellChanges(before, after, layer.path);
     finishEdit(layer, request.dryRun);
