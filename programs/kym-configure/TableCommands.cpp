@@ -25,6 +25,21 @@ struct Request {
     bool dryRun = false;
 };
 
+void listLayers(const Request& request) {
+    Site site;
+    std::vector<Row> rows = {{"LAYER", "FILE"}};
+    Json list = Json::array();
+    for (const Layer& layer : site.layers()) {
+        rows.push_back({layer.path, nativeText(layer.file)});
+        list.add(Json::object({{"layer", rows.back()[0]}, {"file", rows.back()[1]}}));
+    }
+    if (request.json) {
+        std::cout << Json::object({{"layers", list}}).document();
+    } else {
+        writeTable(std::cout, rows, TableStyle::ofOutput());
+    }
+}
+
 void listTables(const Request& request) {
     Site site;
     std::vector<Row> rows = {{"TABLE", "ROWS"}};
@@ -165,6 +180,9 @@ void addTableCommands(CLI::App& program) {
         command->add_option("TABLE", request->path, "Path of a table, as \"tables\" lists it")->required();
     };
 
+    addJsonFlag(*add("layers", "List the layers and the files in which they are kept", "kym-configure layers",
+                     listLayers),
+                request->json);
     addJsonFlag(*add("tables", "List every table of every layer", "kym-configure tables", listTables),
                 request->json);
 

@@ -9,6 +9,7 @@
 #include "TableCommands.h"
 #include "TransferCommands.h"
 #include "ValidateCommand.h"
+#include "programs/common/Completion.h"
 
 namespace {
 
@@ -37,6 +38,7 @@ int main(int argc, char** argv) {
     addSettingCommands(program);
     addTransferCommands(program);
     addValidateCommand(program);
+    addCompletionCommand(program, {{"TABLE", "tables"}, {"NAME", "get"}, {"LAYER", "layers"}});
 
     try {
         program.parse(argc, argv);

@@ -8,7 +8,6 @@
 
 #include "Clean.h"
 #include "Compare.h"
-#include "Completion.h"
 #include "Documentation.h"
 #include "Explain.h"
 #include "Export.h"
@@ -16,6 +15,7 @@
 #include "Listing.h"
 #include "Management.h"
 #include "Preferences.h"
+#include "programs/common/Completion.h"
 
 namespace {
 
@@ -56,7 +56,7 @@ int main(int argc, char** argv) {
     addManagementCommands(program);
     addPreferencesCommand(program);
     addDocumentationCommand(program);
-    addCompletionCommand(program);
+    addCompletionCommand(program, {{"DEPARTMENT", "departments"}, {"APPLICATION", "applications", true}});
 
     try {
         program.parse(argc, argv);

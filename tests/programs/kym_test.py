@@ -240,10 +240,10 @@ class KymTest(unittest.TestCase):
         self.assertEqual(variables(received), variables(f"{name}={value}" for name, value in expected.items()))
 
     def test_completes_in_bash_what_help_tells(self):
-        script = self.kym("completion", "bash")
         if not ON_WINDOWS:
             def completed(*words):
-                ask = ('source /dev/stdin; shift 0; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kym; '
+                script = self.run_program(words[0], "completion", "bash").stdout
+                ask = ('source /dev/stdin; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _${1//-/_}; '
                        'printf "%s\\n" "${COMPREPLY[@]}"')
                 path = f"{FOLDER}:{self.environment['PATH']}"
                 done = subprocess.run(["bash", "-c", ask, "-", *words], input=script, capture_output=True, check=False,
@@ -257,6 +257,10 @@ class KymTest(unittest.TestCase):
             self.assertEqual(completed("kym", "diff", "design", "nx", "design", "mat"), ["materials"])
             self.assertEqual(completed("kym", "show", "design", "nx", "--"), ["--help", "--work-directory", "--json"])
             self.assertEqual(completed("kym", "create", "x"), [])
+            self.assertEqual(completed("kym-configure", "show", "department/design/w"),
+                             ["department/design/work-directories"])
+            self.assertEqual(completed("kym-configure", "put", "site/useW"), ["site/useWindowsRegistry"])
+            self.assertEqual(completed("kym-configure", "export", "plugin/m"), ["plugin/materials", "plugin/machining"])
         for command in ("diff", "create"):
             help_text = self.kym(command, "--help")
             self.assertIn("Example:\n  kym " + command, help_text.replace("Example:\n    ", "Example:\n  "))
