@@ -156,6 +156,11 @@ void recordInvalidNames(const VariableList& variables, LaunchRecord& record) {
     }
 }
 
+[[noreturn]] void throwFailure(const Entry& entry, const std::exception& error) {
+    throw std::runtime_error(Base::Text::readableLines("Error expanding variable '" +
+                                                       std::string(entry.name) + "'.\n" + error.what()));
+}
+
 }  // namespace
 
 std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
@@ -170,10 +175,11 @@ std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
     if (LoggerStream line{infoLogger()}) {
         line << "Evaluating the completed environment" << std::endl;
     }
-    Base::Environment::Expander expander([&](std::string_view name) -> std::optional<std::string_view> {
+    const auto lookup = [&](std::string_view name) -> std::optional<std::string_view> {
         const Entry* const entry = variables.last(name);
         return entry && isSet(*entry) ? std::optional(entry->value) : std::nullopt;
-    });
+    };
+    std::optional<Base::Environment::Expander> expander(std::in_place, lookup);
     std::vector<std::map<std::string, std::string>::value_type*> pathLists;
     const bool verbose = verboseLogger().isOn();
     constexpr std::size_t sizeLimit = std::size_t{64} << 20U;
@@ -187,16 +193,21 @@ std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
         }
         try {
             if (entry.mayRefer) {
-                expander.expandVariable(entry.name, value);
+                expander->expandVariable(entry.name, value);
             }
             size += value.size();
             if (size > sizeLimit) {
                 throw std::runtime_error("The environment grows beyond " + std::to_string(sizeLimit) +
                                          " bytes.");
             }
+        } catch (const Base::Environment::ExpansionError& error) {
+            if (!record) {
+                throwFailure(entry, error);
+            }
+            record->failed(entry.name, error.what());
+            expander.emplace(lookup);
         } catch (const std::exception& error) {
-            throw std::runtime_error(Base::Text::readableLines(
-                "Error expanding variable '" + std::string(entry.name) + "'.\n" + error.what()));
+            throwFailure(entry, error);
         }
         if (record) {
             record->evaluated(entry.name, LaunchRecord::Change::expanded, value);

@@ -18,6 +18,7 @@ struct VariableExplanation {
         expanded,       ///< references to variables gave way to their values
         separators,     ///< slashes became backslashes
         cleaned,        ///< a list of paths was put in order, and its duplicates were dropped
+        failed,         ///< a reference cannot be expanded, which ends a launch
         superseded,     ///< Windows takes it for another one, whose name differs in the case of letters only
     };
 
@@ -25,7 +26,7 @@ struct VariableExplanation {
         Change change;
         std::string layer;  ///< that made the change; empty for what is done when all are merged
         std::string file;   ///< of the settings it stands in, or the registry key; empty when there is none
-        std::string value;  ///< after the change; without effect: what it would be
+        std::string value;  ///< after the change; without effect: what it would be; failed: the reason
     };
 
     /// One path of a list, in the order of the list before duplicates were dropped.

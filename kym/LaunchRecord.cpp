@@ -72,6 +72,10 @@ void LaunchRecord::evaluated(std::string_view name, Change change, const std::st
     }
 }
 
+void LaunchRecord::failed(std::string_view name, const std::string& reason) {
+    addStep(historyOf(name), Change::failed, reason);
+}
+
 void LaunchRecord::dropped(std::string_view name, Change change) {
     History& history = historyOf(name);
     addStep(history, change, "");

@@ -35,6 +35,9 @@ class LaunchRecord {
     /// The value was evaluated; no step when that changed nothing.
     void evaluated(std::string_view name, Change change, const std::string& value);
 
+    /// The value could not be evaluated, for that reason.
+    void failed(std::string_view name, const std::string& reason);
+
     /// No program gets this variable.
     void dropped(std::string_view name, Change change);
 

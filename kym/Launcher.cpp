@@ -183,6 +183,9 @@ std::string Launcher::finish(const std::vector<std::string>& superseded, const W
 
     const std::string defaultsName = "UGII_LOCAL_USER_DEFAULTS";
     std::vector<std::string> unseen = superseded;
+    if (env.erase("") != 0 && record) {  // no program gets a variable without a name
+        record->dropped("", LaunchRecord::Change::invalidName);
+    }
     for (const auto& [name, value] : env) {
         if (name != defaultsName && name.size() == defaultsName.size() &&
             boost::iequals(name, defaultsName, std::locale::classic())) {

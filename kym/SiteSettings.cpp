@@ -176,11 +176,14 @@ void SiteSettings::mergeEnvVariables(VariableList& list) const {
         line << "  merging site envirnment variables" << std::endl;
     }
     const SystemInfo& system = SystemInformation();
-    LaunchRecord* const record = list.record();
-    if (useWindowsRegistry) {
+    const auto nowFrom = [record = list.record()](const boost::filesystem::path& file) {
         if (record) {
-            record->from("HKEY_LOCAL_MACHINE\\" + system.CadWindowsRegistryPath);
+            record->from(file);
         }
+    };
+    const boost::filesystem::path file = list.record() ? dataFile() : boost::filesystem::path(), nowhere;
+    if (useWindowsRegistry) {
+        nowFrom("HKEY_LOCAL_MACHINE\\" + system.CadWindowsRegistryPath);
         std::string installation = registeredInstallPath();
         if (!installation.empty()) {
             if (installation.back() == '\\') {
@@ -189,24 +192,24 @@ void SiteSettings::mergeEnvVariables(VariableList& list) const {
             mergeInstallation(list, EnvironmentVariable(system.CadInstallPathVariable, installation));
         }
     } else if (!winNxInstallPath.value.empty()) {
-        if (record) {
-            record->from(dataFile());
-        }
+        nowFrom(file);
         mergeInstallation(list, winNxInstallPath);
     }
-    if (record) {
-        record->from(dataFile());
-    }
+    nowFrom(file);
     list.mergePlain(winTcEngInstallPath);
     list.mergePlain(winPortalInstallPath);
     list.mergePlain(winPlotConfBase);
+    nowFrom(nowhere);
     list.append(EnvironmentVariable(system.CadWebBrowserVariable, getWebBrowser()));
+    nowFrom(file);
     if (!winPlotConfBase.value.empty()) {
         list.mergePlain(EnvironmentVariable("UGII_SDI_SERVER_CFG_DIR", winPlotConfBase.value + "/win"));
     }
+    nowFrom(nowhere);
     if (!list.valueOf("UGII_UGDOC_BASE_DIR")) {
         list.append(EnvironmentVariable("UGII_UGDOC_BASE_DIR", "${UGII_BASE_DIR}/ugdoc"));
     }
+    nowFrom(file);
     mergeUserEnvVariables(list);
 }
 

@@ -304,6 +304,7 @@ void VariableList::setValue(std::string_view name, std::string value) {
     entry.value = *entry.ownText;
     entry.mayRefer = true;
     entry.changed = true;
+    entry.turn = ++mTurn;
     if (mRecord) {
         tell(name, place, inherited);
     }

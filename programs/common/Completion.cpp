@@ -13,7 +13,7 @@ namespace {
 constexpr const char* bashScript =
     R"script(# Completion for @PROGRAM@. In ~/.bashrc: source <(@PROGRAM@ completion bash)
 @FUNCTION@() {
-    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} kinds= options= offered
+    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} kinds= options= offered name place=1
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
         mapfile -t COMPREPLY < <(compgen -W "@COMMANDS@ --help" -- "$word")
@@ -25,10 +25,15 @@ constexpr const char* bashScript =
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")
         return
     fi
-    case $(cut -d ' ' -f "$((COMP_CWORD - 1))" <<< "$kinds") in
+    for name in "${COMP_WORDS[@]:2:COMP_CWORD - 2}"; do
+        [[ $name == -* ]] || place=$((place + 1))
+    done
+    case $(cut -d ' ' -f "$place" <<< "$kinds") in
 @OFFERS@        *) return ;;
     esac
-    mapfile -t COMPREPLY < <(compgen -W "$(awk 'NR > 1 { print $1 }' <<< "$offered")" -- "$word")
+    while IFS= read -r name; do  # never expanded: a name may hold anything
+        [[ $name != "$word"* ]] || COMPREPLY+=("$(printf '%q' "$name")")
+    done < <(awk -F '  +' 'NR > 1 { print $1 }' <<< "$offered")
 }
 complete -F @FUNCTION@ @PROGRAM@
 )script";
@@ -40,9 +45,9 @@ Register-ArgumentCompleter -Native -CommandName @PROGRAM@, @PROGRAM@.exe -Script
     $known = [ordered]@{
 @ROWS@    }
     $words = @($line.CommandElements | ForEach-Object { $_.ToString() })
-    $place = $words.Count - 1
-    if ($word -ne '') { $place-- }
-    $before = $words[$place]
+    if ($word -ne '') { $words = @($words | Select-Object -SkipLast 1) }
+    $before = $words[-1]
+    $place = @($words | Where-Object { $_ -notlike '-*' }).Count - 1
     $offered = @()
     if ($place -eq 0) {
         $offered = @($known.Keys) + '--help'
@@ -54,11 +59,12 @@ Register-ArgumentCompleter -Native -CommandName @PROGRAM@, @PROGRAM@.exe -Script
             $rows = @()
             switch -Wildcard ((-split $kinds)[$place - 1]) {
 @OFFERS@            }
-            $offered = $rows | Select-Object -Skip 1 | ForEach-Object { (-split $_)[0] }
+            $offered = $rows | Select-Object -Skip 1 | ForEach-Object { ($_ -split '  +')[0] }
         }
     }
-    $offered | Where-Object { $_ -like "$word*" } | ForEach-Object {
-        [System.Management.Automation.CompletionResult]::new($_, $_, 'ParameterValue', $_)
+    $offered | Where-Object { $_.StartsWith($word) } | ForEach-Object {
+        $text = if ($_ -match '^[-\w./:]+$') { $_ } else { "'" + $_.Replace("'", "''") + "'" }
+        [System.Management.Automation.CompletionResult]::new($text, $_, 'ParameterValue', $_)
     }
 }
 )script";

@@ -71,6 +71,10 @@ void applyOverlay(const Kym::Configuration& department, Kym::ConfigApplication& 
 
 }  // namespace
 
+std::string wordFor(const std::string& name) {
+    return name.find_first_of(" \t") == std::string::npos ? name : quoted(name);
+}
+
 Departments::Departments() : mManager(loadManager()) {}
 
 std::string Departments::obstacleTo(const std::string& name) {
@@ -78,6 +82,18 @@ std::string Departments::obstacleTo(const std::string& name) {
     return somethingStandsAt(directory)
                ? "Directory " + native(directory) + " already exists." + adviceOnLeftOver(directory)
                : std::string();
+}
+
+std::vector<Kym::Configuration> Departments::list(bool unpreparedToo) {
+    if (!unpreparedToo) {
+        return mManager.configurationList(".*");
+    }
+    std::vector<Kym::Configuration> all;
+    for (int row = 0; row < mManager.numberOfRowsInList(); ++row) {
+        all.push_back(*mManager.configuration(row));
+    }
+    std::stable_sort(all.begin(), all.end());
+    return all;
 }
 
 int Departments::rowOf(const std::string& name) {
@@ -107,7 +123,7 @@ Kym::Configuration& Departments::find(const std::string& name) {
     if (!department->isUpdated()) {
         throw std::runtime_error("The department " + quoted(name) + " is not prepared for the release " +
                                  quoted(Kym::SystemInformation().CadVersionDirectory) + ". Run kym prepare " +
-                                 name + " to make it so.");
+                                 wordFor(name) + " to make it so.");
     }
     return *department;
 }

@@ -15,8 +15,9 @@ class Departments {
     /// Loads the settings of every layer; errors as the stores' constructors.
     Departments();
 
-    /// The departments, by description.
-    std::vector<Kym::Configuration> list() const { return mManager.configurationList(".*"); }
+    /// The departments, by description; those that are not prepared for the present release only when asked
+    /// for.
+    std::vector<Kym::Configuration> list(bool unpreparedToo = false);
 
     /// All departments, those too that are not prepared for the present release.
     Kym::ConfigurationManager& manager() { return mManager; }
@@ -44,3 +45,6 @@ class Departments {
   private:
     Kym::ConfigurationManager mManager;
 };
+
+/// A name as a word of a command line that is suggested to the user.
+std::string wordFor(const std::string& name);

@@ -31,7 +31,7 @@ void appendText(std::string& out, const std::string& text, const std::string& pl
     constexpr std::string_view digits = "0123456789abcdef";
     if (!isUtf8(text)) {
         throw std::runtime_error("The text at " + (place.empty() ? "the top" : place) +
-                                 " is not UTF-8, and JSON carries nothing else. Leave --json out to see it.");
+                                 " is not UTF-8, and JSON carries nothing else. Give it another value.");
     }
     out.push_back('"');
     for (const char c : text) {

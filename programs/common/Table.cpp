@@ -10,7 +10,7 @@
 namespace {
 
 constexpr std::size_t gap = 2;         // between two columns
-constexpr std::size_t leastWidth = 8;  // of a column that gives way
+constexpr std::size_t usualLeast = 8;  // of a column that gives way; a heading is never cut
 
 bool continuesCharacter(char c) {
     return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
@@ -35,16 +35,59 @@ std::string fitted(const std::string& text, std::size_t width) {
     return text.substr(0, end) + mark;
 }
 
-void narrow(std::vector<std::size_t>& widths, std::size_t limit) {
-    const auto total = [&] {
-        return std::accumulate(widths.begin(), widths.end(), gap * (widths.size() - 1));
+/// Takes from the widest columns until the line fits; false when none can give more.
+bool narrow(std::vector<std::size_t>& widths, const Row& heading, std::size_t limit) {
+    const auto spare = [&](std::size_t column) {
+        const std::size_t least = std::max(usualLeast, charactersOf(heading[column]));
+        return widths[column] > least ? widths[column] : 0;
     };
-    while (total() > limit) {
-        const auto widest = std::max_element(widths.begin(), widths.end());
-        if (*widest <= leastWidth) {
-            return;
+    while (std::accumulate(widths.begin(), widths.end(), gap * (widths.size() - 1)) > limit) {
+        std::size_t widest = 0;
+        for (std::size_t column = 1; column < widths.size(); ++column) {
+            widest = spare(column) > spare(widest) ? column : widest;
         }
-        --*widest;
+        if (spare(widest) == 0) {
+            return false;
+        }
+        --widths[widest];
+    }
+    return true;
+}
+
+/// Control characters would break the lines, or speak to the terminal.
+std::string printable(const std::string& text) {
+    constexpr const char* digits = "0123456789abcdef";
+    std::string result;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '\n') {
+            result += "\\n";
+        } else if (byte < 0x20 || byte == 0x7F) {
+            result += std::string("\\x") + digits[byte >> 4U] + digits[byte & 0xFU];
+        } else {
+            result += c;
+        }
+    }
+    return result;
+}
+
+std::vector<Row> printable(const std::vector<Row>& rows) {
+    std::vector<Row> result = rows;
+    for (Row& row : result) {
+        for (std::string& cell : row) {
+            cell = printable(cell);
+        }
+    }
+    return result;
+}
+
+/// A block of lines for each row, for a line that has no room for all columns.
+void writeBlocks(std::ostream& out, const std::vector<Row>& rows) {
+    const Row& heading = rows.front();
+    for (std::size_t row = 1; row < rows.size(); ++row) {
+        for (std::size_t column = 0; column < heading.size(); ++column) {
+            out << (column == 0 ? "" : "    ") << heading[column] << ": " << rows[row][column] << '\n';
+        }
     }
 }
 
@@ -56,7 +99,8 @@ TableStyle TableStyle::ofOutput() {
     return {outputWidth(), mayColour && outputTakesColours()};
 }
 
-void writeTable(std::ostream& out, const std::vector<Row>& rows, const TableStyle& style) {
+void writeTable(std::ostream& out, const std::vector<Row>& cells, const TableStyle& style) {
+    const std::vector<Row> rows = printable(cells);
     std::vector<std::size_t> widths;
     for (const Row& row : rows) {
         widths.resize(row.size());
@@ -64,8 +108,9 @@ void writeTable(std::ostream& out, const std::vector<Row>& rows, const TableStyl
             widths[column] = std::max(widths[column], charactersOf(row[column]));
         }
     }
-    if (style.width != 0) {
-        narrow(widths, style.width);
+    if (style.width != 0 && !narrow(widths, rows.front(), style.width)) {
+        writeBlocks(out, rows);
+        return;
     }
     for (const Row& row : rows) {
         std::string line;

@@ -17,6 +17,7 @@ struct TableStyle {
 };
 
 /// Writes rows of equally many cells, UTF-8, the columns aligned; the first row is the heading. When a table
-/// is too wide, the widest columns give way, and what is cut ends with "...".
-void writeTable(std::ostream& out, const std::vector<Row>& rows,
+/// is too wide, the widest columns give way, and what is cut ends with "..."; when they cannot, each row
+/// becomes a block of lines. Control characters are shown as "\n" and "\x1b".
+void writeTable(std::ostream& out, const std::vector<Row>& cells,
                 const TableStyle& style = TableStyle::ofOutput());

@@ -1,7 +1,3 @@
-#include <exception>
-#include <iostream>
-#include <stdexcept>
-
 #include <CLI/CLI.hpp>
 
 #include "Commands.h"
@@ -10,11 +6,9 @@
 #include "TransferCommands.h"
 #include "ValidateCommand.h"
 #include "programs/common/Completion.h"
+#include "programs/common/Program.h"
 
 namespace {
-
-constexpr int failed = 1;
-constexpr int misused = 2;
 
 constexpr const char* footer =
     R"(The settings of a site are kept in layers: "system" (constants of the installation), "base" (the
@@ -40,19 +34,5 @@ int main(int argc, char** argv) {
     addValidateCommand(program);
     addCompletionCommand(program, {{"TABLE", "tables"}, {"NAME", "get"}, {"LAYER", "layers"}});
 
-    try {
-        program.parse(argc, argv);
-        if (!std::cout.flush()) {
-            throw std::runtime_error("The output could not be written.");
-        }
-        return exitStatus();
-    } catch (const CLI::Success& help) {
-        return program.exit(help);
-    } catch (const CLI::ParseError& error) {
-        std::cerr << "kym-configure: " << error.what() << "\nRun kym-configure --help for the usage.\n";
-        return misused;
-    } catch (const std::exception& error) {
-        std::cerr << "kym-configure: " << error.what() << '\n';
-        return failed;
-    }
+    return runProgram(program, argc, argv, [] { return exitStatus(); });
 }

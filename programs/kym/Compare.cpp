@@ -47,6 +47,10 @@ Paths pathsOf(const Value& value) {
     return paths;
 }
 
+bool isWithoutDuplicates(const Paths& paths) {
+    return std::set<std::string>(paths.begin(), paths.end()).size() == paths.size();
+}
+
 /// The elements of `from` that `other` lacks.
 Paths without(const Paths& from, const Paths& other) {
     const std::set<std::string> known(other.begin(), other.end());
@@ -93,9 +97,9 @@ Paths movedBetween(const Paths& first, const Paths& second) {
 
 Difference compared(const std::string& name, Value first, Value second) {
     Difference result{name, std::move(first), std::move(second), false, {}, {}, {}};
-    if (Kym::LaunchPlan::isPathList(name)) {
-        const Paths before = pathsOf(result.first);
-        const Paths after = pathsOf(result.second);
+    const Paths before = pathsOf(result.first);
+    const Paths after = pathsOf(result.second);
+    if (Kym::LaunchPlan::isPathList(name) && isWithoutDuplicates(before) && isWithoutDuplicates(after)) {
         result.isPathList = true;
         result.removed = without(before, after);
         result.added = without(after, before);

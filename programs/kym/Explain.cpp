@@ -31,7 +31,7 @@ struct Words {
 };
 
 Words wordsFor(Variable::Change change) {
-    static constexpr std::array<Words, 10> words = {{
+    static constexpr std::array<Words, 11> words = {{
         {"set", "set by"},
         {"extended", "extended by"},
         {"replaced", "replaced by"},
@@ -41,6 +41,7 @@ Words wordsFor(Variable::Change change) {
         {"expanded", "references expanded"},
         {"separators", "slashes turned into backslashes"},
         {"cleaned", "path list put in order, duplicates dropped"},
+        {"failed", "cannot be expanded, so that nothing can be launched"},
         {"superseded", "left out: a name that differs in letter case only was set later"},
     }};
     return words.at(static_cast<std::size_t>(change));
@@ -108,8 +109,8 @@ void explain(const Request& request) {
             throw std::runtime_error("Nothing sets or removes the variable \"" + request.variable +
                                      "\" in this launch. Names are told apart by letter case; those of the "
                                      "caller's environment are in upper case. Run kym explain " +
-                                     request.choice.department + ' ' + request.choice.application +
-                                     " to see all.");
+                                     wordFor(request.choice.department) + ' ' +
+                                     wordFor(request.choice.application) + " to see all.");
         }
     }
     if (request.json) {

@@ -36,13 +36,20 @@ void show(const Request& request) {
     Departments departments;
     Kym::LaunchPlan plan = Launchable(departments, request.choice).plan();
     if (request.json) {
-        std::cout << Json::object({{"commandLine", plan.commandString()},
-                                   {"executable", plan.executable.make_preferred().string()},
-                                   {"arguments", Json::array(plan.arguments)},
-                                   {"workingDirectory", plan.workingDirectory},
-                                   {"environment", asJson(plan.environment)}})
+        std::cout << Json::object(
+                         {{"commandLine", plan.commandString()},
+                          {"executable", plan.executable.make_preferred().string()},
+                          {"arguments", Json::array(plan.arguments)},
+                          {"workingDirectory", plan.workingDirectory},
+                          {"cleanupDays", plan.cleanupDays ? Json(std::uint64_t{*plan.cleanupDays}) : Json()},
+                          {"environment", asJson(plan.environment)}})
                          .document();
         return;
+    }
+    if (plan.cleanupDays) {
+        std::cout << "Before the start:\n    Temporary files older than " << *plan.cleanupDays
+                  << " days are removed; kym clean " << wordFor(request.choice.department)
+                  << " --dry-run lists them.\n\n";
     }
     std::cout << "Command line:\n    " << plan.commandString() << "\n\nArguments:\n";
     for (const std::string& argument : plan.arguments) {
@@ -116,7 +123,10 @@ void check(const Request& request) {
     try {
         launcher.checkCadEnvironment(after);
     } catch (const std::exception& error) {
-        const std::string command = "kym explain " + request.choice.department + " APPLICATION " + install;
+        const std::string command =
+            "kym explain " + wordFor(request.choice.department) + ' ' +
+            (request.choice.application.empty() ? "APPLICATION" : wordFor(request.choice.application)) + ' ' +
+            install;
         throw std::runtime_error(std::string(error.what()) + "\nRun " + command +
                                  " to see where its value comes from.");
     }

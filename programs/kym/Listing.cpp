@@ -23,13 +23,20 @@ struct Request {
 
 void listDepartments(const Request& request) {
     std::vector<Row> rows = {{"NAME", "TYPE", "DESCRIPTION"}};
+    if (request.all) {
+        rows.front().emplace_back("STATE");
+    }
     Json list = Json::array();
-    for (const Kym::Configuration& department : Departments().list()) {
+    for (const Kym::Configuration& department : Departments().list(request.all)) {
         rows.push_back({department.name(), department.type, department.description});
+        if (request.all) {
+            rows.back().emplace_back(department.isUpdated() ? "" : "not prepared");
+        }
         list.add(Json::object({{"name", department.name()},
                                {"type", department.type},
                                {"description", department.description},
                                {"commonDepartment", department.commonDepartment},
+                               {"prepared", department.isUpdated()},
                                {"directory", department.path().make_preferred().string()}}));
     }
     if (request.json) {
@@ -77,6 +84,7 @@ void addListingCommands(CLI::App& program) {
     const auto request = std::make_shared<Request>();
     CLI::App* departments = program.add_subcommand(
         "departments", "List the departments that are prepared for the present release");
+    departments->add_flag("--all", request->all, "Those too that are not prepared");
     addJson(*departments, request->json);
     departments->callback([request] { listDepartments(*request); });
     departments->footer("Example:\n  kym departments --json");

@@ -207,8 +207,10 @@ void addPreferencesCommand(CLI::App& program) {
         "installation's; the first of them that has a key supplies it");
     preferences->require_subcommand(1);
     preferences->footer("Example:\n  kym preferences set window/width 800 --type integer");
-    const auto add = [&](const char* name, const char* text, void (*action)(const Request&)) {
+    const auto add = [&](const char* name, const char* text, const std::string& example,
+                         void (*action)(const Request&)) {
         CLI::App* command = preferences->add_subcommand(name, text);
+        command->footer("Example:\n  kym preferences " + example);
         command->callback([request, action] { action(*request); });
         command
             ->add_option("--application", request->application, "Whose preferences; those of kym otherwise")
@@ -220,8 +222,9 @@ void addPreferencesCommand(CLI::App& program) {
             ->required();
         return command;
     };
-    const auto addChange = [&](const char* name, const char* text, void (*action)(const Request&)) {
-        CLI::App* command = addKey(add(name, text, action));
+    const auto addChange = [&](const char* name, const char* text, const std::string& example,
+                               void (*action)(const Request&)) {
+        CLI::App* command = addKey(add(name, text, example, action));
         command->add_flag("--department", request->ofDepartment,
                           "The department's, as KYM_DEPT_DIR and UG_VER name it, instead of the user's");
         command->add_flag("--all-applications", request->ofAllApplications,
@@ -229,12 +232,14 @@ void addPreferencesCommand(CLI::App& program) {
         return command;
     };
 
-    addKey(add("get", "Write the value of a preference", get));
-    CLI::App* setting = addChange("set", "Set a preference of the user", set);
+    addKey(add("get", "Write the value of a preference", "get window/width", get));
+    CLI::App* setting =
+        addChange("set", "Set a preference of the user", "set window/width 800 --type integer", set);
     setting->add_option("VALUE", request->value, "The value")->required();
     setting->add_option("--type", request->type, "string (unless given), boolean, integer or real")
         ->type_name("TYPE")
         ->check(CLI::IsMember({"string", "boolean", "integer", "real"}));
-    addChange("remove", "Remove a preference of the user, with all that it holds", remove);
-    addJson(*add("list", "List all preferences and the files that they are from", list), request->json);
+    addChange("remove", "Remove a preference of the user, with all that it holds", "remove window", remove);
+    addJson(*add("list", "List all preferences and the files that they are from", "list --json", list),
+            request->json);
 }

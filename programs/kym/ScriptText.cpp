@@ -91,6 +91,15 @@ std::string powerShellLiteral(const std::string& text) {
     return result + "'";
 }
 
+/// The length in the units that Windows counts in.
+std::size_t lengthOf(const std::string& text) {
+    std::size_t length = 0;
+    for (std::size_t place = 0; place < text.size(); ++length) {
+        length += nextCharacter(text, place) > 0xFFFF ? 1 : 0;
+    }
+    return length;
+}
+
 }  // namespace
 
 std::string batchScript(const Environment& environment) {
@@ -99,7 +108,7 @@ std::string batchScript(const Environment& environment) {
     for (const auto& [name, value] : environment) {
         checkBatch(name, value);
         const std::string line = setLine(name, value);
-        if (line.size() > longestLine) {
+        if (lengthOf(line) > longestLine) {
             refuse("cmd.exe", name,
                    "its line would be longer than the " + std::to_string(longestLine) +
                        " characters that are read.");
@@ -125,25 +134,34 @@ std::string batchScript(const Environment& environment) {
            "  exit /b 1\n"
            ")\n"
            "set \"KYM_CHCP=%SystemRoot%\\System32\\chcp.com\"\n"
-           "for /f \"tokens=2 delims=:.\" %%c in ('\"%KYM_CHCP%\"') do call :set %%c \"%KYM_CHCP%\"\n"
-           "exit /b\n"
+           "for /f \"tokens=2 delims=:.\" %%c in ('\"%KYM_CHCP%\"') do call :set %%c \"%KYM_CHCP%\" & exit "
+           "/b 0\n"
+           "echo chcp.com does not tell the code page, as there is no console; nothing was set. 1>&2\n"
+           "exit /b 1\n"
            ":set\n"
            "\"%~2\" 65001 >nul\n" +
            clear + settings + "\"%~2\" %1 >nul 2>nul\n" + end;
 }
 
 std::string powerShellScript(const Environment& environment) {
+    constexpr std::size_t longestValue = 32766;
     std::string script =
+        "& {\n"
+        "$ErrorActionPreference = 'Stop'\n"
         "Get-ChildItem Env: | ForEach-Object { Remove-Item -LiteralPath ('Env:' + $_.Name) }\n";
     for (const auto& [name, value] : environment) {
-        if (!isUtf8(name) || !isUtf8(value)) {
-            refuse("PowerShell", name, "the text is not UTF-8.");
-        }
-        if (name.empty() || name.find('=') != std::string::npos) {
-            refuse("PowerShell", name, "its name is empty or holds \"=\".");
-        }
+        const auto check = [&name = name](bool wrong, const std::string& reason) {
+            if (wrong) {
+                refuse("PowerShell", name, reason);
+            }
+        };
+        check(!isUtf8(name) || !isUtf8(value), "the text is not UTF-8.");
+        check(name.empty() || name.find('=') != std::string::npos, "its name is empty or holds \"=\".");
+        check((name + value).find('\0') != std::string::npos, "it holds a NUL.");
+        check(lengthOf(value) > longestValue,
+              "it is longer than " + std::to_string(longestValue) + " characters.");
         script += "[Environment]::SetEnvironmentVariable((" + powerShellLiteral(name) + "), (" +
                   powerShellLiteral(value) + "), 'Process')\n";
     }
-    return script;
+    return script + "}\n";
 }

@@ -1,9 +1,3 @@
-#include <exception>
-#include <iostream>
-#include <stdexcept>
-#include <string>
-#include <vector>
-
 #include <CLI/CLI.hpp>
 
 #include "Clean.h"
@@ -16,11 +10,9 @@
 #include "Management.h"
 #include "Preferences.h"
 #include "programs/common/Completion.h"
+#include "programs/common/Program.h"
 
 namespace {
-
-constexpr int failed = 1;
-constexpr int misused = 2;
 
 constexpr const char* footer =
     R"(APPLICATION is an identifier, as "applications" lists it. When several layers have an application of that
@@ -32,12 +24,6 @@ KYM_BASE_DIR names the installation and KYM_UGSITE_DIR the directory of the depa
 "kym COMMAND --help" tells what a command takes and gives an example of it.
 
 Exit status: 0 on success, 1 when something failed (the reason is on standard error), 2 for wrong usage.)";
-
-/// The words that name the command which was meant, as far as it was understood.
-std::string commandOf(const CLI::App& program) {
-    const std::vector<CLI::App*> meant = program.get_subcommands();
-    return meant.empty() ? "kym" : "kym " + meant.front()->get_name();
-}
 
 }  // namespace
 
@@ -56,21 +42,8 @@ int main(int argc, char** argv) {
     addManagementCommands(program);
     addPreferencesCommand(program);
     addDocumentationCommand(program);
-    addCompletionCommand(program, {{"DEPARTMENT", "departments"}, {"APPLICATION", "applications", true}});
+    addCompletionCommand(program,
+                         {{"DEPARTMENT", "departments --all"}, {"APPLICATION", "applications", true}});
 
-    try {
-        program.parse(argc, argv);
-        if (!std::cout.flush()) {
-            throw std::runtime_error("The output could not be written.");
-        }
-        return 0;
-    } catch (const CLI::Success& help) {
-        return program.exit(help);
-    } catch (const CLI::ParseError& error) {
-        std::cerr << "kym: " << error.what() << "\nRun " << commandOf(program) << " --help for the usage.\n";
-        return misused;
-    } catch (const std::exception& error) {
-        std::cerr << "kym: " << error.what() << '\n';
-        return failed;
-    }
+    return runProgram(program, argc, argv, [] { return 0; });
 }

@@ -26,3 +26,7 @@ bool outputTakesColours() {
     const char* kind = std::getenv("TERM");
     return outputIsTerminal() && kind && std::string_view(kind) != "dumb";
 }
+
+// A terminal here is taken to show UTF-8.
+Utf8Output::Utf8Output() = default;
+Utf8Output::~Utf8Output() = default;

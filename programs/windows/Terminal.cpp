@@ -33,6 +33,20 @@ std::size_t outputWidth() {
     return columns > 0 ? static_cast<std::size_t>(columns) : 0;
 }
 
+Utf8Output::Utf8Output() {
+    const UINT codePage = ::GetConsoleOutputCP();
+    const bool writesThere = outputIsTerminal() || errorOutputIsTerminal();
+    if (writesThere && codePage != CP_UTF8 && ::SetConsoleOutputCP(CP_UTF8)) {
+        mCodePage = codePage;
+    }
+}
+
+Utf8Output::~Utf8Output() {
+    if (mCodePage != 0) {
+        ::SetConsoleOutputCP(mCodePage);
+    }
+}
+
 bool outputTakesColours() {
     constexpr DWORD virtualTerminal = 0x0004;
     const HANDLE output = ::GetStdHandle(STD_OUTPUT_HANDLE);

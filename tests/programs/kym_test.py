@@ -163,6 +163,12 @@ class KymTest(unittest.TestCase):
             "        ISO 128 A"])
         self.assertEqual(self.kym("explain", "design", "report", "SAMPLE_TRIAL").splitlines()[-1],
                          "    removed by configuration, " + department)
+        with self.variable("SAMPLE_A", "$SAMPLE_B"), self.variable("SAMPLE_B", "$SAMPLE_A"):
+            self.assertEqual(self.kym("explain", "design", "gearbox", "SAMPLE_A").splitlines()[-2:], [
+                "    cannot be expanded, so that nothing can be launched",
+                "        The variable SAMPLE_A refers to itself: SAMPLE_A -> SAMPLE_B -> SAMPLE_A"])
+        self.assertEqual([(step["layer"], step["file"]) for variable in told if variable["name"] == "UGII_HTML_BROWSER"
+                          for step in variable["steps"] if step["layer"]], [("site", None)])
         done = self.run_program("kym", "explain", "design", "gearbox", "NOTHING")
         self.assertEqual((done.returncode, done.stdout), (1, ""))
         self.assertIn('Nothing sets or removes the variable "NOTHING"', done.stderr)
@@ -256,11 +262,18 @@ class KymTest(unittest.TestCase):
             self.assertEqual(completed("kym", "show", "design", "g"), ["gearbox"])
             self.assertEqual(completed("kym", "diff", "design", "nx", "design", "mat"), ["materials"])
             self.assertEqual(completed("kym", "show", "design", "nx", "--"), ["--help", "--work-directory", "--json"])
+            self.assertEqual(completed("kym", "show", "--json", "design", "g"), ["gearbox"])
+            self.assertEqual(completed("kym", "prepare", "a"), ["archive"])
             self.assertEqual(completed("kym", "create", "x"), [])
+            settings = self.site / "kym" / "config" / "baseSettings.dat"
+            self.addCleanup(settings.write_bytes, settings.read_bytes())
+            hostile = "x$(echo y)"
+            self.assertEqual(self.run_program("kym-configure", "add", "base/applications", "AppID=" + hostile).returncode, 0)
+            self.assertEqual(completed("kym", "show", "design", "x"), ["x\\$\\(echo\\", "y\\)"])
             self.assertEqual(completed("kym-configure", "show", "department/design/w"),
                              ["department/design/work-directories"])
             self.assertEqual(completed("kym-configure", "put", "site/useW"), ["site/useWindowsRegistry"])
-            self.assertEqual(completed("kym-configure", "export", "plugin/m"), ["plugin/materials", "plugin/machining"])
+            self.assertEqual(completed("kym-configure", "export", "plugin/m"), ["plugin/machining", "plugin/materials"])
         for command in ("diff", "create"):
             help_text = self.kym(command, "--help")
             self.assertIn("Example:\n  kym " + command, help_text.replace("Example:\n    ", "Example:\n  "))
@@ -299,6 +312,7 @@ class KymTest(unittest.TestCase):
                 ("design", "common:viewer", ["-read-only"]), ("common", "viewer", ["-read-only"])):
             shown = sections(self.kym("show", department, application))
             self.assertEqual(shown["Arguments:"], arguments, (department, application))
+            self.assertEqual("Before the start:" in shown, department == "common")  # where a launch cleans up
             self.assertEqual(shown["Working directory:"],
                              [variables(shown["Environment:"])["USERPROFILE"]])
 
@@ -312,7 +326,8 @@ class KymTest(unittest.TestCase):
                 (["launch", "design", "report", "--work-directory", "parts"], 1,
                  'no work directory "parts". There are: Parts, New d\u00e9signs.'),
                 (["show", "design"], 2, "APPLICATION is required"),
-                (["start"], 2, ""),
+                (["start"], 2, 'no command "start". There are: departments, applications,'),
+                (["preferences", "set", "a", "-x"], 2, 'that begins with a minus stands behind a "--"'),
                 (["documentation"], 2, "DOCUMENT is required"),
                 ([], 2, "subcommand is required")):
             done = self.run_program("kym", *arguments)
@@ -512,21 +527,25 @@ class KymTest(unittest.TestCase):
         import struct
         import termios
 
-        def on_terminal(**more):
+        def on_terminal(width=48, **more):
             ours, theirs = pty.openpty()
-            fcntl.ioctl(theirs, termios.TIOCSWINSZ, struct.pack("HHHH", 24, 48, 0, 0))
+            fcntl.ioctl(theirs, termios.TIOCSWINSZ, struct.pack("HHHH", 24, width, 0, 0))
             subprocess.run([str(FOLDER / "kym"), "applications", "design"], stdin=subprocess.DEVNULL, stdout=theirs,
                            env={**self.environment, "TERM": "xterm", **more}, timeout=60, check=True)
             os.close(theirs)
-            shown = os.read(ours, 100000).decode().replace("\r\n", "\n").splitlines()
+            shown = b""
+            with contextlib.suppress(OSError):  # EIO: all was read, and nobody writes any more
+                while part := os.read(ours, 4096):
+                    shown += part
             os.close(ours)
-            return shown
+            return shown.decode().replace("\r\n", "\n").splitlines()
 
         lines = on_terminal(NO_COLOR="1")
         self.assertEqual(max(map(len, lines)), 48)
         self.assertEqual(lines[0], "ID          DESCRIPTION   CATEGORY  FROM")
         self.assertEqual(lines[6], "gearbox     \u00c9tude of ...  Design    design")
         self.assertEqual(on_terminal(), ["\x1b[1m" + lines[0] + "\x1b[0m", *lines[1:]])
+        self.assertEqual(on_terminal(width=20)[:3], ["ID: drafting", "    DESCRIPTION: Drafting", "    CATEGORY: CAD"])
 
     @unittest.skipIf(ON_WINDOWS, "pseudo-terminals and named pipes are made here")
     def test_asks_and_shows_progress_on_a_terminal(self):
