@@ -45,7 +45,7 @@ void saveWhole(Kym::Configuration& department) {
         department.save();
     } catch (...) {
         if (contentOf(file) != before) {
-            const fs::path old = file.string() + ".old";
+            const fs::path old = fs::unique_path(file.string() + ".%%%%%%%%");
             fs::ofstream(old, std::ios::binary) << before;
             fs::rename(old, file);
         }
