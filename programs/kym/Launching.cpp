@@ -67,13 +67,12 @@ void launch(const Request& request) {
     try {
         Kym::Launcher().launch(plan);
     } catch (const boost::filesystem::filesystem_error& error) {
-        const std::string& department = request.choice.department;
-        throw std::runtime_error(
-            error.what() +
-            std::string("\nNothing was started: old temporary files are removed first. Close "
-                        "the program that holds the file, or remove it by hand. To start without "
-                        "removing any, run kym-configure put department/") +
-            department + "/doFileCleanup False");
+        const std::string advice =
+            "\nNothing was started: old temporary files are removed first. Close the program that holds the "
+            "file, or remove it by hand. To start without removing any, run kym-configure put ";
+        throw std::runtime_error(error.what() + advice +
+                                 wordFor("department/" + request.choice.department + "/doFileCleanup") +
+                                 " False");
     }
     std::cout << "Started " << plan.commandString() << '\n';
 }

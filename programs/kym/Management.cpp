@@ -111,8 +111,8 @@ void tellWhoRefersTo(const std::string& name, const std::string& newName, Kym::C
         const Kym::Configuration& department = *manager.configuration(row);
         if (department.commonDepartment == name && department.name() != name) {
             out << "The department " << quoted(department.name()) << " names " << quoted(name)
-                << " as its common department. To change that, run kym-configure put department/"
-                << department.name() << "/commonDepartment " << newName << '\n';
+                << " as its common department. To change that, run kym-configure put "
+                << wordFor("department/" + department.name() + "/commonDepartment") << ' ' << newName << '\n';
         }
     }
 }
