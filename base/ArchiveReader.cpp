@@ -123,7 +123,8 @@ std::string_view ArchiveReader::joinedText(pugi::xml_node node, const std::strin
 
 CoderBase* ArchiveReader::coderOf(pugi::xml_node object) {
     pugi::xml_attribute type = object.first_attribute();  // of an item, which has no key
-    if (!is(type.name(), "type")) {
+    if (!is(type.name(), "type") || !XmlFile::isNone(type.next_attribute())) {
+        checkAttributes(object);
         type = object.attribute("type");
     }
     if (type) {
@@ -172,12 +173,12 @@ std::vector<boost::any>* ArchiveReader::items() {
     bool hasText = !isBlank(frame.node.value());
     for (pugi::xml_node node = frame.node.first_child(); !XmlFile::isNone(node); node = node.next_sibling()) {
         const Kind kind = kindOf(node);
-        checkAttributes(node);
         if (kind == Kind::Object) {
             if (CoderBase* coder = coderOf(node)) {
                 items->elements.push_back({node, coder});
             }
         } else if (kind != Kind::Unknown) {
+            checkAttributes(node);
             items->elements.push_back({node});
         } else if (node.type() != pugi::node_element) {
             hasText = hasText || !isBlank(node.value());

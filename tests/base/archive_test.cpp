@@ -197,6 +197,8 @@ TEST_F(ArchiveTest, DamageIsToldWithFileLineAndKey) {
         {machine("<string>no key</string>"), 3, "", "a string without a key"},
         {machine("<string key='Label' key='Label'/>"), 3, "Label", "an attribute stands twice"},
         {machine("<string key='New' a='1' a='2'/>"), 3, "New", "an attribute stands twice"},
+        {machine("<object key='Parts' type='PartList'>\n<object type='Part' type='Part'/></object>"), 4,
+         "Parts", "an attribute stands twice"},
         {"<archive version='1' version='1'/>", 1, "", "an attribute stands twice"},
         {machine("<object key64='UA==' type64='AA=='><int/></object>\n<string key64='UA==' type='x'/>"), 4,
          "P", "stands twice"},
