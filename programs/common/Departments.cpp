@@ -89,6 +89,7 @@ std::vector<Kym::Configuration> Departments::list(bool unpreparedToo) {
         return mManager.configurationList(".*");
     }
     std::vector<Kym::Configuration> all;
+    all.reserve(static_cast<std::size_t>(mManager.numberOfRowsInList()));
     for (int row = 0; row < mManager.numberOfRowsInList(); ++row) {
         all.push_back(*mManager.configuration(row));
     }
