@@ -47,7 +47,7 @@ fs::path fileOf(std::string_view content) {
         }
     };
     static const Folder folder;
-    const fs::path file = folder.path / "input";
+    fs::path file = folder.path / "input";
     fs::remove(file);  // much faster than to truncate it on some file systems
     fs::ofstream stream(file, std::ios::binary | std::ios::trunc);
     stream << content;

@@ -59,7 +59,7 @@ std::string expected(const Time& time, std::string_view format) {
         } else if (specifier == 'e') {
             text += std::to_string(time.day);
         } else if (specifier == 'G') {
-            text += codes.substr(2U * (time.month - 1U), 2);
+            text += codes.substr(std::size_t{2} * (time.month - 1U), 2);
         } else if (specifier == 'Z') {
             text += time.zone == Time::Gmt ? "GMT" : "";
         } else {
