@@ -72,7 +72,8 @@ void applyOverlay(const Kym::Configuration& department, Kym::ConfigApplication& 
 }  // namespace
 
 std::string wordFor(const std::string& name) {
-    return name.find_first_of(" \t") == std::string::npos ? name : quoted(name);
+    const bool isPlain = !name.empty() && name.find_first_of(" \t&|<>^()[]{};'`!,*?") == std::string::npos;
+    return isPlain ? name : quoted(name);
 }
 
 Departments::Departments() : mManager(loadManager()) {}

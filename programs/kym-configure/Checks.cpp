@@ -26,7 +26,7 @@ void checkVariables(const Table& table, Findings& findings) {
         if (table.cell(row, "Name").empty()) {
             findings.push_back({false, "empty-name", file, table.path, row + 1, "Name",
                                 "A variable without a name is left out of every environment.",
-                                "Name it, or run: kym-configure delete " + argument(table.path) + ' ' +
+                                "Name it, or run: kym-configure delete " + wordFor(table.path) + ' ' +
                                     std::to_string(row + 1)});
         }
     }
@@ -71,7 +71,7 @@ void checkOverlays(Site& site, const Layer& layer, Findings& findings) {
                      quoted(overlay.configurationName + ':' + overlay.applicationId) +
                      " of the installation, of a plugin that applies to it or of its common "
                      "department.",
-                 "Run: kym-configure delete " + argument(table) + ' ' + std::to_string(row + 1)});
+                 "Run: kym-configure delete " + wordFor(table) + ' ' + std::to_string(row + 1)});
         }
     }
 }
@@ -104,7 +104,7 @@ void checkDepartment(Site& site, const Layer& layer, Findings& findings) {
         findings.push_back({false, "not-prepared", file, layer.path, 0, "",
                             "The department is not prepared for the release " +
                                 quoted(Kym::SystemInformation().CadVersionDirectory) + " and is not offered.",
-                            "Run: kym prepare " + argument(name)});
+                            "Run: kym prepare " + wordFor(name)});
     }
     const std::string& common = department.commonDepartment;
     const std::string setting = layer.path + "/commonDepartment";
@@ -113,14 +113,14 @@ void checkDepartment(Site& site, const Layer& layer, Findings& findings) {
         if (!found) {
             findings.push_back({true, "unknown-common-department", file, setting, 0, "",
                                 "There is no department " + quoted(common) + ".",
-                                "Run: kym create " + argument(common) +
-                                    " --type Common, or kym-configure put " + argument(setting) + " \"\""});
+                                "Run: kym create " + wordFor(common) +
+                                    " --type Common, or kym-configure put " + wordFor(setting) + " \"\""});
         } else if (found->type != "Common") {
             findings.push_back(
                 {false, "common-department-type", file, setting, 0, "",
                  "The department " + quoted(common) + " is of the type " + quoted(found->type) +
                      ", not Common.",
-                 "Run: kym-configure put " + argument("department/" + common + "/type") + " Common"});
+                 "Run: kym-configure put " + wordFor("department/" + common + "/type") + " Common"});
         }
     }
 }
@@ -140,7 +140,7 @@ void checkContent(const Layer& layer, Findings& findings) {
             const std::string path = layer.path + '/' + setting.name;
             findings.push_back({true, "invalid-value", nativeText(layer.file), path, 0, "",
                                 quoted(setting.get()) + " breaks a rule: " + rule + ".",
-                                "Run: kym-configure put " + argument(path) + " VALUE"});
+                                "Run: kym-configure put " + wordFor(path) + " VALUE"});
         }
     }
 }
@@ -151,7 +151,7 @@ void checkProperties(Site& site, const Layer& layer, Findings& findings) {
         const auto file = layer.department ? layer.department->propertyFile() : layer.file;
         findings.push_back({false, "unknown-type", nativeText(file), layer.path + "/type", 0, "",
                             "There is no type " + quoted(type) + ". There are: " + typesOf(site, layer) + ".",
-                            "Run: kym-configure put " + argument(layer.path + "/type") + " TYPE"});
+                            "Run: kym-configure put " + wordFor(layer.path + "/type") + " TYPE"});
     }
     if (layer.department) {
         checkDepartment(site, layer, findings);

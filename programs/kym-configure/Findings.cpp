@@ -28,8 +28,8 @@ std::string placeOf(const Finding& finding) {
 
 std::string setCommand(const std::string& table, int row, const std::string& column,
                        const std::string& value) {
-    return "Run: kym-configure set " + argument(table) + ' ' + std::to_string(row + 1) + ' ' + column + ' ' +
-           argument(value);
+    return "Run: kym-configure set " + wordFor(table) + ' ' + std::to_string(row + 1) + ' ' + column + ' ' +
+           wordFor(value);
 }
 
 int statusOf(const Findings& findings) {

@@ -87,7 +87,7 @@ class LayerReader {
             document.get_object().contains("variables")) {
             note("/variables",
                  "the department is not prepared for the present release; run first: kym prepare " +
-                     argument(mLayer.department->name()));
+                     wordFor(mLayer.department->name()));
             return mProblems;
         }
         readObject(document, "", members);

@@ -209,11 +209,6 @@ std::string joined(const std::vector<std::string>& texts) {
     return boost::join(texts, ", ");
 }
 
-std::string argument(const std::string& text) {
-    const bool isPlain = !text.empty() && text.find_first_of(" \t&|<>^()[]{};'`!,*?") == std::string::npos;
-    return isPlain ? text : quoted(text);
-}
-
 void requireReadable(const Layer& layer) {
     if (!fs::exists(layer.file)) {
         return;

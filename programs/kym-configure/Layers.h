@@ -61,9 +61,6 @@ std::string nativeText(boost::filesystem::path path);
 std::string quoted(const std::string& text);
 std::string joined(const std::vector<std::string>& texts);
 
-/// A word of a command line that is suggested, in quotes when it needs them.
-std::string argument(const std::string& text);
-
 /// `Base::ArchiveError` when the layer's file is damaged, or holds something else under one of its keys: some
 /// stores then keep their defaults in silence, and an edit must not replace what could not be read.
 void requireReadable(const Layer& layer);

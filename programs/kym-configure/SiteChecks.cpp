@@ -35,6 +35,6 @@ void requireKnownType(Site& site, const Layer& layer) {
 void requireKnownCommonDepartment(Site& site, const std::string& name) {
     if (!name.empty() && !site.manager().configurationByName(name)) {
         throw std::runtime_error("There is no department " + quoted(name) + ". Run: kym create " +
-                                 argument(name) + " --type Common");
+                                 wordFor(name) + " --type Common");
     }
 }

@@ -160,7 +160,7 @@ Table findTable(Site& site, const std::string& path) {
         throw std::runtime_error("The department " + quoted(layer.department->name()) +
                                  " is not prepared for the present release and so has no tables. Run: kym "
                                  "prepare " +
-                                 argument(layer.department->name()));
+                                 wordFor(layer.department->name()));
     }
     const std::vector<Table> tables = tablesOf(layer);
     const auto found = std::find_if(tables.begin(), tables.end(),
