@@ -76,6 +76,7 @@ int damage(const std::string& kind, const std::string& site, const std::string& 
            int step) {
     const std::string whole = Base::FileManager::readFile(file);
     const std::unique_ptr<Store> store = Support::openStore(kind, site);
+    const std::size_t before = Support::peakMemory();  // under Wine, much of it is the program's own file
     int loads = 0, errors = 0;
     double longest = 0;
     const auto load = [&](const std::string& content) {
@@ -102,10 +103,10 @@ int damage(const std::string& kind, const std::string& site, const std::string& 
         }
     }
     load(whole);
+    const std::size_t taken = Support::peakMemory() - before;
     std::cout << kind << ": " << whole.size() << " bytes, " << loads << " loads, " << errors
-              << " errors, longest " << longest << " s, peak memory " << Support::peakMemory() / 1024
-              << " KiB\n";
-    return longest < 5 && Support::peakMemory() < std::size_t{KYM_TEST_MEBIBYTES} << 20U ? 0 : 1;
+              << " errors, longest " << longest << " s, memory taken " << taken / 1024 << " KiB\n";
+    return longest < 5 && taken < std::size_t{KYM_TEST_MEBIBYTES} << 20U ? 0 : 1;
 }
 
 int run(const std::vector<std::string>& words) {
