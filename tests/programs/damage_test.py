@@ -6,7 +6,7 @@ damage_test.py FOLDER-OF-PROGRAMS SUFFIX [EMULATOR...]
 SUFFIX is that of an executable; EMULATOR runs a Windows program where the system cannot. Every byte is changed in one
 of eight ways, or in KYM_TEST_CHANGES of them (1, 2, 4 or 8). Windows takes long to make so many files: there, unless
 KYM_TEST_CHANGES is set, only every eighth byte has its turn. Fails when a load crashes or takes five seconds, and when a
-process takes 64 MiB.
+process needs 64 MiB more than before the first load.
 """
 import os
 import pathlib
