@@ -80,7 +80,7 @@ class Place {
     }
 
     /// Asks the process, the site and the file system for the same things as the library does.
-    std::map<std::string, std::string> byTranscription() {
+    void askTheSystem() {
         const Kym::SystemInfo& system = Kym::SystemInformation();
         mInput.process.assign(processStrings.begin(), processStrings.end());
         mInput.siteDerived = {{"UGII_BASE_DIR", "C:\\nx"}, {"UGII_ROOT_DIR", "C:\\nx\\ugii\\"}};
@@ -102,6 +102,10 @@ class Place {
                 throw std::runtime_error("the place has a symbol library");
             }
         }
+    }
+
+    std::map<std::string, std::string> byTranscription() {
+        askTheSystem();
         return Transcription::buildEnvironment(mInput);
     }
 
@@ -161,6 +165,11 @@ int main(int argc, char** argv, char** envp) {
                                          })
                 ->Unit(benchmark::kMicrosecond);
         }
+        benchmark::RegisterBenchmark("build/questions", [&](benchmark::State& state) {
+            for ([[maybe_unused]] auto _ : state) {
+                place.askTheSystem();
+            }
+        })->Unit(benchmark::kMicrosecond);
         // A program can be started on Windows only; scripts/bench names one there.
         const char* program = std::getenv("KYM_BENCH_PROGRAM");
         if (program && *program) {
