@@ -10,7 +10,7 @@
 #include <CLI/CLI.hpp>
 #include <boost/algorithm/string/join.hpp>
 
-#include "programs/Terminal.h"
+#include "base/platform/Terminal.h"
 
 namespace {
 
@@ -40,7 +40,7 @@ std::string adviceFor(const CLI::App& program, const std::vector<std::string>& w
 }  // namespace
 
 int runProgram(CLI::App& program, int argc, char** argv, int (*statusOfSuccess)()) {
-    const Utf8Output output;
+    const Base::Platform::Utf8Output output;
     const std::string start = program.get_name() + ": ";
     try {
         program.parse(argc, argv);

@@ -3,10 +3,10 @@
 #include <chrono>
 #include <iostream>
 
-#include "programs/Terminal.h"
+#include "base/platform/Terminal.h"
 
 Progress::Progress(const std::string& text) {
-    if (errorOutputIsTerminal()) {
+    if (Base::Platform::errorOutputIsTerminal()) {
         mThread = std::thread([this, text] { show(text); });
     }
 }

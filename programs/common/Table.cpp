@@ -5,7 +5,7 @@
 #include <numeric>
 #include <ostream>
 
-#include "programs/Terminal.h"
+#include "base/platform/Terminal.h"
 
 namespace {
 
@@ -96,7 +96,7 @@ void writeBlocks(std::ostream& out, const std::vector<Row>& rows) {
 TableStyle TableStyle::ofOutput() {
     const char* noColour = std::getenv("NO_COLOR");
     const bool mayColour = !noColour || *noColour == '\0';
-    return {outputWidth(), mayColour && outputTakesColours()};
+    return {Base::Platform::outputWidth(), mayColour && Base::Platform::outputTakesColours()};
 }
 
 void writeTable(std::ostream& out, const std::vector<Row>& cells, const TableStyle& style) {

@@ -11,9 +11,9 @@
 #include <CLI/CLI.hpp>
 #include <boost/algorithm/string/join.hpp>
 
+#include "base/platform/Terminal.h"
 #include "kym/SystemInfo.h"
 
-#include "programs/Terminal.h"
 #include "programs/common/Departments.h"
 #include "programs/common/Progress.h"
 
@@ -133,7 +133,7 @@ void renameDepartment(const Request& request) {
 }
 
 void confirmDeletion(const Kym::Configuration& department) {
-    if (!inputIsTerminal()) {
+    if (!Base::Platform::inputIsTerminal()) {
         throw std::runtime_error("Deleting the department " + quoted(department.name()) +
                                  " must be confirmed: give --yes, or run the command on a terminal.");
     }

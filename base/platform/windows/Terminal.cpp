@@ -1,6 +1,8 @@
-#include "programs/Terminal.h"
+#include "base/platform/Terminal.h"
 
 #include <windows.h>
+
+namespace Base::Platform {
 
 namespace {
 
@@ -53,3 +55,5 @@ bool outputTakesColours() {
     DWORD mode = 0;
     return ::GetConsoleMode(output, &mode) != 0 && ::SetConsoleMode(output, mode | virtualTerminal) != 0;
 }
+
+}  // namespace Base::Platform

@@ -2,6 +2,9 @@
 
 #include <cstddef>
 
+// For programs: it is compiled into them, the library neither uses nor offers it.
+namespace Base::Platform {
+
 /// Whether a person sits at the other end. A file, a pipe and the null device are no terminals.
 bool inputIsTerminal();
 bool outputIsTerminal();
@@ -25,3 +28,5 @@ class Utf8Output {
 /// Lets the standard output obey the control sequences that set colours; false when it is no terminal or
 /// cannot.
 bool outputTakesColours();
+
+}  // namespace Base::Platform

@@ -1,9 +1,11 @@
-#include "programs/Terminal.h"
+#include "base/platform/Terminal.h"
 
 #include <cstdlib>
 #include <string_view>
 #include <sys/ioctl.h>
 #include <unistd.h>
+
+namespace Base::Platform {
 
 bool inputIsTerminal() {
     return ::isatty(STDIN_FILENO) != 0;
@@ -30,3 +32,5 @@ bool outputTakesColours() {
 // A terminal here is taken to show UTF-8.
 Utf8Output::Utf8Output() = default;
 Utf8Output::~Utf8Output() = default;
+
+}  // namespace Base::Platform
