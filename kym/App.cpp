@@ -7,8 +7,6 @@
 
 namespace Kym {
 
-using Base::log::LoggerStream;
-
 App* App::mApplication = nullptr;
 
 App::App(const std::string& name) : mName(name) {
@@ -31,13 +29,9 @@ App::~App() {
 
 void App::initialize(const Base::InitializeDelegate* delegate) {
     Base::BaseKit::initialize(delegate);
-    if (LoggerStream line{infoLogger()}) {
-        line << "initialized trace controller" << std::endl;
-    }
+    logInfo("initialized trace controller");
     mPreferences = new SystemPreferences(mName);
-    if (LoggerStream line{infoLogger()}) {
-        line << "initialized preference system" << std::endl;
-    }
+    logInfo("initialized preference system");
 }
 
 App* App::instance() {

@@ -70,9 +70,7 @@ void BaseSettings::mergeEnvVariables(std::vector<EnvironmentVariable>& list) con
 }
 
 void BaseSettings::mergeEnvVariables(VariableList& list) const {
-    if (Base::log::LoggerStream line{infoLogger()}) {
-        line << "  merging core KYM envirnment variables" << std::endl;
-    }
+    logInfo("  merging core KYM envirnment variables");
     if (LaunchRecord* record = list.record()) {
         record->from(mDataFile);
     }

@@ -23,40 +23,30 @@ constexpr const char* kFile = "ConfigurationManager";
 constexpr const char* kNewName = "change_me";
 constexpr unsigned kDirectoryPermissions = 0775;
 
-void logError(const std::string& prefix, const std::string& message) {
-    if (Base::log::LoggerStream line{infoLogger()}) {
-        line << prefix << message << std::endl;
-    }
-}
-
 std::string alreadyExists(const boost::filesystem::path& directory) {
     return "Directory " + Base::FileManager::native(directory) + " already exists.";
 }
 
 std::string noLibraries(const Configuration& department, bool isNew) {
     if (isNew) {
-        return "The version files hold no directory \"lib\", in which the 64-bit layout has a part. Put one "
-               "into "
-               "the archive and prepare the department again.";
+        return "The version files hold no directory \"lib\", in which the 64-bit layout has a part. "
+               "Put one into the archive and prepare the department again.";
     }
     return "The version directory " + Base::FileManager::native(department.versionPath()) +
            " holds no directory \"lib\", in which the 64-bit layout has a part: it was not unpacked whole.\n"
-           "Rename it, prepare the department again, and copy the directory \"config\" of the old one into "
-           "the "
-           "new one.";
+           "Rename it, prepare the department again, and copy the directory \"config\" of the old one "
+           "into the new one.";
 }
 
 void makeNewDirectory(const boost::filesystem::path& directory) {
     if (!Base::FileManager::exists(directory)) {
-        if (Base::log::LoggerStream line{infoLogger()}) {
-            line << "Creating directory: " << Base::FileManager::native(directory) << std::endl;
-        }
+        logInfo("Creating directory: ", directory);
         if (Base::FileManager::createDirectory(directory)) {
             return;
         }
     }
     const std::string message = alreadyExists(directory);
-    logError("Error: ", message);
+    logInfo("Error: ", message);
     throw std::runtime_error(message);
 }
 
@@ -65,7 +55,7 @@ void runAfterFailure(const Action& action) {
     try {
         action();
     } catch (const std::exception& error) {
-        logError("Error: ", error.what());  // the failure itself is what the caller is told
+        logInfo("Error: ", error.what());  // the failure itself is what the caller is told
     }
 }
 
@@ -188,9 +178,7 @@ const std::vector<std::string>& ConfigurationManager::availableTypes() const {
 }
 
 void ConfigurationManager::createConfiguration() {
-    if (Base::log::LoggerStream line{infoLogger()}) {
-        line << "Creating new configuration" << std::endl;
-    }
+    logInfo("Creating new configuration");
     const boost::filesystem::path directory = SystemInformation().localDepartmentsPath() / kNewName;
     makeNewDirectory(directory);
     try {
@@ -291,14 +279,14 @@ boost::any ConfigurationManager::valueForListColumnRow(const std::string&, int r
 bool ConfigurationManager::setValueForListColumnRow(const std::string&, int row, const boost::any& value) {
     const auto name = boost::any_cast<std::string>(value);
     if (std::any_of(name.begin(), name.end(), isSpace)) {
-        logError("ERROR: ", "configuration names must not contain spaces.");
+        logInfo("ERROR: ", "configuration names must not contain spaces.");
         return false;
     }
     try {
         renameConfiguration(row, name);
         return true;
     } catch (const std::exception& error) {
-        logError("ERROR: ", error.what());
+        logInfo("ERROR: ", error.what());
         return false;
     }
 }

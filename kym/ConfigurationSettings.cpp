@@ -39,9 +39,7 @@ auto findOverlay(Overlays& overlays, const std::string& configurationName, const
 
 ConfigurationSettings::ConfigurationSettings()
     : mWorkDirectorySource(nullptr), mDisablePluginSource(nullptr), mApplicationSource(nullptr) {
-    if (Base::log::LoggerStream line{verboseLogger()}) {
-        line << "  instancing configuration settings" << std::endl;
-    }
+    logVerbose("  instancing configuration settings");
 }
 
 void ConfigurationSettings::load() {
@@ -148,10 +146,7 @@ void ConfigurationSettings::setOverlay(const ApplicationOverlay& overlay) {
     mNeedsSaving = true;
     const auto found = findOverlay(mOverlays, overlay.configurationName, overlay.applicationId);
     const bool isNew = found == mOverlays.end();
-    if (Base::log::LoggerStream line{infoLogger()}) {
-        line << (isNew ? "adding overlay for app " : "editing overlay for app ") << overlay.applicationId
-             << std::endl;
-    }
+    logInfo(isNew ? "adding overlay for app " : "editing overlay for app ", overlay.applicationId);
     if (isNew) {
         mOverlays.push_back(overlay);
     } else {

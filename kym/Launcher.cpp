@@ -37,12 +37,6 @@ namespace Kym {
 
 namespace {
 
-void logInfo(const char* text) {
-    if (LoggerStream line{infoLogger()}) {
-        line << text << std::endl;
-    }
-}
-
 [[noreturn]] void fail(const std::string& message) {
     throw std::runtime_error(Base::Text::readableLines(message));
 }
@@ -224,9 +218,7 @@ void Launcher::launch(const LaunchPlan& plan) const {
     }
     task.setEnvironment(plan.environment);
     task.launch();
-    if (LoggerStream line{infoLogger()}) {
-        line << "Application " << native(task.launchPath()) << " has started." << std::endl;
-    }
+    logInfo("Application ", task.launchPath(), " has started.");
 }
 
 std::vector<StaleFile> Launcher::staleFiles(const Configuration& config) const {
@@ -322,18 +314,13 @@ void Launcher::setSymbolDirVariable(const Configuration& config, VariableList& v
 void Launcher::setCustomerDefaultVariables(const Configuration& config, VariableList& vars) const {
     if (!config.commonDepartment.empty()) {
         vars.append({"UGII_SITE_DIR", "${KYM_COMMONDEPT_DIR}/${UG_VER}"});
-        if (LoggerStream line{verboseLogger()}) {
-            line << "dpv found in CONFIG: setCustomerDefaultVariables setting UGII_SITE_DIR to COMMON"
-                 << std::endl;
-        }
+        logVerbose("dpv found in CONFIG: setCustomerDefaultVariables setting UGII_SITE_DIR to COMMON");
         logInfo("dpv found in CONFIG: setCustomerDefaultVariables setting UGII_SITE_DIR  to COMMON");
     } else {
         vars.append({"UGII_SITE_DIR", "$KYM_BASE_DIR"});
         const char* text =
             "dpv not found in CONFIG: setCustomerDefaultVariables setting UGII_SITE_DIR to BASE";
-        if (LoggerStream line{verboseLogger()}) {
-            line << text << std::endl;
-        }
+        logVerbose(text);
         logInfo(text);
     }
     vars.append({"UGII_GROUP_DIR", "${KYM_DEPT_DIR}/${UG_VER}"});
@@ -342,9 +329,7 @@ void Launcher::setCustomerDefaultVariables(const Configuration& config, Variable
 fs::path Launcher::getAndCheckExecutable(const ConfigApplication& app, const EnvironmentMap& env) const {
     std::string text = app.program;
     text = collapseSeparators(Base::Environment::expandEnvVariables(text, env));
-    if (LoggerStream line{verboseLogger()}) {
-        line << "expanded executable string = " << text << std::endl;
-    }
+    logVerbose("expanded executable string = ", text);
     const fs::path program(text);
     if (!Base::FileManager::exists(program)) {
         fail("Program " + native(program) + " is not found.\n  Original string = " + app.program +
@@ -378,9 +363,7 @@ void Launcher::checkCadEnvironment(EnvironmentMap& env) const {
 
     const auto library = env.find("UGII_LIB1");
     if (library != env.end()) {
-        if (LoggerStream line{infoLogger()}) {
-            line << "UGII_LIB1 = " << library->second << std::endl;
-        }
+        logInfo("UGII_LIB1 = ", library->second);
         if (!Base::FileManager::exists(library->second)) {
             env.erase(library);
         }
@@ -393,9 +376,7 @@ std::vector<std::string> Launcher::buildArgList(const ConfigApplication& app,
     std::string text = app.arguments;
     std::vector<std::string> arguments =
         splitArguments(collapseSeparators(Base::Environment::expandEnvVariables(text, env)));
-    if (LoggerStream line{infoLogger()}) {
-        line << "Argument list size is " << arguments.size() << std::endl;
-    }
+    logInfo("Argument list size is ", arguments.size());
     return arguments;
 }
 

@@ -37,17 +37,13 @@ void PluginsManager::initialize() {
             addPlugin(entry);
         }
     }
-    if (Base::log::LoggerStream line{infoLogger()}) {
-        line << "Found " << mPlugins.size() << " plugins." << std::endl;
-    }
+    logInfo("Found ", mPlugins.size(), " plugins.");
     mInternalCount = numberOfPlugins();
 }
 
 void PluginsManager::addPlugin(const boost::filesystem::path& directory) {
     mPlugins.emplace_back(directory);
-    if (Base::log::LoggerStream line{infoLogger()}) {
-        line << "Adding plugin: " << Base::FileManager::native(directory) << std::endl;
-    }
+    logInfo("Adding plugin: ", directory);
 }
 
 void PluginsManager::removePlugin(const boost::filesystem::path& directory) {

@@ -21,9 +21,6 @@
 namespace Kym {
 namespace {
 
-using Base::FileManager::native;
-using Base::log::LoggerStream;
-
 const std::string useWindowsRegistryKey = "Use Windows Registry Key";
 const std::string commonVariablesKey = "Common Environment Variables Key";
 const std::string unixVariablesKey = "Unix Environment Variables Key";
@@ -110,9 +107,7 @@ SiteSettings::SiteSettings() {
 
 void SiteSettings::load() {
     const boost::filesystem::path file = dataFile();
-    if (LoggerStream line{infoLogger()}) {
-        line << "Loading site settings file: " << native(file) << std::endl;
-    }
+    logInfo("Loading site settings file: ", file);
     if (Base::FileManager::isMissing(file)) {
         mFileState = Base::FileState::missing();
         return;
@@ -146,9 +141,7 @@ void SiteSettings::save() {
         return;
     }
     const boost::filesystem::path file = dataFile();
-    if (LoggerStream line{infoLogger()}) {
-        line << "Saving site settings file: " << native(file) << std::endl;
-    }
+    logInfo("Saving site settings file: ", file);
     Base::Archiver archiver(file);
     encodeAll(archiver, *this, installations);
     archiver.encode(useWindowsRegistryKey, useWindowsRegistry);
@@ -172,9 +165,7 @@ void SiteSettings::mergeEnvVariables(std::vector<EnvironmentVariable>& list) con
 }
 
 void SiteSettings::mergeEnvVariables(VariableList& list) const {
-    if (LoggerStream line{infoLogger()}) {
-        line << "  merging site envirnment variables" << std::endl;
-    }
+    logInfo("  merging site envirnment variables");
     const SystemInfo& system = SystemInformation();
     const auto nowFrom = [record = list.record()](const boost::filesystem::path& file) {
         if (record) {
@@ -253,9 +244,7 @@ void SiteSettings::initializeExternalPlugins() {
     if (location.empty()) {
         return;
     }
-    if (LoggerStream line{infoLogger()}) {
-        line << "adding external plugins" << std::endl;
-    }
+    logInfo("adding external plugins");
     std::vector<boost::filesystem::path> added;
     try {
         for (const boost::filesystem::path& directory : entriesInNameOrder(location)) {

@@ -16,8 +16,6 @@
 #include "kym/Time.h"
 
 namespace fs = boost::filesystem;
-using Base::FileManager::native;
-using Base::log::LoggerStream;
 using boost::system::error_code;
 
 namespace Kym {
@@ -79,9 +77,7 @@ void visitStaleFiles(const Time& now, std::uint32_t days,
     std::vector<fs::path> visited;
     for (std::string place : {"c:\\temp", "$TEMP"}) {
         const fs::path directory(Base::Environment::expandEnvVariables(place));
-        if (LoggerStream line{infoLogger()}) {
-            line << "  looking in " << native(directory) << std::endl;
-        }
+        logInfo("  looking in ", directory);
         const auto isTheSame = [&](const fs::path& other) {
             error_code ignored;
             return fs::equivalent(Base::Platform::reachablePath(directory),
@@ -103,14 +99,9 @@ void visitStaleFiles(const Time& now, std::uint32_t days,
 }
 
 void removeStaleFiles(std::uint32_t days, const std::function<void(const StaleFile&)>& removed) {
-    if (LoggerStream line{infoLogger()}) {
-        line << "Removing tmp files greater than " << days << " days old:" << std::endl;
-    }
+    logInfo("Removing tmp files greater than ", days, " days old:");
     visitStaleFiles(Time::currentLocalTime(), days, [&removed](const StaleFile& file) {
-        if (LoggerStream line{infoLogger()}) {
-            line << "  Removing " << native(file.path) << " which is " << file.age << " days old."
-                 << std::endl;
-        }
+        logInfo("  Removing ", file.path, " which is ", file.age, " days old.");
         error_code error;
         const bool wasThere = fs::remove(Base::Platform::reachablePath(file.path), error);
         if (error && !saysGone(error)) {

@@ -18,7 +18,6 @@ namespace Kym {
 namespace {
 
 using Base::FileManager::native;
-using Base::log::LoggerStream;
 using boost::filesystem::path;
 
 const std::string installPathVariable = "KYM_BASE_DIR";
@@ -69,40 +68,28 @@ std::optional<path> departmentsOfVariable(const std::string& variable) {
     if (value.empty()) {
         return std::nullopt;
     }
-    if (LoggerStream line{infoLogger()}) {
-        line << "Checking if variable" << value << " can is a valid ugsite" << std::endl;
-    }
+    logInfo("Checking if variable", value, " can is a valid ugsite");
     const std::optional<path> candidate = expanded(value);
     if (!candidate || !Base::FileManager::isDirectory(*candidate)) {
         return std::nullopt;
     }
-    if (LoggerStream line{verboseLogger()}) {
-        line << "Using " << native(*candidate) << " as ugsite" << std::endl;
-    }
+    logVerbose("Using ", *candidate, " as ugsite");
     return candidate;
 }
 
 std::optional<path> departmentsBeside(const path& installation) {
-    if (LoggerStream line{infoLogger()}) {
-        line << "Checking for ugsite as sibling of " << native(installation) << std::endl;
-    }
+    logInfo("Checking for ugsite as sibling of ", installation);
     path candidate = installation.parent_path() / "ugsite";
-    if (LoggerStream line{verboseLogger()}) {
-        line << "  does this exist? " << native(candidate) << std::endl;
-    }
+    logVerbose("  does this exist? ", candidate);
     if (!Base::FileManager::isDirectory(candidate)) {
         return std::nullopt;
     }
-    if (LoggerStream line{verboseLogger()}) {
-        line << "Using " << native(candidate) << " as ugsite" << std::endl;
-    }
+    logVerbose("Using ", candidate, " as ugsite");
     return candidate;
 }
 
 std::optional<path> fallbackDepartments(const path& candidate) {
-    if (LoggerStream line{infoLogger()}) {
-        line << "Using fallback ugsite: " << native(candidate) << std::endl;
-    }
+    logInfo("Using fallback ugsite: ", candidate);
     return Base::FileManager::isDirectory(candidate) ? std::optional(candidate) : std::nullopt;
 }
 
@@ -113,18 +100,14 @@ SystemInfo::SystemInfo() : mDataFile(installPath() / "config" / "sysinfo.dat") {
 }
 
 void SystemInfo::load() {
-    if (LoggerStream line{infoLogger()}) {
-        line << "Loading system information: " << native(mDataFile) << std::endl;
-    }
+    logInfo("Loading system information: ", mDataFile);
     const bool missing = Base::FileManager::isMissing(mDataFile);
     mFileState = missing ? Base::FileState::missing() : Base::FileState();
     if (missing || !Base::FileManager::isReadable(mDataFile)) {
         if (!missing) {
             Base::FileManager::noteDamaged(mDataFile);
         }
-        if (LoggerStream line{infoLogger()}) {
-            line << "  Data file was not found or not readable. Using default settings." << std::endl;
-        }
+        logInfo("  Data file was not found or not readable. Using default settings.");
         return;
     }
     try {
@@ -134,9 +117,7 @@ void SystemInfo::load() {
             unarchiver.decode(constant.key, this->*constant.member);
         }
     } catch (const std::exception&) {
-        if (LoggerStream line{infoLogger()}) {
-            line << "  Could not read data file for some reason. Using default settings." << std::endl;
-        }
+        logInfo("  Could not read data file for some reason. Using default settings.");
     }
 }
 
@@ -144,9 +125,7 @@ void SystemInfo::save() {
     if (!needsSaving()) {
         return;
     }
-    if (LoggerStream line{infoLogger()}) {
-        line << "saving system information: " << native(mDataFile) << std::endl;
-    }
+    logInfo("saving system information: ", mDataFile);
     Base::Archiver archiver(mDataFile);
     for (const Constant& constant : constants) {
         archiver.encode(constant.key, this->*constant.member);

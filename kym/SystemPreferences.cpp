@@ -17,26 +17,8 @@ namespace Kym {
 namespace {
 
 using Base::FileManager::native;
-using Base::log::LoggerStream;
 using boost::filesystem::path;
 using Dictionary = Base::PropertyList::Dictionary;
-
-const char* shown(const char* text) {
-    return text;
-}
-const std::string& shown(const std::string& text) {
-    return text;
-}
-std::string shown(const path& file) {
-    return native(file);
-}
-
-template <typename... Parts>
-void log(const std::string& text, const Parts&... parts) {
-    if (LoggerStream line{infoLogger()}) {
-        ((line << text) << ... << shown(parts)) << std::endl;
-    }
-}
 
 boost::shared_ptr<boost::any> emptyDomain() {
     return boost::make_shared<boost::any>(Dictionary());
@@ -119,12 +101,12 @@ SystemPreferences::SystemPreferences(const std::string& applicationName)
       mUserDirectory(userDirectory()),
       mGlobalDirectory(expanded("${KYM_DEPT_DIR}/${UG_VER}/preferences/")),
       mApplicationName(applicationName) {
-    log("(1) SystemPreferences KYM_DEPT_DIR 1 param ", Base::Environment::getEnvVariable("KYM_DEPT_DIR"));
-    log("(1) Current 1app plist = ", mApplicationFile);
-    log("(1) after Base::Path path() path = ", path(mUserDirectory));
-    log("(1) Current user pref dir = ", mUserDirectory);
-    log("(1) after expandEnvVariables ", mGlobalDirectory);
-    log("(1) Global pref dir = ", mGlobalDirectory);
+    logInfo("(1) SystemPreferences KYM_DEPT_DIR 1 param ", Base::Environment::getEnvVariable("KYM_DEPT_DIR"));
+    logInfo("(1) Current 1app plist = ", mApplicationFile);
+    logInfo("(1) after Base::Path path() path = ", path(mUserDirectory));
+    logInfo("(1) Current user pref dir = ", mUserDirectory);
+    logInfo("(1) after expandEnvVariables ", mGlobalDirectory);
+    logInfo("(1) Global pref dir = ", mGlobalDirectory);
     loadPreferences();
 }
 
@@ -135,10 +117,10 @@ SystemPreferences::SystemPreferences(const std::string& departmentDirectory,
       mUserDirectory(userDirectory()),
       mGlobalDirectory(expanded(departmentDirectory + "/${UG_VER}/preferences/")),
       mApplicationName(applicationName) {
-    log("(2) SystemPreferences DEPT 2 param ", departmentDirectory);
-    log("Current 2app plist = ", mApplicationFile);
-    log("Current user pref dir = ", mUserDirectory);
-    log("Global pref dir = ", mGlobalDirectory);
+    logInfo("(2) SystemPreferences DEPT 2 param ", departmentDirectory);
+    logInfo("Current 2app plist = ", mApplicationFile);
+    logInfo("Current user pref dir = ", mUserDirectory);
+    logInfo("Global pref dir = ", mGlobalDirectory);
     loadPreferences();
 }
 
@@ -147,7 +129,7 @@ void SystemPreferences::loadPreferences() {
     mDomains.clear();
     const auto read = [this](int number, const std::string& directory, Directory kind) {
         for (const std::string* file : {&mApplicationFile, &mGlobalFile}) {
-            log("ReadInPlist: " + std::to_string(number++) + " ", directory);
+            logInfo("ReadInPlist: ", number++, " ", directory);
             ReadInPList(*file, directory, false, kind);
         }
     };
@@ -162,7 +144,7 @@ void SystemPreferences::loadPreferences() {
 void SystemPreferences::ReadInPList(const std::string& fileName, const std::string& directory, bool atFront,
                                     Directory kind) {
     const path file = path(directory) / fileName;
-    log("Reading in preference file ", file);
+    logInfo("Reading in preference file ", file);
     try {
         Base::PropertyList list = kind == Directory::literal
                                       ? Base::PropertyList(file)
@@ -180,7 +162,7 @@ void SystemPreferences::ReadInPList(const std::string& fileName, const std::stri
         mSearchList.insert(atFront ? mSearchList.begin() : mSearchList.end(), {file, list.list()});
     } catch (const Base::BaseException& error) {
         setDomain(file, emptyDomain());
-        log(error.what());
+        logInfo(error.what());
     }
 }
 
@@ -210,7 +192,7 @@ boost::any& SystemPreferences::domain(const path& file) {
 }
 
 void SystemPreferences::addPath(const std::string& directory, bool atFront) {
-    log("in addPath()");
+    logInfo("in addPath()");
     if (Base::FileManager::exists(directory)) {
         ReadInPList(mApplicationFile, directory, atFront);
         ReadInPList(mGlobalFile, directory, atFront);
@@ -252,7 +234,7 @@ std::vector<SystemPreferences::Preference> SystemPreferences::preferences() cons
 void SystemPreferences::SetPreference(const std::string& key, const boost::any& value,
                                       const std::string& fileName, const std::string& directory) {
     const path file = path(directory) / fileName;
-    log("Setting Preference '", key, "' and placing it in ", file);
+    logInfo("Setting Preference '", key, "' and placing it in ", file);
     const std::vector<std::string> names = namesOf(key);
     boost::any* place = &domain(file);
     for (const std::string& name : names) {
@@ -289,13 +271,13 @@ void SystemPreferences::Flush(const std::string& directory) {
     if (directory.empty()) {
         return;
     }
-    log("Flushing ", directory, " preferences");
-    log("Preparing user's preference directory");
+    logInfo("Flushing ", directory, " preferences");
+    logInfo("Preparing user's preference directory");
     try {
         makeDirectory(directory);
-        log("Checking to save global preferences");
+        logInfo("Checking to save global preferences");
         write(path(directory) / mGlobalFile);
-        log("Checking to save application preferences");
+        logInfo("Checking to save application preferences");
         write(path(directory) / mApplicationFile);
     } catch (const std::exception& error) {
         std::cerr << "Unable to save preferences\n" << error.what() << std::endl;
@@ -312,7 +294,7 @@ void SystemPreferences::write(const path& file) {
     if (domain == mDomains.end() || changed == mChanged.end() || !changed->second) {
         return;
     }
-    log("Writing property list ", file);
+    logInfo("Writing property list ", file);
     Base::PropertyList list(file, domain->second);
     list.setFileState(mFileStates[file]);
     list.saveList();

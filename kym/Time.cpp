@@ -179,9 +179,7 @@ void Time::setTime(const std::int64_t& seconds) {
 }
 
 void Time::setTime(const std::string&, const std::string&) {
-    if (Base::log::LoggerStream line{infoLogger()}) {
-        line << "setTime using format string is not implemented yet." << std::endl;
-    }
+    logInfo("setTime using format string is not implemented yet.");
 }
 
 std::int64_t Time::getTime() const {
