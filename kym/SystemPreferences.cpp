@@ -99,8 +99,7 @@ SystemPreferences::SystemPreferences(const std::string& applicationName)
     : mApplicationFile(applicationName + ".plist"),
       mGlobalFile("global.plist"),
       mUserDirectory(userDirectory()),
-      mGlobalDirectory(expanded("${KYM_DEPT_DIR}/${UG_VER}/preferences/")),
-      mApplicationName(applicationName) {
+      mGlobalDirectory(expanded("${KYM_DEPT_DIR}/${UG_VER}/preferences/")) {
     logInfo("(1) SystemPreferences KYM_DEPT_DIR 1 param ", Base::Environment::getEnvVariable("KYM_DEPT_DIR"));
     logInfo("(1) Current 1app plist = ", mApplicationFile);
     logInfo("(1) after Base::Path path() path = ", path(mUserDirectory));
@@ -115,8 +114,7 @@ SystemPreferences::SystemPreferences(const std::string& departmentDirectory,
     : mApplicationFile(applicationName + ".plist"),
       mGlobalFile("global.plist"),
       mUserDirectory(userDirectory()),
-      mGlobalDirectory(expanded(departmentDirectory + "/${UG_VER}/preferences/")),
-      mApplicationName(applicationName) {
+      mGlobalDirectory(expanded(departmentDirectory + "/${UG_VER}/preferences/")) {
     logInfo("(2) SystemPreferences DEPT 2 param ", departmentDirectory);
     logInfo("Current 2app plist = ", mApplicationFile);
     logInfo("Current user pref dir = ", mUserDirectory);
@@ -157,20 +155,18 @@ void SystemPreferences::ReadInPList(const std::string& fileName, const std::stri
             throw InvalidPreferenceFile("Invalid preference file: " + native(file) +
                                         "  Root object was not dictionary");
         }
-        setDomain(file, list.list());
-        mFileStates[file] = list.fileState();
+        setDomain(file, list.list(), list.fileState());
         mSearchList.insert(atFront ? mSearchList.begin() : mSearchList.end(), {file, list.list()});
     } catch (const Base::BaseException& error) {
-        setDomain(file, emptyDomain());
+        setDomain(file, emptyDomain(), {});
         logInfo(error.what());
     }
 }
 
 // A file may be in the search list already, from an earlier reading.
-void SystemPreferences::setDomain(const path& file, const boost::shared_ptr<boost::any>& root) {
-    mDomains[file] = root;
-    mChanged[file] = false;
-    mFileStates[file] = {};
+void SystemPreferences::setDomain(const path& file, const boost::shared_ptr<boost::any>& root,
+                                  const Base::FileState& state) {
+    mDomains[file] = {root, state};
     for (Searched& searched : mSearchList) {
         if (searched.file == file) {
             searched.root = root;
@@ -178,17 +174,17 @@ void SystemPreferences::setDomain(const path& file, const boost::shared_ptr<boos
     }
 }
 
-boost::any& SystemPreferences::domain(const path& file) {
-    boost::shared_ptr<boost::any>& root = mDomains[file];
-    if (!root) {
-        root = emptyDomain();
+SystemPreferences::Domain& SystemPreferences::domain(const path& file) {
+    Domain& domain = mDomains[file];
+    if (!domain.root) {
+        domain.root = emptyDomain();
         if (Base::FileManager::exists(file)) {
             Base::FileManager::noteDamaged(file);  // what it holds is not known and must not be lost
         } else {
-            mFileStates[file] = Base::FileState::missing();
+            domain.state = Base::FileState::missing();
         }
     }
-    return *root;
+    return domain;
 }
 
 void SystemPreferences::addPath(const std::string& directory, bool atFront) {
@@ -213,7 +209,7 @@ boost::shared_ptr<boost::any> SystemPreferences::GetPreference(const std::string
                                                                const std::string& fileName,
                                                                const std::string& directory) const {
     const auto found = mDomains.find(path(directory) / fileName);
-    const boost::any* value = found == mDomains.end() ? nullptr : find(*found->second, namesOf(key));
+    const boost::any* value = found == mDomains.end() ? nullptr : find(*found->second.root, namesOf(key));
     return value ? boost::make_shared<boost::any>(*value) : nullptr;
 }
 
@@ -236,7 +232,8 @@ void SystemPreferences::SetPreference(const std::string& key, const boost::any& 
     const path file = path(directory) / fileName;
     logInfo("Setting Preference '", key, "' and placing it in ", file);
     const std::vector<std::string> names = namesOf(key);
-    boost::any* place = &domain(file);
+    Domain& target = domain(file);
+    boost::any* place = target.root.get();
     for (const std::string& name : names) {
         auto* dictionary = boost::any_cast<Dictionary>(place);
         if (!dictionary) {
@@ -249,7 +246,7 @@ void SystemPreferences::SetPreference(const std::string& key, const boost::any& 
         }
     }
     *place = value;
-    mChanged[file] = true;
+    target.changed = true;
 }
 
 void SystemPreferences::SetPreference(const std::string& key, const boost::any& value) {
@@ -259,7 +256,7 @@ void SystemPreferences::SetPreference(const std::string& key, const boost::any& 
 void SystemPreferences::RemovePreference(const std::string& key, const std::string& fileName,
                                          const std::string& directory) {
     if (!key.empty()) {
-        boost::any_cast<Dictionary&>(domain(path(directory) / fileName)).erase(key);
+        boost::any_cast<Dictionary&>(*domain(path(directory) / fileName).root).erase(key);
     }
 }
 
@@ -289,21 +286,22 @@ void SystemPreferences::Flush() {
 }
 
 void SystemPreferences::write(const path& file) {
-    const auto domain = mDomains.find(file);
-    const auto changed = mChanged.find(file);
-    if (domain == mDomains.end() || changed == mChanged.end() || !changed->second) {
+    const auto found = mDomains.find(file);
+    if (found == mDomains.end() || !found->second.changed) {
         return;
     }
+    Domain& domain = found->second;
     logInfo("Writing property list ", file);
-    Base::PropertyList list(file, domain->second);
-    list.setFileState(mFileStates[file]);
+    Base::PropertyList list(file, domain.root);
+    list.setFileState(domain.state);
     list.saveList();
-    mFileStates[file] = list.fileState();
-    changed->second = false;
+    domain.state = list.fileState();
+    domain.changed = false;
 }
 
 bool SystemPreferences::needsSaving() const {
-    return std::any_of(mChanged.begin(), mChanged.end(), [](const auto& entry) { return entry.second; });
+    return std::any_of(mDomains.begin(), mDomains.end(),
+                       [](const auto& entry) { return entry.second.changed; });
 }
 
 }  // namespace Kym

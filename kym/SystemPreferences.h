@@ -111,29 +111,31 @@ class KYM_EXPORT SystemPreferences {
     std::vector<Preference> preferences() const;
 
   private:
+    struct Domain {
+        boost::shared_ptr<boost::any> root;
+        Base::FileState state;  // of its file
+        bool changed = false;
+    };
     struct Searched {
         boost::filesystem::path file;
-        boost::shared_ptr<boost::any>
-            root;  // the one of the domain table, so that a read need not look there
+        boost::shared_ptr<boost::any> root;  // the domain's, so that a read need not look for that
     };
     enum class Directory { literal, unexpanded };
 
     void loadPreferences();
     void ReadInPList(const std::string& fileName, const std::string& directory, bool atFront,
                      Directory kind = Directory::literal);
-    void setDomain(const boost::filesystem::path& file, const boost::shared_ptr<boost::any>& root);
-    boost::any& domain(const boost::filesystem::path& file);
+    void setDomain(const boost::filesystem::path& file, const boost::shared_ptr<boost::any>& root,
+                   const Base::FileState& state);
+    Domain& domain(const boost::filesystem::path& file);
     void write(const boost::filesystem::path& file);
 
-    std::map<boost::filesystem::path, boost::shared_ptr<boost::any>> mDomains;
-    std::map<boost::filesystem::path, bool> mChanged;
-    std::map<boost::filesystem::path, Base::FileState> mFileStates;
+    std::map<boost::filesystem::path, Domain> mDomains;  // by their files
     std::vector<Searched> mSearchList;
     std::string mApplicationFile;
     std::string mGlobalFile;
     std::string mUserDirectory;
     std::string mGlobalDirectory;
-    std::string mApplicationName;
 };
 
 }  // namespace Kym
