@@ -61,8 +61,7 @@ void BaseSettings::save() {
 
 bool BaseSettings::needsSaving() const {
     return variablesEdited() || mApplicationSource.isEdited() ||
-           std::any_of(mApplications.begin(), mApplications.end(),
-                       [](const ConfigApplication& application) { return application.needsSaving(); });
+           std::ranges::any_of(mApplications, &ConfigApplication::needsSaving);
 }
 
 void BaseSettings::mergeEnvVariables(std::vector<EnvironmentVariable>& list) const {

@@ -1,10 +1,7 @@
 #include "kym/ConfigApplication.h"
 
 #include <array>
-#include <locale>
 #include <tuple>
-
-#include <boost/algorithm/string/case_conv.hpp>
 
 #include "base/Coder.h"
 #include "base/SmartAssert.h"
@@ -143,7 +140,7 @@ boost::any ApplicationListSource::valueForListColumnRow(const std::string& colum
     }
     for (const FlagColumn& flag : flagColumns) {
         if (column == flag.name) {
-            return std::string(application.*flag.field ? "True" : "False");
+            return truthText(application.*flag.field);
         }
     }
     return std::string();
@@ -163,7 +160,7 @@ bool ApplicationListSource::setValueForListColumnRow(const std::string& column, 
     }
     for (const FlagColumn& flag : flagColumns) {
         if (column == flag.name) {
-            application.*flag.field = boost::algorithm::to_lower_copy(cell, std::locale::classic()) == "true";
+            application.*flag.field = isTrue(cell);
         }
     }
     mEdited = true;

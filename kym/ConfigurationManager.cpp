@@ -252,8 +252,7 @@ void ConfigurationManager::deleteConfiguration(int index) {
 }
 
 bool ConfigurationManager::anyNeedsSaving() const {
-    return std::any_of(mConfigurations.begin(), mConfigurations.end(),
-                       [](const Configuration& configuration) { return configuration.needsSaving(); });
+    return std::ranges::any_of(mConfigurations, &Configuration::needsSaving);
 }
 
 void ConfigurationManager::saveDirty() {

@@ -89,8 +89,7 @@ void ConfigurationSettings::save() {
 bool ConfigurationSettings::needsSaving() const {
     return mNeedsSaving || variablesEdited() || mWorkDirectorySource.isEdited() ||
            mDisablePluginSource.isEdited() || mApplicationSource.isEdited() ||
-           std::any_of(mApplications.begin(), mApplications.end(),
-                       [](const ConfigApplication& application) { return application.needsSaving(); });
+           std::ranges::any_of(mApplications, &ConfigApplication::needsSaving);
 }
 
 const std::vector<ConfigApplication>& ConfigurationSettings::applicationList(

@@ -1,11 +1,9 @@
 #include "kym/DisablePluginSource.h"
 
 #include <algorithm>
-#include <locale>
-
-#include <boost/algorithm/string/case_conv.hpp>
 
 #include "kym/LeafName.h"
+#include "kym/ListRows.h"
 #include "kym/PluginsManager.h"
 
 namespace Kym {
@@ -30,16 +28,14 @@ boost::any DisablePluginSource::valueForListColumnRow(const std::string& column,
     if (column == "Name") {
         return plugin;
     }
-    const bool disabled = std::find(mList->begin(), mList->end(), plugin) != mList->end();
-    return std::string(disabled ? "True" : "False");
+    return truthText(std::find(mList->begin(), mList->end(), plugin) != mList->end());
 }
 
 bool DisablePluginSource::setValueForListColumnRow(const std::string&, int row, const boost::any& value) {
     if (!mList) {
         return false;
     }
-    const auto cell = boost::any_cast<std::string>(value);
-    const bool disable = boost::algorithm::to_lower_copy(cell, std::locale::classic()) == "true";
+    const bool disable = isTrue(boost::any_cast<const std::string&>(value));
     const std::string plugin = leaf(row);
     const auto found = std::find(mList->begin(), mList->end(), plugin);
     if (disable && found == mList->end()) {

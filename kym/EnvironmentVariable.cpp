@@ -1,9 +1,10 @@
 #include "kym/EnvironmentVariable.h"
 
 #include <algorithm>
-#include <locale>
+#include <string_view>
 
 #include "base/Coder.h"
+#include "kym/CharacterClass.h"
 #include "kym/ListRows.h"
 
 namespace Kym {
@@ -20,16 +21,11 @@ const std::string nameColumn = "Name";
 Base::Coder<EnvironmentVariable> coder("EnvironmentVariable");
 Base::CollectionCoder<std::vector<EnvironmentVariable>> listCoder("EnvVariableList");
 
-bool isValidName(const std::string& name) {
-    if (name.empty()) {
-        return true;
+bool isValidName(std::string_view name) {
+    if (name.starts_with('#')) {
+        return areWordCharacters(name.substr(1));
     }
-    const std::locale& locale = std::locale::classic();
-    if (name.front() == '_' || std::isdigit(name.front(), locale)) {
-        return false;
-    }
-    const auto rest = name.begin() + (name.front() == '#' ? 1 : 0);
-    return std::all_of(rest, name.end(), [&](char c) { return std::isalnum(c, locale) || c == '_'; });
+    return name.empty() || (isLetter(name.front()) && areWordCharacters(name));
 }
 
 bool isValidValue(const std::string& value) {

@@ -2,8 +2,12 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <locale>
 #include <stdexcept>
+#include <string>
 #include <vector>
+
+#include <boost/algorithm/string/predicate.hpp>
 
 namespace Kym {
 
@@ -18,6 +22,14 @@ int numberOfRows(const std::vector<Record>* list) {
 template <typename Record>
 Record& rowOf(std::vector<Record>& list, int row) {
     return list.at(static_cast<std::size_t>(row));
+}
+
+/// A truth value as the text of a cell, and what a cell's text is taken for: any spelling of "true" for true.
+inline std::string truthText(bool truth) {
+    return truth ? "True" : "False";
+}
+inline bool isTrue(const std::string& cell) {
+    return boost::algorithm::iequals(cell, "true", std::locale::classic());
 }
 
 /// Inserts a default record before `row`; at the end when `row` is negative or the size of the list.

@@ -74,10 +74,8 @@ void PluginSettings::save() {
 }
 
 bool PluginSettings::needsSaving() const {
-    const bool result =
-        mNeedsSaving || variablesEdited() || mApplicationSource.isEdited() ||
-        std::any_of(mApplications.begin(), mApplications.end(),
-                    [](const ConfigApplication& application) { return application.needsSaving(); });
+    const bool result = mNeedsSaving || variablesEdited() || mApplicationSource.isEdited() ||
+                        std::ranges::any_of(mApplications, &ConfigApplication::needsSaving);
     if (Base::log::LoggerStream line{verboseLogger()}) {
         line << "Plugin: " << name() << " needsSaving = " << result << std::endl;
     }

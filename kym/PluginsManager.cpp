@@ -78,8 +78,7 @@ void PluginsManager::saveSettings() {
 }
 
 bool PluginsManager::anyNeedsSaving() const {
-    return std::any_of(mPlugins.begin(), mPlugins.end(),
-                       [](const PluginSettings& plugin) { return plugin.needsSaving(); });
+    return std::ranges::any_of(mPlugins, &PluginSettings::needsSaving);
 }
 
 int PluginsManager::numberOfRowsInList() const {
