@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <locale>
 #include <map>
+#include <mutex>
 #include <set>
 #include <vector>
 
@@ -28,8 +29,14 @@ constexpr std::string_view temporarySuffix = ".kymtmp";
     throw fs::filesystem_error(what, file, error);
 }
 
-std::set<path>& damagedFiles() {
-    static std::set<path> files;
+// Files are read by several threads, and saved by one.
+struct DamagedFiles {
+    std::mutex mutex;
+    std::set<path> files;
+};
+
+DamagedFiles& damagedFiles() {
+    static DamagedFiles files;
     return files;
 }
 
@@ -305,14 +312,14 @@ void replaceFile(const path& file, std::string_view content, FileState& state) {
         if (!Platform::isWritable(target)) {
             fail("Cannot replace a write-protected file", file, make_error_code(errc::permission_denied));
         }
-        if (damagedFiles().count(key) != 0) {
+        if (damagedFiles().files.count(key) != 0) {
             copyDamaged(file, target);
         }
     }
     const Expected expected{file, state};
     writeOver(target, content, &expected, error);
     if (!error || absent) {
-        damagedFiles().erase(key);
+        damagedFiles().files.erase(key);
     }
     if (error) {
         fail("Cannot replace the file", file, error);
@@ -369,7 +376,9 @@ void removeAll(const path& file, const path& first) {
 }
 
 void noteDamaged(const path& file) {
-    damagedFiles().insert(keyOf(file));
+    path key = keyOf(file);
+    const std::lock_guard lock(damagedFiles().mutex);
+    damagedFiles().files.insert(std::move(key));
 }
 
 std::string nativeText(std::string_view text) {

@@ -29,10 +29,14 @@ std::uint64_t checksum(std::string_view bytes) {
     for (const std::uint64_t sum : sums) {
         result = mixed(result, sum);
     }
-    for (const char byte : bytes) {
-        result = mixed(result, static_cast<unsigned char>(byte));
+    std::uint64_t word = 0;
+    for (; bytes.size() >= sizeof word; bytes.remove_prefix(sizeof word)) {
+        std::memcpy(&word, bytes.data(), sizeof word);
+        result = mixed(result, word);
     }
-    return result;
+    word = 0;  // the rest; the size tells how many bytes of it count
+    std::memcpy(&word, bytes.data(), bytes.size());
+    return mixed(result, word);
 }
 
 }  // namespace

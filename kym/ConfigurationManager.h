@@ -95,7 +95,9 @@ class KYM_EXPORT ConfigurationManager : public Base::DataSourceInterface {
 
   private:
     void initialize();
-    void addValidConfiguration(const boost::filesystem::path& entry);
+    struct Found;
+    static Found readEntry(const boost::filesystem::path& entry);
+    void addValidConfiguration(const boost::filesystem::path& entry, Found found);
 
     std::vector<Configuration> mConfigurations;
 };
