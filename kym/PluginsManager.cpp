@@ -51,6 +51,10 @@ void PluginsManager::removePlugin(const boost::filesystem::path& directory) {
                   [&directory](const PluginSettings& plugin) { return plugin.path() == directory; });
 }
 
+void PluginsManager::keepFirst(int count) {
+    mPlugins.erase(mPlugins.begin() + count, mPlugins.end());
+}
+
 PluginSettings* PluginsManager::plugin(int index, bool external) {
     if (!(index >= 0 && index < numberOfPlugins())) {
         Base::smart_assert("index >= 0 && index < mPlugins.size()", 300, "PluginsManager", __LINE__, __func__)

@@ -68,9 +68,11 @@ class KYM_EXPORT PluginsManager : public Base::DataSourceInterface {
 
   private:
     friend class Launcher;
+    friend class SiteSettings;
     void mergeEnvVariables(const Configuration& configuration, VariableList& variables) const;
 
     void initialize();
+    void keepFirst(int count);
     std::size_t position(int index, bool external) const;
     bool applies(const Configuration& configuration, const PluginSettings& plugin) const;
 

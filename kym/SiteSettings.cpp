@@ -79,14 +79,12 @@ std::string registeredInstallPath() {
     return Base::Platform::localMachineText(system.CadWindowsRegistryPath, system.CadInstallPathVariable);
 }
 
-// Empty when the text names no directory, or none that can be reached.
-boost::filesystem::path directoryOf(const std::string& text) {
+// Empty when the text names nothing that there is.
+boost::filesystem::path existingPath(const std::string& text) {
     try {
-        const boost::filesystem::path directory(text);
-        boost::system::error_code unknown;
+        const boost::filesystem::path place(text);
         const bool endsEarly = text.find('\0') != std::string::npos;
-        return !endsEarly && boost::filesystem::is_directory(directory, unknown) ? directory
-                                                                                 : boost::filesystem::path();
+        return !endsEarly && Base::FileManager::exists(place) ? place : boost::filesystem::path();
     } catch (const boost::system::system_error&) {
         return {};  // no UTF-8
     }
@@ -240,21 +238,18 @@ void SiteSettings::updateVarNames() {
 }
 
 void SiteSettings::initializeExternalPlugins() {
-    const boost::filesystem::path location = directoryOf(winExternalPluginsLocation);
+    const boost::filesystem::path location = existingPath(winExternalPluginsLocation);
     if (location.empty()) {
         return;
     }
     logInfo("adding external plugins");
-    std::vector<boost::filesystem::path> added;
+    const int present = PluginsManagement().numberOfPlugins();
     try {
         for (const boost::filesystem::path& directory : entriesInNameOrder(location)) {
             addExternalPlugin(directory);
-            added.push_back(directory);
         }
     } catch (...) {
-        for (const boost::filesystem::path& directory : added) {
-            PluginsManagement().removePlugin(directory);
-        }
+        PluginsManagement().keepFirst(present);
         throw;
     }
 }
