@@ -14,6 +14,7 @@
 
 #include "base/FileManager.h"
 #include "base/platform/FileSystem.h"
+#include "base/platform/Utf8Locale.h"
 
 namespace Kym {
 
@@ -69,6 +70,7 @@ bool succeeded(const ReadHandle& handle, int result) {
 
 // Into the working directory unless `directory` names another one.
 void extract(const boost::filesystem::path& file, const boost::filesystem::path& directory) {
+    const Base::Platform::Utf8Locale utf8;  // an archive may tell its names in UTF-8
     ReadHandle handle(archive_read_new());
     if (!handle) {
         throw std::bad_alloc();
