@@ -264,7 +264,7 @@ std::vector<std::string> Launcher::assemble(const Configuration& config, const C
 
 void Launcher::addCurrentEnvVarsToMap(VariableList& vars) const {
     logInfo("Adding the current environment variables");
-    for (const std::string& text : Base::Environment::environmentStrings()) {
+    for (std::string& text : Base::Environment::environmentStrings()) {
         if (LoggerStream line{verboseLogger()}) {
             line << "Processing variable: " << text << std::endl;
         }
@@ -276,7 +276,7 @@ void Launcher::addCurrentEnvVarsToMap(VariableList& vars) const {
         variable.name.resize(equals);
         std::transform(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(equals),
                        variable.name.begin(), toUpper);
-        variable.value = text.substr(equals + 1);
+        variable.value = std::move(text.erase(0, equals + 1));
         if (LoggerStream line{verboseLogger()}) {
             line << "Setting " << variable.name << "=" << variable.value << std::endl;
         }

@@ -134,7 +134,7 @@ void checkGrowth(const EnvironmentVariable& variable, std::string_view current) 
 }  // namespace
 
 VariableList::VariableList() {
-    constexpr std::size_t usual = 1000;
+    constexpr std::size_t usual = 500;
     mEntries.reserve(usual);
     mPlaces.reserve(usual);
 }
