@@ -77,7 +77,7 @@ bool areValid(const Fields& fields) {
 }
 
 // A year that counts from March ends with the leap day; what is summed up is the Julian day number. In 64
-// bits it is exact for every year there is.
+// bits it is exact for every valid year.
 std::int64_t dayNumber(const Time& time) {
     const bool beforeMarch = time.month < 3;
     const std::int64_t month = beforeMarch ? time.month + 9 : time.month - 3;

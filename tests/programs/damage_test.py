@@ -10,6 +10,7 @@ process needs 64 MiB more than before the first load.
 """
 import os
 import pathlib
+import plistlib
 import subprocess
 import sys
 import tempfile
@@ -21,7 +22,7 @@ CHANGES = os.environ.get("KYM_TEST_CHANGES")
 STEP = 8 // int(CHANGES or 1)
 STRIDE = 8 if SUFFIX == ".exe" and not CHANGES else 1
 KINDS = {"baseSettings.dat": "base", "sysinfo.dat": "system", "settings.dat": "plugin", "configSettings.dat": "department",
-         ".dirinfo.plist": "properties"}
+         ".dirinfo.plist": "properties", "global.plist": "preferences"}
 
 
 def as_seen_by_programs(path):
@@ -48,8 +49,11 @@ def main():
                    as_seen_by_programs(FOLDER / f"kym-sample-report{SUFFIX}"))
         if made.returncode != 0:
             raise RuntimeError(made.stderr)
+        (sample / "kym" / "preferences").mkdir()
+        with open(sample / "kym" / "preferences" / "global.plist", "wb") as preferences:
+            plistlib.dump({"units": "mm", "sheet": {"sizes": ["A3", "A4"], "scale": 2, "frame": True}}, preferences)
         files = sorted(file for file in sample.rglob("*") if kind_of(file))
-        failures = {"base", "site", "system", "plugin", "department", "properties"} - set(map(kind_of, files))
+        failures = {"site", *KINDS.values()} - set(map(kind_of, files))
         for file in files:
             done = run(site, "departments", "kym-test-saver", "damage", kind_of(file), as_seen_by_programs(site),
                        as_seen_by_programs(file), str(STRIDE), str(STEP))

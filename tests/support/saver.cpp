@@ -1,12 +1,19 @@
 // The program that tests kill, and let save beside others.
 //
-//   kym-test-saver save KIND SITE PROGRESS      saves one generation after the other; after each, the file
-//                                               PROGRESS grows by one byte
-//   kym-test-saver over KIND SITE COUNT FIRST   saves generations from FIRST on, whatever others write
-//   meanwhile kym-test-saver add KIND SITE COUNT          adds rows to what others have added kym-test-saver
-//   prepare SITE                 makes the version directory of the department "cam" kym-test-saver damage
-//   KIND SITE FILE STEP   loads FILE cut at every byte and with every byte changed in
-//                                               each STEPth way of eight
+//   kym-test-saver save KIND SITE PROGRESS
+//       saves one generation after the other; after each, the file PROGRESS grows by one byte
+//
+//   kym-test-saver over KIND SITE COUNT FIRST
+//       saves generations from FIRST on, whatever others write meanwhile
+//
+//   kym-test-saver add KIND SITE COUNT
+//       adds rows to what others have added
+//
+//   kym-test-saver prepare SITE
+//       makes the version directory of the department "cam"
+//
+//   kym-test-saver damage KIND SITE FILE STRIDE STEP
+//       loads FILE cut at every STRIDEth byte, and with it changed in each STEPth way of eight
 //
 // SITE is the directory of a site to which KYM_BASE_DIR and KYM_UGSITE_DIR lead.
 
