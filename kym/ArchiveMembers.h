@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "base/Archiver.h"
 #include "base/Unarchiver.h"
@@ -23,18 +25,45 @@ void decodeMember(Base::Unarchiver& unarchiver, const std::string& key, Object& 
     }
 }
 
-/// What `encodeMember` wrote, owned by the unarchiver; null when the file lacks the key.
+/// Replaces `target`, once it is read, by what `encodeMember` wrote; a key that the file lacks leaves it
+/// alone.
 template <typename Object>
-Object* readMember(Base::Unarchiver& unarchiver, const std::string& key) {
-    return unarchiver.decodeObject(key, static_cast<Object*>(nullptr));
-}
-
-/// Replaces `target` by what `readMember` gave; null leaves it alone.
-template <typename Object>
-void takeMember(Object* read, Object& target) {
-    if (read) {
+void replaceMember(Base::Unarchiver& unarchiver, const std::string& key, Object& target) {
+    if (Object* read = unarchiver.decodeObject(key, static_cast<Object*>(nullptr))) {
         target = std::move(*read);
     }
 }
+
+/// Reads members that are replaced together, by `take`, so that none is when one of them cannot be read.
+/// Unarchiver and targets must outlive it.
+class MemberReader {
+  public:
+    explicit MemberReader(Base::Unarchiver& unarchiver) : mUnarchiver(unarchiver) {}
+
+    /// Reads what `encodeMember` wrote; nothing is replaced when the file lacks the key.
+    template <typename Object>
+    void readObject(const std::string& key, Object& target) {
+        if (Object* read = mUnarchiver.decodeObject(key, static_cast<Object*>(nullptr))) {
+            mTakes.emplace_back([read, &target] { target = std::move(*read); });
+        }
+    }
+
+    template <typename Value>
+    void readValue(const std::string& key, Value& target) {
+        Value read = target;
+        mUnarchiver.decode(key, read);
+        mTakes.emplace_back([read, &target] { target = read; });
+    }
+
+    void take() const {
+        for (const auto& take : mTakes) {
+            take();
+        }
+    }
+
+  private:
+    Base::Unarchiver& mUnarchiver;
+    std::vector<std::function<void()>> mTakes;
+};
 
 }  // namespace Kym

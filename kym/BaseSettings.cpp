@@ -1,7 +1,6 @@
 #include "kym/BaseSettings.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "base/FileManager.h"
 #include "kym/ApplicationMarks.h"
@@ -32,14 +31,12 @@ void BaseSettings::load() {
         return;
     }
     Base::Unarchiver unarchiver(mDataFile);
-    auto* common = readMember<std::vector<EnvironmentVariable>>(unarchiver, commonVariablesKey);
-    auto* unixOnes = readMember<std::vector<EnvironmentVariable>>(unarchiver, unixVariablesKey);
-    auto* windows = readMember<std::vector<EnvironmentVariable>>(unarchiver, winVariablesKey);
-    auto* applicationsRead = readMember<std::vector<ConfigApplication>>(unarchiver, applicationListKey);
-    takeMember(common, mCommonVariables);
-    takeMember(unixOnes, mUnixVariables);
-    takeMember(windows, mWinVariables);
-    takeMember(applicationsRead, mApplications);
+    MemberReader members(unarchiver);
+    members.readObject(commonVariablesKey, mCommonVariables);
+    members.readObject(unixVariablesKey, mUnixVariables);
+    members.readObject(winVariablesKey, mWinVariables);
+    members.readObject(applicationListKey, mApplications);
+    members.take();
     mFileState = unarchiver.fileState();
 }
 

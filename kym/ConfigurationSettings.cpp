@@ -23,12 +23,6 @@ constexpr const char* kDisabledPlugins = "Disabled Plugins";
 constexpr const char* kApplicationList = "Application List";
 constexpr const char* kApplicationOverlayList = "Application Overlay List";
 
-// A list that cannot be read, or that the file lacks, leaves the member as it is.
-template <typename List>
-void replaceFrom(Base::Unarchiver& unarchiver, const char* key, List& member) {
-    takeMember(readMember<List>(unarchiver, key), member);
-}
-
 template <typename Overlays>
 auto findOverlay(Overlays& overlays, const std::string& configurationName, const std::string& applicationId) {
     return std::find_if(overlays.begin(), overlays.end(),
@@ -51,13 +45,13 @@ void ConfigurationSettings::load() {
     try {
         Base::Unarchiver unarchiver(mDataFile);
         mFileState = unarchiver.fileState();
-        replaceFrom(unarchiver, kWorkDirectoryList, mWorkDirectories);
-        replaceFrom(unarchiver, kCommonVariables, mCommonVariables);
-        replaceFrom(unarchiver, kUnixVariables, mUnixVariables);
-        replaceFrom(unarchiver, kWindowsVariables, mWinVariables);
-        replaceFrom(unarchiver, kDisabledPlugins, mDisabledPlugins);
-        replaceFrom(unarchiver, kApplicationList, mApplications);
-        replaceFrom(unarchiver, kApplicationOverlayList, mOverlays);
+        replaceMember(unarchiver, kWorkDirectoryList, mWorkDirectories);
+        replaceMember(unarchiver, kCommonVariables, mCommonVariables);
+        replaceMember(unarchiver, kUnixVariables, mUnixVariables);
+        replaceMember(unarchiver, kWindowsVariables, mWinVariables);
+        replaceMember(unarchiver, kDisabledPlugins, mDisabledPlugins);
+        replaceMember(unarchiver, kApplicationList, mApplications);
+        replaceMember(unarchiver, kApplicationOverlayList, mOverlays);
     } catch (const std::exception&) {
         // A department whose settings cannot be read or understood is still offered, with what could be read.
         // The unarchiver has noted that the file is damaged.

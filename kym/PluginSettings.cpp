@@ -1,7 +1,6 @@
 #include "kym/PluginSettings.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "base/Archiver.h"
 #include "base/FileManager.h"
@@ -42,17 +41,13 @@ void PluginSettings::load() {
         return;
     }
     Base::Unarchiver unarchiver(mDataFile);
-    std::string type = pluginType;
-    unarchiver.decode(kPluginType, type);
-    auto* common = readMember<std::vector<EnvironmentVariable>>(unarchiver, kCommonVariables);
-    auto* unixOnes = readMember<std::vector<EnvironmentVariable>>(unarchiver, kUnixVariables);
-    auto* windows = readMember<std::vector<EnvironmentVariable>>(unarchiver, kWindowsVariables);
-    auto* applicationsRead = readMember<std::vector<ConfigApplication>>(unarchiver, kApplicationList);
-    pluginType = std::move(type);
-    takeMember(common, mCommonVariables);
-    takeMember(unixOnes, mUnixVariables);
-    takeMember(windows, mWinVariables);
-    takeMember(applicationsRead, mApplications);
+    MemberReader members(unarchiver);
+    members.readValue(kPluginType, pluginType);
+    members.readObject(kCommonVariables, mCommonVariables);
+    members.readObject(kUnixVariables, mUnixVariables);
+    members.readObject(kWindowsVariables, mWinVariables);
+    members.readObject(kApplicationList, mApplications);
+    members.take();
     mFileState = unarchiver.fileState();
 }
 

@@ -46,31 +46,6 @@ constexpr std::array<Derived, 2> plotConfigurations{{
     {"Windows NX Plot Conf Directory Base Key", &SiteSettings::winPlotConfBase},
 }};
 
-template <std::size_t Size>
-std::array<EnvironmentVariable*, Size> readAll(Base::Unarchiver& unarchiver,
-                                               const std::array<Derived, Size>& members) {
-    std::array<EnvironmentVariable*, Size> variables;
-    for (std::size_t i = 0; i < Size; ++i) {
-        variables[i] = readMember<EnvironmentVariable>(unarchiver, members[i].key);
-    }
-    return variables;
-}
-
-template <std::size_t Size>
-void takeAll(SiteSettings& site, const std::array<Derived, Size>& members,
-             const std::array<EnvironmentVariable*, Size>& variables) {
-    for (std::size_t i = 0; i < Size; ++i) {
-        takeMember(variables[i], site.*members[i].member);
-    }
-}
-
-template <std::size_t Size>
-void encodeAll(Base::Archiver& archiver, SiteSettings& site, const std::array<Derived, Size>& members) {
-    for (const Derived& derived : members) {
-        encodeMember(archiver, derived.key, site.*derived.member);
-    }
-}
-
 std::string registeredInstallPath() {
     const SystemInfo& system = SystemInformation();
     if (system.CadWindowsRegistryPath.empty()) {
@@ -110,26 +85,21 @@ void SiteSettings::load() {
         mFileState = Base::FileState::missing();
         return;
     }
-    bool registry = useWindowsRegistry;
-    std::string unixPlugins = unixExternalPluginsLocation, winPlugins = winExternalPluginsLocation;
     Base::Unarchiver unarchiver(file);
-    const auto installPaths = readAll(unarchiver, installations);
-    unarchiver.decode(useWindowsRegistryKey, registry);
-    auto* common = readMember<std::vector<EnvironmentVariable>>(unarchiver, commonVariablesKey);
-    auto* unixOnes = readMember<std::vector<EnvironmentVariable>>(unarchiver, unixVariablesKey);
-    auto* windows = readMember<std::vector<EnvironmentVariable>>(unarchiver, winVariablesKey);
-    const auto plotBases = readAll(unarchiver, plotConfigurations);
-    unarchiver.decode(unixExternalPluginsKey, unixPlugins);
-    unarchiver.decode(winExternalPluginsKey, winPlugins);
-
-    takeAll(*this, installations, installPaths);
-    useWindowsRegistry = registry;
-    takeMember(common, mCommonVariables);
-    takeMember(unixOnes, mUnixVariables);
-    takeMember(windows, mWinVariables);
-    takeAll(*this, plotConfigurations, plotBases);
-    unixExternalPluginsLocation = std::move(unixPlugins);
-    winExternalPluginsLocation = std::move(winPlugins);
+    MemberReader members(unarchiver);
+    for (const Derived& derived : installations) {
+        members.readObject(derived.key, this->*derived.member);
+    }
+    members.readValue(useWindowsRegistryKey, useWindowsRegistry);
+    members.readObject(commonVariablesKey, mCommonVariables);
+    members.readObject(unixVariablesKey, mUnixVariables);
+    members.readObject(winVariablesKey, mWinVariables);
+    for (const Derived& derived : plotConfigurations) {
+        members.readObject(derived.key, this->*derived.member);
+    }
+    members.readValue(unixExternalPluginsKey, unixExternalPluginsLocation);
+    members.readValue(winExternalPluginsKey, winExternalPluginsLocation);
+    members.take();
     mFileState = unarchiver.fileState();
     updateVarNames();
 }
@@ -141,12 +111,16 @@ void SiteSettings::save() {
     const boost::filesystem::path file = dataFile();
     logInfo("Saving site settings file: ", file);
     Base::Archiver archiver(file);
-    encodeAll(archiver, *this, installations);
+    for (const Derived& derived : installations) {
+        encodeMember(archiver, derived.key, this->*derived.member);
+    }
     archiver.encode(useWindowsRegistryKey, useWindowsRegistry);
     encodeMember(archiver, commonVariablesKey, mCommonVariables);
     encodeMember(archiver, unixVariablesKey, mUnixVariables);
     encodeMember(archiver, winVariablesKey, mWinVariables);
-    encodeAll(archiver, *this, plotConfigurations);
+    for (const Derived& derived : plotConfigurations) {
+        encodeMember(archiver, derived.key, this->*derived.member);
+    }
     archiver.encode(unixExternalPluginsKey, unixExternalPluginsLocation);
     archiver.encode(winExternalPluginsKey, winExternalPluginsLocation);
     archiver.finishEncoding(mFileState);
