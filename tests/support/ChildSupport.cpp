@@ -13,29 +13,25 @@ namespace Support {
 
 namespace {
 
-std::string fromHex(const std::string& digits) {
-    std::string bytes;
-    for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-        bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
-    }
-    return bytes;
-}
-
 ChildReport parse(const std::string& content) {
     ChildReport report;
     std::istringstream in(content);
-    for (std::string kind, digits; in >> kind >> digits;) {
-        const std::string text = fromHex(digits.substr(1));
-        if (kind == "argument") {
-            report.arguments.push_back(text);
-        } else if (kind == "word") {
-            report.words.push_back(text);
-        } else if (kind == "variable") {
-            if (!text.starts_with("WINE") && !text.starts_with("System")) {
-                report.environment.push_back(text);
-            }
-        } else if (kind == "directory") {
-            report.directory = text;
+    for (std::string record; std::getline(in, record, '\0');) {
+        const std::string text = record.substr(1);
+        switch (record.front()) {
+            case 'a':
+                report.arguments.push_back(text);
+                break;
+            case 'w':
+                report.words.push_back(text);
+                break;
+            case 'd':
+                report.directory = text;
+                break;
+            default:
+                if (!text.starts_with("WINE") && !text.starts_with("System")) {
+                    report.environment.push_back(text);
+                }
         }
     }
     return report;

@@ -5,17 +5,17 @@
 #include <string>
 #include <string_view>
 
-#include <boost/filesystem/fstream.hpp>
 #include <boost/filesystem/operations.hpp>
 
 namespace Support {
 
-/// A fresh folder for the files of one test; it goes away with the object.
+/// A fresh folder for the files of one test, whose name has a blank and a letter beyond ASCII; it goes away
+/// with the object.
 class Scratch {
   public:
     Scratch()
         : mFolder(boost::filesystem::temp_directory_path() /
-                  boost::filesystem::unique_path("scratch-%%%%%%%%%%%%")) {
+                  boost::filesystem::unique_path("kym scratch ü %%%%-%%%%-%%%%")) {
         boost::filesystem::create_directories(mFolder);
     }
     ~Scratch() {
@@ -25,11 +25,13 @@ class Scratch {
     Scratch(const Scratch&) = delete;
     Scratch& operator=(const Scratch&) = delete;
 
+    const boost::filesystem::path& folder() const { return mFolder; }
     boost::filesystem::path operator/(const std::string& name) const { return mFolder / name; }
 
     boost::filesystem::path write(const std::string& name, std::string_view content) const {
         boost::filesystem::remove(mFolder / name);  // much faster than to truncate it on some file systems
-        boost::filesystem::ofstream(mFolder / name, std::ios::binary | std::ios::trunc) << content;
+        // The stream of Boost.Filesystem knows no name beyond ASCII on Windows.
+        std::ofstream((mFolder / name).c_str(), std::ios::binary) << content;
         return mFolder / name;
     }
 
@@ -39,7 +41,7 @@ class Scratch {
 
 /// The bytes of a file; empty when it cannot be read.
 inline std::string bytesOf(const boost::filesystem::path& file) {
-    std::ifstream stream(file.c_str(), std::ios::binary);  // that of Boost knows no name beyond ASCII on Windows
+    std::ifstream stream(file.c_str(), std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 

@@ -1,15 +1,14 @@
 #include "tests/support/StoreSupport.h"
 
+#include <cstdlib>
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
 #include <type_traits>
-#include <utility>
 
 #include <boost/filesystem/operations.hpp>
 
 #include "base/FileManager.h"
-#include "base/PropertyList.h"
 #include "kym/BaseSettings.h"
 #include "kym/Configuration.h"
 #include "kym/PluginSettings.h"
@@ -21,20 +20,14 @@ namespace Support {
 namespace {
 
 namespace fs = boost::filesystem;
-using Texts = std::vector<std::string>;
 
 // Different generations have different lengths, so that the end of a longer one could show in a mixture.
-Texts valuesOf(int generation) {
-    return Texts(generation == 0 ? 0 : static_cast<std::size_t>(40 + generation % 7),
-                 std::to_string(generation) + " of a settings file's value");
-}
-
-int generationOf(const Texts& values) {
-    const int generation = values.empty() ? 0 : std::stoi(values.front());
-    if (values != valuesOf(generation)) {
-        throw std::runtime_error("a mixture of generation " + std::to_string(generation) + " and others");
+std::string textOf(int generation) {
+    std::string text;
+    for (int line = 0; line < 200 + generation % 7; ++line) {
+        text += std::to_string(generation) + " of a settings file\n";
     }
-    return generation;
+    return text;
 }
 
 // A store that has variables.
@@ -54,30 +47,17 @@ class VariableStore : public Store {
     void save() override { mSettings.save(); }
     bool needsSaving() override { return mSettings.needsSaving(); }
 
-    void edit(int generation) override {
-        const Texts values = valuesOf(generation);
-        const auto count = static_cast<int>(values.size());
-        while (rows() > count) {
-            table().deleteRows({rows() - 1});
+    void setText(const std::string& text) override {
+        if (table().numberOfRowsInList() == 0) {
+            table().insertRow(-1);
         }
-        for (int row = 0; row < count; ++row) {
-            if (row == rows()) {
-                addRow();
-            }
-            table().setValueForListColumnRow("Value", row, values[static_cast<std::size_t>(row)]);
-        }
+        table().setValueForListColumnRow("Value", 0, text);
     }
-
-    int generation() override {
-        Texts values;
-        for (int row = 0; row < rows(); ++row) {
-            values.push_back(boost::any_cast<std::string>(table().valueForListColumnRow("Value", row)));
-        }
-        return generationOf(values);
+    std::string text() override {
+        return table().numberOfRowsInList() == 0
+                   ? ""
+                   : boost::any_cast<std::string>(table().valueForListColumnRow("Value", 0));
     }
-
-    void addRow() override { table().insertRow(-1); }
-    int rows() override { return table().numberOfRowsInList(); }
 
   private:
     Kym::EnvVariableListSource& table() { return *mSettings.winVariables(); }
@@ -92,29 +72,11 @@ class SystemStore : public Store {
     void load() override { mSystem.load(); }
     void save() override { mSystem.save(); }
     bool needsSaving() override { return mSystem.needsSaving(); }
-    void edit(int generation) override {
-        const Texts values = valuesOf(generation);
-        mSystem.CadProductName = std::to_string(values.size());
-        mSystem.BroadcastStartMessage.clear();
-        for (const std::string& value : values) {
-            mSystem.BroadcastStartMessage += value + '\n';
-        }
+    void setText(const std::string& text) override {
+        mSystem.BroadcastStartMessage = text;
         mSystem.settingsChanged();
     }
-    int generation() override {
-        if (mSystem.BroadcastStartMessage == "startup") {
-            return 0;
-        }
-        Texts values;
-        std::string text = mSystem.BroadcastStartMessage;
-        for (std::size_t end; (end = text.find('\n')) != std::string::npos; text.erase(0, end + 1)) {
-            values.push_back(text.substr(0, end));
-        }
-        if (mSystem.CadProductName != std::to_string(values.size())) {
-            throw std::runtime_error("a mixture of constants");
-        }
-        return generationOf(values);
-    }
+    std::string text() override { return mSystem.BroadcastStartMessage; }
 
   private:
     Kym::SystemInfo mSystem;
@@ -131,29 +93,11 @@ class PropertiesStore : public Store {
         mDepartment.setNeedsSaving(false);
     }
     bool needsSaving() override { return mDepartment.needsSaving(); }
-    void edit(int generation) override {
-        const Texts values = valuesOf(generation);
-        mDepartment.description.clear();
-        for (const std::string& value : values) {
-            mDepartment.description += value + '\n';
-        }
-        mDepartment.cleanupDays = static_cast<std::uint32_t>(generation);
+    void setText(const std::string& text) override {
+        mDepartment.description = text;
         mDepartment.setNeedsSaving(true);
     }
-    int generation() override {
-        const auto generation = static_cast<int>(mDepartment.cleanupDays);
-        std::string expected;
-        for (const std::string& value : valuesOf(generation)) {
-            expected += value + '\n';
-        }
-        if (mDepartment.description == "None") {
-            return 0;
-        }
-        if (mDepartment.description != expected) {
-            throw std::runtime_error("a mixture of properties");
-        }
-        return generation;
-    }
+    std::string text() override { return mDepartment.description; }
 
   private:
     Kym::Configuration mDepartment;
@@ -180,22 +124,12 @@ class PreferencesStore : public Store {
         }
     }
     bool needsSaving() override { return mPreferences.needsSaving(); }
-    void edit(int generation) override {
-        Base::PropertyList::Array values;
-        for (const std::string& value : valuesOf(generation)) {
-            values.emplace_back(value);
-        }
-        mPreferences.SetPreference("some/values", boost::any(values), "global.plist", mDirectory);
+    void setText(const std::string& text) override {
+        mPreferences.SetPreference("some/text", boost::any(text), "global.plist", mDirectory);
     }
-    int generation() override {
-        const auto found = mPreferences.GetPreference("some/values", "global.plist", mDirectory);
-        Texts values;
-        if (found) {
-            for (const boost::any& value : boost::any_cast<const Base::PropertyList::Array&>(*found)) {
-                values.push_back(boost::any_cast<std::string>(value));
-            }
-        }
-        return generationOf(values);
+    std::string text() override {
+        const auto found = mPreferences.GetPreference("some/text", "global.plist", mDirectory);
+        return found ? boost::any_cast<std::string>(*found) : "";
     }
 
   private:
@@ -205,14 +139,17 @@ class PreferencesStore : public Store {
 
 }  // namespace
 
-Store::Store(fs::path file) : mFile(std::move(file)) {}
-Store::~Store() = default;
-
-void Store::addRow() {
-    throw std::logic_error("a store without rows");
+void Store::edit(int generation) {
+    setText(textOf(generation));
 }
-int Store::rows() {
-    return 0;
+
+int Store::generation() {
+    const std::string present = text();
+    const int generation = std::atoi(present.c_str());
+    if (generation != 0 && present != textOf(generation)) {
+        throw std::runtime_error("a mixture of generation " + std::to_string(generation) + " and others");
+    }
+    return generation;
 }
 
 fs::path saverProgram() {

@@ -2,38 +2,37 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <boost/filesystem/path.hpp>
 
 namespace Support {
 
-/// A file of settings with the object that keeps it. What it holds is one of many generations, each told by
-/// several values of the file and by their number.
+/// A file of settings with the object that keeps it. What it holds is one of many generations, each told by a
+/// text of its own that makes up most of the file.
 class Store {
   public:
-    virtual ~Store();
+    virtual ~Store() = default;
 
     /// Reads the file anew.
     virtual void load() = 0;
 
-    /// Fills in the values of a generation.
-    virtual void edit(int generation) = 0;
-
     virtual void save() = 0;
     virtual bool needsSaving() = 0;
 
-    /// The generation of the present values, 0 before the first edit; `std::runtime_error` for a mixture.
-    virtual int generation() = 0;
+    void edit(int generation);
 
-    /// Adds one value to a store that holds no generation, and how many there are.
-    virtual void addRow();
-    virtual int rows();
+    /// The present generation, 0 before the first edit; `std::runtime_error` for a mixture.
+    int generation();
 
     const boost::filesystem::path& file() const { return mFile; }
 
   protected:
-    explicit Store(boost::filesystem::path file);
+    explicit Store(boost::filesystem::path file) : mFile(std::move(file)) {}
+
+    virtual void setText(const std::string& text) = 0;
+    virtual std::string text() = 0;
 
   private:
     boost::filesystem::path mFile;

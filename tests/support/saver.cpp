@@ -1,13 +1,7 @@
 // The program that tests kill, and let save beside others.
 //
-//   kym-test-saver save KIND SITE PROGRESS
-//       saves one generation after the other; after each, the file PROGRESS grows by one byte
-//
-//   kym-test-saver over KIND SITE COUNT FIRST
-//       saves generations from FIRST on, whatever others write meanwhile
-//
-//   kym-test-saver add KIND SITE COUNT
-//       adds rows to what others have added
+//   kym-test-saver save KIND SITE COUNT PROGRESS
+//       saves, COUNT times, the generation behind the one in the file; after each, PROGRESS grows by one byte
 //
 //   kym-test-saver prepare SITE
 //       makes the version directory of the department "cam"
@@ -41,40 +35,16 @@ namespace {
 
 using Support::Store;
 
-void save(Store& store, const std::string& progress) {
+void save(Store& store, int count, const std::string& progress) {
     std::ofstream done(progress, std::ios::app | std::ios::binary);
-    for (int generation = store.generation() + 1;; ++generation) {
-        store.edit(generation);
-        store.save();
-        done.put('.').flush();
-    }
-}
-
-void saveOver(Store& store, int count, int first) {
-    for (int generation = first; generation < first + count; ++generation) {
-        store.edit(generation);
-        for (bool saved = false; !saved;) {
-            try {
-                store.save();
-                saved = true;
-            } catch (const Base::FileChanged& changed) {
-                Base::saveOverChanges(changed.file());
-            }
-        }
-    }
-}
-
-void add(Store& store, int count) {
-    for (int row = 0; row < count; ++row) {
-        for (bool saved = false; !saved;) {
-            store.load();
-            store.addRow();
-            try {
-                store.save();
-                saved = true;
-            } catch (const Base::FileChanged&) {
-                // Once more, upon what the other has written.
-            }
+    for (int saved = 0; saved < count;) {
+        store.edit(store.generation() + 1);
+        try {
+            store.save();
+            done.put('.').flush();
+            ++saved;
+        } catch (const Base::FileChanged&) {
+            store.load();  // and once more, upon what the other has written
         }
     }
 }
@@ -130,14 +100,7 @@ int run(const std::vector<std::string>& words) {
     if (mode == "damage") {
         return damage(words.at(1), words.at(2), words.at(3), std::stoul(words.at(4)), std::stoi(words.at(5)));
     }
-    const std::unique_ptr<Store> store = Support::openStore(words.at(1), words.at(2));
-    if (mode == "save") {
-        save(*store, words.at(3));
-    } else if (mode == "over") {
-        saveOver(*store, std::stoi(words.at(3)), std::stoi(words.at(4)));
-    } else if (mode == "add") {
-        add(*store, std::stoi(words.at(3)));
-    }
+    save(*Support::openStore(words.at(1), words.at(2)), std::stoi(words.at(3)), words.at(4));
     return 0;
 }
 

@@ -17,13 +17,14 @@ void check(LSTATUS status, const std::string& key) {
     }
 }
 
-std::intptr_t open(const boost::filesystem::path& file, DWORD share) {
+// Opens a file, and closes it when the result is called.
+std::function<void()> open(const boost::filesystem::path& file, DWORD share) {
     const HANDLE handle = ::CreateFileW(file.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING,
                                         FILE_FLAG_BACKUP_SEMANTICS, nullptr);
     if (handle == INVALID_HANDLE_VALUE) {
         throw std::runtime_error(file.string() + " cannot be opened");
     }
-    return reinterpret_cast<std::intptr_t>(handle);
+    return [handle] { ::CloseHandle(handle); };
 }
 
 }  // namespace
@@ -44,15 +45,16 @@ void useTimeZone(const std::string& rules) {
     ::_putenv_s("TZ", rules.c_str());
 }
 
-Unprivileged::Unprivileged() : mUser(0) {}
-
-Unprivileged::~Unprivileged() = default;
-
-Held::Held(const boost::filesystem::path& file) : mHandle(open(file, FILE_SHARE_READ | FILE_SHARE_WRITE)) {}
-
-Held::~Held() {
-    ::CloseHandle(reinterpret_cast<HANDLE>(mHandle));
+std::size_t peakMemory() {
+    PROCESS_MEMORY_COUNTERS counters{};
+    ::K32GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof counters);
+    return counters.PeakWorkingSetSize;
 }
+
+Unprivileged::Unprivileged() : State([] {}) {}
+Held::Held(const boost::filesystem::path& file) : State(open(file, FILE_SHARE_READ | FILE_SHARE_WRITE)) {}
+FullDisk::FullDisk(const boost::filesystem::path& file) : State(open(file, 0)) {}
+Unreadable::Unreadable(const boost::filesystem::path& file) : State(open(file, 0)) {}
 
 Process::Process(const boost::filesystem::path& program, const std::vector<std::string>& arguments) {
     std::wstring line = L'"' + program.native() + L'"';
@@ -71,17 +73,6 @@ Process::Process(const boost::filesystem::path& program, const std::vector<std::
 }
 
 Process::~Process() {
-    kill();
-}
-
-bool Process::isRunning() {
-    if (mHandle != 0 && ::WaitForSingleObject(reinterpret_cast<HANDLE>(mHandle), 0) == WAIT_OBJECT_0) {
-        wait();
-    }
-    return mHandle != 0;
-}
-
-void Process::kill() {
     if (mHandle != 0) {
         ::TerminateProcess(reinterpret_cast<HANDLE>(mHandle), 9);
         wait();
@@ -89,34 +80,13 @@ void Process::kill() {
 }
 
 int Process::wait() {
-    if (mHandle != 0) {
-        const auto process = reinterpret_cast<HANDLE>(mHandle);
-        DWORD status = 0;
-        ::WaitForSingleObject(process, INFINITE);
-        ::GetExitCodeProcess(process, &status);
-        ::CloseHandle(process);
-        mStatus = static_cast<int>(status);
-        mHandle = 0;
-    }
-    return mStatus;
-}
-
-FullDisk::FullDisk(const boost::filesystem::path& file) : mBefore(open(file, 0)) {}
-
-FullDisk::~FullDisk() {
-    ::CloseHandle(reinterpret_cast<HANDLE>(mBefore));
-}
-
-std::size_t peakMemory() {
-    PROCESS_MEMORY_COUNTERS counters{};
-    ::K32GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof counters);
-    return counters.PeakWorkingSetSize;
-}
-
-Unreadable::Unreadable(const boost::filesystem::path& file) : mFile(file), mHandle(open(file, 0)) {}
-
-Unreadable::~Unreadable() {
-    ::CloseHandle(reinterpret_cast<HANDLE>(mHandle));
+    const auto process = reinterpret_cast<HANDLE>(mHandle);
+    DWORD status = 0;
+    ::WaitForSingleObject(process, INFINITE);
+    ::GetExitCodeProcess(process, &status);
+    ::CloseHandle(process);
+    mHandle = 0;
+    return static_cast<int>(status);
 }
 
 }  // namespace Support
