@@ -46,6 +46,12 @@ std::map<path, FileState>& ownFiles() {
     return files;
 }
 
+// Boost.Filesystem calls a server that does not answer, too, a file that was not found.
+bool isMissing(const fs::file_status& status, const error_code& error) {
+    return status.type() == fs::file_not_found &&
+           (error == errc::no_such_file_or_directory || error == errc::not_a_directory);
+}
+
 path keyOf(const path& file) {
     return fs::absolute(file).lexically_normal();
 }
@@ -200,12 +206,10 @@ void removeTree(const path& file, const path& first, Removal& removal) {
             removeTree(*next, {}, removal);
         }
     }
-    while (!removal.error) {
-        Platform::removeEntry(file, removal.error);
-        if (!removal.error || removal.patience-- <= 0 || !Platform::waitsForHolder(removal.error)) {
-            break;
-        }
-        removal.error.clear();
+    if (!removal.error) {
+        do {
+            Platform::removeEntry(file, removal.error);
+        } while (removal.error && removal.patience-- > 0 && Platform::waitsForHolder(removal.error));
     }
     if (removal.error && removal.left.empty()) {
         removal.left = file;
@@ -221,9 +225,7 @@ bool exists(const path& file) {
 bool isMissing(const path& file) {
     error_code error;
     const fs::file_status status = fs::status(Platform::reachablePath(file), error);
-    // Boost.Filesystem calls a server that does not answer, too, a file that was not found.
-    return status.type() == fs::file_not_found &&
-           (error == errc::no_such_file_or_directory || error == errc::not_a_directory);
+    return isMissing(status, error);
 }
 
 bool isDirectory(const path& file) {
@@ -292,8 +294,7 @@ void replaceFile(const path& file, std::string_view content, FileState& state) {
     const path target = linkTarget(Platform::reachablePath(file));
     error_code error;
     const fs::file_status status = fs::status(target, error);
-    const bool absent = status.type() == fs::file_not_found &&
-                        (error == errc::no_such_file_or_directory || error == errc::not_a_directory);
+    const bool absent = isMissing(status, error);
     if (!absent && !fs::exists(status)) {
         fail("Cannot tell what stands in the place of the file", file, error);
     }

@@ -8,7 +8,7 @@ namespace Base {
 /// unchanged.
 struct PropertyListDate {
     std::string text;
-    bool operator==(const PropertyListDate& other) const { return text == other.text; }
+    bool operator==(const PropertyListDate&) const = default;
 };
 
 }  // namespace Base

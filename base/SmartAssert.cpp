@@ -47,7 +47,6 @@ smart_assert::~smart_assert() {
         line << std::endl;
     } catch (...) {
         // An assertion is reported where that is possible, and never becomes an error of its own.
-        return;
     }
 }
 

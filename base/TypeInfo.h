@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <typeindex>
 #include <typeinfo>
@@ -16,9 +17,7 @@ class TypeInfo {
         return TypeInfo(typeid(T));
     }
 
-    bool operator==(const TypeInfo& other) const { return mIndex == other.mIndex; }
-    bool operator!=(const TypeInfo& other) const { return mIndex != other.mIndex; }
-    bool operator<(const TypeInfo& other) const { return mIndex < other.mIndex; }
+    auto operator<=>(const TypeInfo&) const = default;
     std::size_t hash() const { return mIndex.hash_code(); }
 
     /// The compiler's name of the type, for messages only.
