@@ -84,17 +84,15 @@ std::optional<std::string> resultOf(const Call& call) {
     }
 }
 
-/// All variables expanded one after the other; nothing when one of them cannot be.
-template <typename Iterator>
-std::optional<VariableMap> expandAll(VariableMap variables, Iterator (*begin)(VariableMap&),
-                                     Iterator (*end)(VariableMap&)) {
+/// All variables expanded in that order; nothing when one of them cannot be.
+std::optional<VariableMap> expandAll(VariableMap variables, const std::vector<std::string>& order) {
     Base::Environment::Expander expander([&](std::string_view name) -> std::optional<std::string_view> {
         const auto found = variables.find(std::string(name));
         return found == variables.end() ? std::nullopt : std::optional<std::string_view>(found->second);
     });
     try {
-        for (auto variable = begin(variables); variable != end(variables); ++variable) {
-            expander.expandVariable(variable->first, variable->second);
+        for (const std::string& name : order) {
+            expander.expandVariable(name, variables.at(name));
         }
     } catch (const Base::Environment::ExpansionError&) {
         return std::nullopt;
@@ -103,16 +101,14 @@ std::optional<VariableMap> expandAll(VariableMap variables, Iterator (*begin)(Va
 }
 
 void checkAll(const VariableMap& variables) {
-    using Forward = VariableMap::iterator;
-    using Backward = VariableMap::reverse_iterator;
-    const auto upwards = expandAll<Forward>(
-        variables, [](VariableMap& map) { return map.begin(); }, [](VariableMap& map) { return map.end(); });
-    const auto downwards = expandAll<Backward>(
-        variables, [](VariableMap& map) { return map.rbegin(); },
-        [](VariableMap& map) { return map.rend(); });
-    require(upwards == downwards, "the order of the variables does not matter");
+    std::vector<std::string> names;
     for (const auto& variable : variables) {
-        const std::string& name = variable.first;
+        names.push_back(variable.first);
+    }
+    const auto upwards = expandAll(variables, names);
+    const auto downwards = expandAll(variables, {names.rbegin(), names.rend()});
+    require(upwards == downwards, "the order of the variables does not matter");
+    for (const std::string& name : names) {
         const auto expected = resultOf<std::runtime_error>([&] { return *Plain(variables).valueOf(name); });
         require(expected || !upwards, "what has no end is refused", name);
         require(!upwards || upwards->at(name) == *expected, "a variable has its plain expansion", name);

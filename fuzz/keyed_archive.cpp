@@ -2,8 +2,6 @@
 // written and comes back; a file that cannot be read is told so.
 #include <tuple>
 
-#include <boost/filesystem/fstream.hpp>
-
 #include "base/Archiver.h"
 #include "base/FileManager.h"
 #include "base/Unarchiver.h"
@@ -30,27 +28,15 @@ struct Settings {
 
     void write(const boost::filesystem::path& file) {
         Base::Archiver archiver(file);
-        archiver.encode("Text", text);
-        archiver.encode("Flag", flag);
-        archiver.encode("Number", number);
-        Kym::encodeMember(archiver, "List", list);
-        Kym::encodeMember(archiver, "ApplicationList", applications);
-        Kym::encodeMember(archiver, "EnvVariableList", variables);
-        Kym::encodeMember(archiver, "ApplicationOverlayList", overlays);
-        Kym::encodeMember(archiver, "WorkDirectoryList", directories);
+        visitMembers([&](const char* key, const auto& value) { archiver.encode(key, value); },
+                     [&](const char* key, auto& records) { Kym::encodeMember(archiver, key, records); });
         archiver.finishEncoding();
     }
 
     explicit Settings(const boost::filesystem::path& file) {
         Base::Unarchiver unarchiver(file);
-        unarchiver.decode("Text", text);
-        unarchiver.decode("Flag", flag);
-        unarchiver.decode("Number", number);
-        Kym::decodeMember(unarchiver, "List", list);
-        Kym::decodeMember(unarchiver, "ApplicationList", applications);
-        Kym::decodeMember(unarchiver, "EnvVariableList", variables);
-        Kym::decodeMember(unarchiver, "ApplicationOverlayList", overlays);
-        Kym::decodeMember(unarchiver, "WorkDirectoryList", directories);
+        visitMembers([&](const char* key, auto& value) { unarchiver.decode(key, value); },
+                     [&](const char* key, auto& records) { Kym::decodeMember(unarchiver, key, records); });
     }
 
     explicit Settings(Fuzz::Source& source) {
@@ -83,6 +69,18 @@ struct Settings {
     }
 
   private:
+    template <typename VisitValue, typename VisitList>
+    void visitMembers(const VisitValue& visitValue, const VisitList& visitList) {
+        visitValue("Text", text);
+        visitValue("Flag", flag);
+        visitValue("Number", number);
+        visitList("List", list);
+        visitList("ApplicationList", applications);
+        visitList("EnvVariableList", variables);
+        visitList("ApplicationOverlayList", overlays);
+        visitList("WorkDirectoryList", directories);
+    }
+
     static Kym::EnvironmentVariable variableOf(Fuzz::Source& source) {
         Kym::EnvironmentVariable variable(source.text(), static_cast<Kym::PlatformType>(source.byte() % 3));
         variable.value = source.text();

@@ -17,45 +17,37 @@ namespace {
 using Base::PropertyList;
 using Fuzz::require;
 
-template <typename Type, typename Equal = std::equal_to<>>
-bool equalAs(const boost::any& left, const boost::any& right, bool& isType, Equal equal = {}) {
-    const auto* first = boost::any_cast<Type>(&left);
-    const auto* second = boost::any_cast<Type>(&right);
-    isType = first != nullptr;
-    return first && second && equal(*first, *second);
+bool equal(const boost::any& left, const boost::any& right);
+
+template <typename Value>
+bool equal(const Value& left, const Value& right) {
+    return left == right;
+}
+bool equal(double left, double right) {
+    return std::isnan(left) ? std::isnan(right)
+                            : std::bit_cast<std::uint64_t>(left) == std::bit_cast<std::uint64_t>(right);
+}
+bool equal(const PropertyList::Array& left, const PropertyList::Array& right) {
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](const boost::any& a, const boost::any& b) { return equal(a, b); });
+}
+bool equal(const PropertyList::Dictionary& left, const PropertyList::Dictionary& right) {
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(), [](const auto& a, const auto& b) {
+        return a.first == b.first && equal(a.second, b.second);
+    });
 }
 
 template <typename... Types>
 bool equalAsOneOf(const boost::any& left, const boost::any& right) {
-    bool isType = false;
-    return (equalAs<Types>(left, right, isType) || ...);
+    return ((boost::any_cast<Types>(&left) && boost::any_cast<Types>(&right) &&
+             equal(boost::any_cast<const Types&>(left), boost::any_cast<const Types&>(right))) ||
+            ...);
 }
 
 bool equal(const boost::any& left, const boost::any& right) {
-    bool isType = false;
-    bool same = equalAs<PropertyList::Dictionary>(left, right, isType, [](const auto& a, const auto& b) {
-        return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& x, const auto& y) {
-            return x.first == y.first && equal(x.second, y.second);
-        });
-    });
-    if (!isType) {
-        same = equalAs<PropertyList::Array>(left, right, isType, [](const auto& a, const auto& b) {
-            return std::equal(a.begin(), a.end(), b.begin(), b.end(), equal);
-        });
-    }
-    if (!isType) {
-        same = equalAs<double>(left, right, isType, [](double a, double b) {
-            return std::isnan(a) ? std::isnan(b)
-                                 : std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
-        });
-    }
-    if (!isType) {
-        same = equalAs<PropertyList::Date>(left, right, isType,
-                                           [](const auto& a, const auto& b) { return a.text == b.text; });
-    }
-    return isType ? same
-                  : equalAsOneOf<std::string, bool, unsigned int, int, long long, unsigned long long,
-                                 std::vector<char>>(left, right);
+    return equalAsOneOf<PropertyList::Dictionary, PropertyList::Array, std::string, bool, unsigned int, int,
+                        long long, unsigned long long, double, std::vector<char>, PropertyList::Date>(left,
+                                                                                                      right);
 }
 
 /// An integer in the type in which it comes back.
