@@ -17,6 +17,7 @@
 #include "kym/DepartmentName.h"
 #include "kym/DirectoryScan.h"
 #include "kym/Loggers.h"
+#include "kym/PluginsManager.h"
 #include "kym/SystemInfo.h"
 
 namespace Kym {
@@ -106,6 +107,7 @@ void ConfigurationManager::initialize() {
     const bool inTurn = infoLogger().isOn() || verboseLogger().isOn();
     std::vector<Found> found(entries.size());
     if (!inTurn) {
+        PluginsManagement();  // made by one thread: the settings of every department ask for it
         Base::parallelLoop(entries.size(), [&](std::size_t i) { found[i] = readEntry(entries[i]); });
     }
     for (std::size_t i = 0; i < entries.size(); ++i) {
