@@ -106,20 +106,15 @@ TEST_F(ArchiveTest, FirstFormatVersionIsWrittenAndReadForEver) {
 }
 
 TEST_F(ArchiveTest, ByteStringsSurviveAsKeysAndAsValues) {
-    std::mt19937 random(7);
-    const std::string alphabet = "\0\x1\t\n\r \"&'<>];#a=\x7F\x80\xBF\xC2\xE0\xED\xA0\xEF\xF0\xF4\x90\xFF"s;
-    Strings strings = {"", std::string(200, '\xC3'), std::string(63, 'x') + "ä", "\xEF\xBB\xBF"};
-    while (strings.size() < 600) {
-        std::string text(random() % 5 + (strings.size() % 8 == 0 ? 62 : 0), 'x');
-        for (int i = 0; i < 5 && !text.empty(); ++i) {
-            text[text.size() - 1 - random() % std::min<std::size_t>(text.size(), 5)] =
-                alphabet[random() % alphabet.size()];
+    const std::string bytes = "\0\x1\t\n\r \"&'<>];#a=\x7F\x80\xBF\xC2\xE0\xED\xA0\xEF\xF0\xF4\x90\xFF"s;
+    Strings strings = {"", std::string(200, '\xC3'), "\xEF\xBB\xBF"};
+    for (const char one : bytes) {
+        for (const char other : bytes) {
+            for (const std::size_t before : {0, 62}) {  // within and across what is looked at in one step
+                strings.push_back(std::string(before, 'x') + one + other);
+            }
         }
-        strings.push_back(text);
     }
-    std::sort(strings.begin(), strings.end());
-    strings.erase(std::unique(strings.begin(), strings.end()), strings.end());
-    std::shuffle(strings.begin(), strings.end(), random);
     {
         Archiver archiver(scratch / "archive");
         for (const std::string& text : strings) {
@@ -128,7 +123,7 @@ TEST_F(ArchiveTest, ByteStringsSurviveAsKeysAndAsValues) {
         archiver.finishEncoding();
     }
     Unarchiver unarchiver(scratch / "archive");
-    std::shuffle(strings.begin() + 300, strings.end(), random);
+    std::shuffle(strings.begin() + 300, strings.end(), std::mt19937(7));
     for (const std::string& text : strings) {
         std::string value;
         unarchiver.decode(text, value);
@@ -151,22 +146,16 @@ TEST_F(ArchiveTest, WhatAFileLacksOrAProgramDoesNotKnowIsSkipped) {
     Parts parts = {{"kept", 1}};
     EXPECT_EQ(&parts, unarchiver.decodeObject("Absent", &parts));
     EXPECT_EQ((Parts{{"kept", 1}}), parts);
+    Machine more;
+    more.parts = parts;
+    unarchiver.decodeObject("Machine", &more);
+    EXPECT_EQ((Parts{{"kept", 1}, {"unnamed", 5}}), more.parts) << "lists are appended to";
     const Machine* created = unarchiver.decodeObject<Machine>("Machine", nullptr);
     ASSERT_NE(nullptr, created);
     EXPECT_EQ(1U, created->parts.size());
 }
 
-TEST_F(ArchiveTest, DecodingAListAppends) {
-    save(scratch / "archive", kMachine);
-    Machine machine;
-    machine.parts = {{"first", 1}};
-    Unarchiver(scratch / "archive").decodeObject("Machine", &machine);
-    ASSERT_EQ(4U, machine.parts.size());
-    EXPECT_EQ("first", machine.parts.front().name);
-    EXPECT_EQ(kMachine.parts.back(), machine.parts.back());
-}
-
-TEST_F(ArchiveTest, DamageIsToldWithFileLineAndKey) {
+TEST_F(ArchiveTest, DamageIsToldWithFileLineAndKeyAndKept) {
     const struct {
         std::string content;
         int line;
@@ -177,14 +166,11 @@ TEST_F(ArchiveTest, DamageIsToldWithFileLineAndKey) {
         {" \n", 0, "", "no XML element"},
         {"Name=x\n", 1, "", "outside of the root"},
         {"<settings/>", 1, "", "expected an archive, found 'settings'"},
-        {"<archive/>", 1, "", "no format version"},
         {"<archive version='1x'/>", 1, "", "no format version"},
         {"\n<archive version='2'/>", 2, "", "newer format version 2"},
         {machine("") + "<archive version='1'/>", 5, "", "outside of the root"},
-        {machine("") + "\nrest", 4, "", "outside of the root"},
         {machine("<string key='Label'>x\n</String>"), 4, "", "damaged file"},
         {machine("<string key='Label'>\n&auml;</string>"), 4, "", "\"&\" begins no"},
-        {machine("<string key='Label'>\n&#0;</string>"), 4, "", "\"&\" begins no"},
         {machine("<string key='Label'>\n&#xD800;</string>"), 4, "", "\"&\" begins no"},
         {machine("\n<string key='Label'>\xC3\xA4 \xE4</string>"), 4, "", "not UTF-8"},
         {machine("<string key='Label'>\0</string>"s), 3, "", "control character"},
@@ -193,40 +179,29 @@ TEST_F(ArchiveTest, DamageIsToldWithFileLineAndKey) {
         {machine("<string key='Label'>a<b/></string>"), 3, "Label", "found other elements"},
         {machine("<bytes key='Label'>QQ=</bytes>"), 3, "Label", "no base64"},
         {machine("<bytes key='Label'>QQ==QQ==</bytes>"), 3, "Label", "no base64"},
-        {machine("<string key='Label'/>\n<string key='Label'/>"), 4, "Label", "stands twice"},
         {machine("<string>no key</string>"), 3, "", "a string without a key"},
-        {machine("<string key='Label' key='Label'/>"), 3, "Label", "an attribute stands twice"},
         {machine("<string key='New' a='1' a='2'/>"), 3, "New", "an attribute stands twice"},
         {machine("<object key='Parts' type='PartList'>\n<object type='Part' type='Part'/></object>"), 4, "",
          "an attribute stands twice"},
-        {"<archive version='1' version='1'/>", 1, "", "an attribute stands twice"},
         {machine("<object key64='UA==' type64='AA=='><int/></object>\n<string key64='UA==' type='x'/>"), 4,
          "P", "stands twice"},
         {machine("<object type64='AVA='/>"), 3, "", "an object of type '\\x01P' without a key"},
         {machine("text"), 2, "Machine", "text between"},
         {machine("<bool key='Running'>yes</bool>"), 3, "Running", "expected true or false, found 'yes'"},
-        {machine("<bool key='Running'/>"), 3, "Running", "expected true or false"},
         {machine("<string key='Running'>true</string>"), 3, "Running", "expected a boolean, found a string"},
         {machine("<object key='Parts' type='Part'/>"), 3, "Parts",
          "'PartList', found an object of type 'Part'"},
         {machine("<object key='Parts'/>"), 3, "Parts", "an object without a type"},
-        {machine("<string key='Parts'/>"), 3, "Parts", "'PartList', found a string"},
         {machine("<object key='Parts' type='PartList'>text</object>"), 3, "Parts", "text between"},
-        {machine("<object key='Parts' type='PartList'>\n<object type='Part'><string key='Name'/>"
-                 "<int key='Count'>1</int>text</object></object>"),
-         4, "", "text between"},
         {machine("<object key='Parts' type='PartList'>\n<object type='Part'><string key='Name'/>"
                  "<int key='Count'>1</int>\n<int key='Count'>2</int></object></object>"),
          5, "Count", "stands twice"},
-        {machine("<object key='Notes' type='StringList'>\n<int>1</int></object>"), 4, "Notes",
-         "found an integer"},
         {machine("<object key='Notes' type='StringList'>\n<object type='Part'/></object>"), 4, "Notes",
          "expected a string, found an object of type 'Part'"},
-        {machine("<object key='Parts' type='PartList'>\n<object type='Machine'/></object>"), 4, "Parts",
-         "expected an object of type 'Part', found an object of type 'Machine'"},
     };
+    const auto file = scratch / "archive";
     for (const auto& [content, line, key, reason] : cases) {
-        const auto file = scratch.write("archive", content);
+        scratch.write("archive", content);
         try {
             load(file);
             ADD_FAILURE() << "no error: " << content;
@@ -240,23 +215,25 @@ TEST_F(ArchiveTest, DamageIsToldWithFileLineAndKey) {
             EXPECT_NE(std::string::npos, message.find(reason)) << message << "\nexpected: " << reason;
         }
     }
-    for (const std::string number : {"2147483648", "-2147483649", "", "x", "1 2", "0x1", "1.0", "+1"}) {
+    for (const std::string number : {"2147483648", "-2147483649", "", "1 2", "0x1", "1.0", "+1"}) {
         Unarchiver unarchiver(scratch.write("archive", archive("<int key='N'>" + number + "</int>")));
         int target = 7;
         EXPECT_THROW(unarchiver.decode("N", target), ArchiveError) << number;
         EXPECT_EQ(7, target);
     }
+    const std::string damaged = Support::bytesOf(file);
+    save(file, kMachine);
+    EXPECT_EQ(damaged, Support::bytesOf(scratch / "archive.damaged"));
+    EXPECT_EQ(kMachine, load(file));
     EXPECT_THROW(load(scratch / "absent"), ArchiveError);
 }
 
-TEST_F(ArchiveTest, ACutOrChangedFileIsReadWholeOrNotAtAll) {
+TEST_F(ArchiveTest, ACutFileIsNotReadAndAChangedByteCostsAtMostTheMemberThatItIsIn) {
     const std::string whole = Support::bytesOf(Support::recorded("archive-1.dat"));
     ASSERT_FALSE(whole.empty());
     for (std::size_t size = 0; size + 1 < whole.size(); ++size) {
         EXPECT_THROW(load(scratch.write("archive", whole.substr(0, size))), ArchiveError) << size;
     }
-    // One changed byte costs at most the member that it is in.
-    int errors = 0;
     for (std::size_t at = 0; at < whole.size(); ++at) {
         std::string changed = whole;
         changed[at] = static_cast<char>(changed[at] ^ (1 << at % 8));
@@ -267,19 +244,9 @@ TEST_F(ArchiveTest, ACutOrChangedFileIsReadWholeOrNotAtAll) {
                                     (read.spares != kMachine.spares);
             EXPECT_TRUE(differences <= 1 || read == Machine()) << at << '\n' << changed;
         } catch (const ArchiveError&) {
-            ++errors;
+            continue;
         }
     }
-    EXPECT_GT(errors, static_cast<int>(whole.size() / 2));
-}
-
-TEST_F(ArchiveTest, AFileThatCouldNotBeReadIsKeptWhenItIsReplaced) {
-    const auto file = scratch.write("archive", machine("<int key='Label'>1</int>"));
-    const std::string before = Support::bytesOf(file);
-    EXPECT_THROW(load(file), ArchiveError);
-    save(file, kMachine);
-    EXPECT_EQ(before, Support::bytesOf(scratch / "archive.damaged"));
-    EXPECT_EQ(kMachine, load(file));
 }
 
 TEST_F(ArchiveTest, DepthCostsNoStack) {
@@ -298,7 +265,6 @@ TEST_F(ArchiveTest, DepthCostsNoStack) {
 TEST_F(ArchiveTest, MisuseIsRefused) {
     EXPECT_THROW(Base::Coder<Machine>("Other name"), std::logic_error);
     EXPECT_THROW(Base::CollectionCoder<std::vector<Machine>>("Machine"), std::logic_error);
-    EXPECT_EQ(nullptr, Base::CoderBase::find(TypeInfo::of<std::vector<Machine>>()));
 
     Archiver archiver(scratch / "archive");
     EXPECT_THROW(archiver.getCoder(TypeInfo::of<std::vector<int>>()), ArchiveError);
@@ -307,14 +273,9 @@ TEST_F(ArchiveTest, MisuseIsRefused) {
     EXPECT_THROW(archiver.prepareCollection(), std::logic_error);
     archiver.finishCollection();
     EXPECT_THROW(archiver.encode("Member", 1), std::logic_error);
-    Archiver other(scratch / "archive");
-    other.encode("Member", 1);
-    EXPECT_THROW(other.prepareCollection(), std::logic_error);
-    EXPECT_THROW(other.finishCollection(), std::logic_error);
     EXPECT_FALSE(boost::filesystem::exists(scratch / "archive"));
 
     Unarchiver unarchiver(Support::recorded("archive-1.dat"));
-    EXPECT_THROW(unarchiver.currentContainer(), std::logic_error);
     EXPECT_THROW(unarchiver.endContainer(), std::logic_error);
     std::vector<boost::any> foreign(1);
     EXPECT_THROW(unarchiver.beginContainer(&foreign), std::logic_error);
