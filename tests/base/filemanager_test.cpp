@@ -1,13 +1,11 @@
 #include "base/FileManager.h"
 
-#include <chrono>
 #include <fstream>
 #include <functional>
 #include <future>
 #include <memory>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <boost/filesystem/exception.hpp>
@@ -15,21 +13,16 @@
 
 #include "base/NewDirectory.h"
 #include "base/platform/FileSystem.h"
-#include "base/platform/Utf16.h"
 
 #include "gtest/gtest.h"
+#include "tests/support/ScratchSupport.h"
 #include "tests/support/SystemSupport.h"
 
 #if defined(_WIN32)
-#include <windows.h>
-
 #include "base/BaseException.h"
 #include "base/platform/windows/Wide.h"
 #else
-#include <csignal>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <unistd.h>
 #endif
 
 namespace {
@@ -39,20 +32,16 @@ namespace FileManager = Base::FileManager;
 using FileManager::readFile;
 using FileManager::replaceFile;
 
+using Names = std::set<std::string>;
+
 class FileManagerTest : public testing::Test {
   protected:
-    FileManagerTest() : folder(fs::temp_directory_path() / fs::unique_path("kym file ü %%%%-%%%%-%%%%")) {
-        fs::create_directory(folder);
-    }
-    ~FileManagerTest() override {
-        fs::remove_all(Base::Platform::reachablePath(deepFolder()));
-        fs::remove_all(folder);
-    }
+    ~FileManagerTest() override { fs::remove_all(Base::Platform::reachablePath(deepFolder())); }
 
     fs::path deepFolder() const { return folder / std::string(200, 'd'); }
 
-    std::set<std::string> names() const {
-        std::set<std::string> result;
+    Names names() const {
+        Names result;
         for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
             result.insert(entry.path().filename().string());
         }
@@ -66,7 +55,7 @@ class FileManagerTest : public testing::Test {
 
     // The replacement fails with an error that names the target, and nothing has changed in the folder.
     void expectRefusal(const fs::path& target, const std::string& content = "new") const {
-        const std::set<std::string> before = names();
+        const Names before = names();
         try {
             replaceFile(target, content);
             ADD_FAILURE() << target << " was replaced";
@@ -77,7 +66,8 @@ class FileManagerTest : public testing::Test {
         EXPECT_EQ(names(), before);
     }
 
-    const fs::path folder;
+    const Support::Scratch scratch;
+    const fs::path& folder = scratch.folder();
 };
 
 TEST_F(FileManagerTest, ReplacesTheWholeContentUnderAnyName) {
@@ -113,39 +103,36 @@ TEST_F(FileManagerTest, RefusesWhatItCannotReplace) {
 }
 
 TEST_F(FileManagerTest, RemovesWhatKilledReplacementsLeftAndNothingElse) {
-    const std::set<std::string> spared = {".a.dat.x-1.kymtmp", ".a.dat.1-.kymtmp", ".a.dat.1-1.kymtm",
-                                          ".a.dat.b.1-1.kymtmp", ".b.dat.1-1.kymtmp"};
-    for (const std::string& name : spared) {
-        std::ofstream((folder / name).c_str()) << "x";
+    Names expected = {".a.dat.x-1.kymtmp", ".a.dat.1-.kymtmp", ".a.dat.1-1.kymtm", ".a.dat.b.1-1.kymtmp",
+                      ".b.dat.1-1.kymtmp"};
+    for (const std::string& name : expected) {
+        scratch.write(name, "x");
     }
-    std::ofstream((folder / ".a.dat.4711-1.kymtmp").c_str()) << "left behind";
+    scratch.write(".a.dat.4711-1.kymtmp", "left behind");
     boost::system::error_code error;
-    auto alive = std::make_unique<Base::Platform::ReplacementFile>(folder / ".a.dat.4711-2.kymtmp", error);
+    Base::Platform::ReplacementFile alive(folder / ".a.dat.4711-2.kymtmp", error);
     ASSERT_FALSE(error) << error.message();
     replaceFile(folder / "a.dat", "one");
-    std::set<std::string> expected = spared;
     expected.insert({"a.dat", ".a.dat.4711-2.kymtmp"});
     EXPECT_EQ(names(), expected);
-    alive->write("two", error);
-    alive->replace(folder / "a.dat", error);
+    alive.write("two", error);
+    alive.replace(folder / "a.dat", error);
     EXPECT_FALSE(error) << error.message();
     EXPECT_EQ(readFile(folder / "a.dat"), "two");
 }
 
 TEST_F(FileManagerTest, KeepsOneCopyOfEveryDamagedContent) {
-    using Names = std::set<std::string>;
     const fs::path file = make("a.dat", "damaged once");
     FileManager::noteDamaged(folder / "." / "x" / ".." / "a.dat");
-    replaceFile(file, "damaged again");
-    EXPECT_EQ(readFile(folder / "a.dat.damaged"), "damaged once");
-    FileManager::noteDamaged(file);
-    replaceFile(file, "damaged once");
-    EXPECT_EQ(readFile(folder / "a.dat.damaged.1"), "damaged again");
-    FileManager::noteDamaged(file);
-    replaceFile(file, "good");
-    replaceFile(file, "better");
+    for (const std::string next : {"damaged again", "damaged once", "good", "better"}) {
+        replaceFile(file, next);
+        if (next.starts_with("damaged")) {
+            FileManager::noteDamaged(file);
+        }
+    }
     EXPECT_EQ(names(), (Names{"a.dat", "a.dat.damaged", "a.dat.damaged.1"}));
     EXPECT_EQ(readFile(folder / "a.dat.damaged"), "damaged once");
+    EXPECT_EQ(readFile(folder / "a.dat.damaged.1"), "damaged again");
     EXPECT_EQ(readFile(file), "better");
 
     const fs::path tooLong = make(std::string(250, 'n'), "no name is left for the copy");
@@ -160,15 +147,14 @@ TEST_F(FileManagerTest, RenamesOverNothing) {
     make("file", "content");
     fs::create_directory(folder / "empty");
     fs::create_directories(folder / "directory/sub");
-    for (const char* taken : {"file", "empty", "directory"}) {
-        for (const char* source : {"file", "directory"}) {
-            if (std::string(source) != taken) {
-                EXPECT_THROW(FileManager::rename(folder / source, folder / taken), fs::filesystem_error);
-            }
-        }
+    for (const auto& [source, taken] : {std::pair("file", "empty"),
+                                        {"file", "directory"},
+                                        {"directory", "file"},
+                                        {"directory", "empty"},
+                                        {"missing", "new"}}) {
+        EXPECT_THROW(FileManager::rename(folder / source, folder / taken), fs::filesystem_error);
     }
-    EXPECT_THROW(FileManager::rename(folder / "missing", folder / "new"), fs::filesystem_error);
-    EXPECT_EQ(names(), (std::set<std::string>{"directory", "empty", "file"}));
+    EXPECT_EQ(names(), (Names{"directory", "empty", "file"}));
     const fs::path longName = deepFolder() / std::string(200, 'n');
     fs::create_directory(Base::Platform::reachablePath(deepFolder()));
     FileManager::rename(folder / "directory", longName);
@@ -211,7 +197,7 @@ TEST_F(FileManagerTest, RemovesDirectoriesOfAnyDepthAndTellsWhatIsLeft) {
     FileManager::removeAll(tree, "zz-first");
     FileManager::removeAll(tree);
     FileManager::removeAll("");
-    EXPECT_EQ(names(), std::set<std::string>{"outside"});
+    EXPECT_EQ(names(), Names{"outside"});
 }
 
 TEST_F(FileManagerTest, ANewDirectoryAppearsWholeAndOutlivesNoKill) {
@@ -235,22 +221,18 @@ TEST_F(FileManagerTest, ANewDirectoryAppearsWholeAndOutlivesNoKill) {
     EXPECT_THROW(other.finish(), fs::filesystem_error);
     EXPECT_THROW(Base::NewDirectory(folder / "missing/nx4"), fs::filesystem_error);
     const fs::path left = other.path().filename();
-    EXPECT_EQ(names(), (std::set<std::string>{"nx4", "nx4.4711-1.kymdir", ".nx5.4711-1.kymdir", left.string(),
-                                              fs::path(left).replace_extension(".kymtmp").string()}));
+    EXPECT_EQ(names(), (Names{"nx4", "nx4.4711-1.kymdir", ".nx5.4711-1.kymdir", left.string(),
+                              fs::path(left).replace_extension(".kymtmp").string()}));
 }
 
 TEST(FileNames, AreExecutableByTheirExtension) {
     const struct {
         const char *name, *extensions;
         bool executable;
-    } cases[] = {{"ug.exe", "", true},     {"UG.Cmd", "", true},
-                 {"ug.py", "", false},     {"ug.py", ".EXE;.PY", true},
-                 {"ug.exe", ".PY", false}, {"ug.exe. .", "", true},
-                 {"ug.txt.", "", false},   {"ug.txt. ", ".;.EXE", false},
-                 {"ug", ";.EXE", false},   {"exe", "", false},
-                 {".exe", "", true},       {"a.exe/b", "", false},
-                 {"a.exe\\b", "", false},  {"...", ".EXE", false},
-                 {"ug.bat.txt", "", false}};
+    } cases[] = {{"UG.Cmd", "", true},          {"ug.py", "", false},   {"ug.py", ".EXE;.PY", true},
+                 {"ug.exe", ".PY", false},      {"ug", ";.EXE", false}, {"ug.exe. .", "", true},
+                 {"ug.txt. ", ".;.EXE", false}, {"exe", "", false},     {".exe", "", true},
+                 {"a.exe\\b", "", false},       {"...", ".EXE", false}, {"ug.bat.txt", "", false}};
     for (const auto& [name, extensions, executable] : cases) {
         EXPECT_EQ(FileManager::hasExecutableExtension(name, extensions), executable)
             << name << ' ' << extensions;
@@ -258,67 +240,16 @@ TEST(FileNames, AreExecutableByTheirExtension) {
     EXPECT_EQ(FileManager::nativeText("a/b\\c//d"), "a\\b\\c\\\\d");
 }
 
-std::string toUtf8(const std::u16string& units) {
-    std::string result;
-    for (const char16_t* next = units.data(); next != units.data() + units.size();) {
-        char bytes[4];
-        const char32_t character = Base::Platform::takeUtf16(next, units.data() + units.size());
-        result.append(bytes, Base::Platform::putUtf8(character, bytes));
-    }
-    return result;
-}
-
-bool toUtf16(const std::string& text, std::u16string& units) {
-    for (const char* next = text.data(); next != text.data() + text.size();) {
-        const char32_t character = Base::Platform::takeUtf8(next, text.data() + text.size());
-        if (character == Base::Platform::badCharacter) {
-            return false;
-        }
-        char16_t pair[2];
-        units.append(pair, Base::Platform::putUtf16(character, pair));
-    }
-    return true;
-}
-
-TEST(Utf16, EverySequenceOfUnitsComesBack) {
-    EXPECT_EQ(toUtf8(u"aü€😀"), "aü€😀");
-    EXPECT_EQ(toUtf8({u'x', 0xD83D}), "x\xED\xA0\xBD");
-    const std::u16string units = {0,      0x7F,   0x80,   0x7FF,  0x800,  0xD7FF,
-                                  0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0xE000, 0xFFFF};
-    for (const char16_t first : units) {
-        for (const char16_t second : units) {
-            for (const char16_t third : units) {
-                const std::u16string text = {first, second, third};
-                std::u16string back;
-                EXPECT_TRUE(toUtf16(toUtf8(text), back));
-                EXPECT_EQ(back, text);
-            }
-        }
-    }
-    for (const char* bad :
-         {"\x80", "\xC3", "\xC3x", "\xC0\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xE2\x82", "\xF0\x8F\xBF\xBF",
-          "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80", "\xFF", "\xED\xA0\xBD\xED\xB8\x80"}) {
-        std::u16string ignored;
-        EXPECT_FALSE(toUtf16(bad, ignored)) << testing::PrintToString(bad);
-    }
-}
-
 #if defined(_WIN32)
-
-HANDLE hold(const fs::path& file) {
-    const HANDLE held = ::CreateFileW(file.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    EXPECT_NE(held, INVALID_HANDLE_VALUE);
-    return held;
-}
 
 TEST_F(FileManagerTest, AFileThatSomebodyHoldsStaysWhole) {
     const fs::path file = make("a.dat", "old");
-    const HANDLE held = hold(file);
+    auto held = std::make_unique<Support::Unreadable>(file);
     EXPECT_FALSE(FileManager::isReadable(file));
     expectRefusal(file);
     std::future<std::string> content = std::async(std::launch::async, [&] { return readFile(file); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    ::CloseHandle(held);
+    EXPECT_EQ(content.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
+    held.reset();
     EXPECT_EQ(content.get(), "old");
     FileManager::setPermissions(file, 0444);
     expectRefusal(file);
@@ -327,17 +258,18 @@ TEST_F(FileManagerTest, AFileThatSomebodyHoldsStaysWhole) {
 
 TEST_F(FileManagerTest, WaitsForTheHolderAndSurvivesTheLossOfItsTemporaryFile) {
     const fs::path file = make("a.dat", "old");
-    const HANDLE held = hold(file);
-    std::thread saver([&] { replaceFile(file, "new"); });
+    auto held = std::make_unique<Support::Unreadable>(file);
+    const std::future<void> saved = std::async(std::launch::async, [&] { replaceFile(file, "new"); });
     for (bool removed = false; !removed;) {
         for (const std::string& name : names()) {
-            removed = removed || (name != "a.dat" && ::DeleteFileW((folder / name).c_str()));
+            boost::system::error_code error;
+            removed = removed || (name != "a.dat" && fs::remove(folder / name, error));
         }
     }
-    ::CloseHandle(held);
-    saver.join();
+    held.reset();
+    saved.wait();
     EXPECT_EQ(readFile(file), "new");
-    EXPECT_EQ(names(), std::set<std::string>{"a.dat"});
+    EXPECT_EQ(names(), Names{"a.dat"});
 }
 
 TEST_F(FileManagerTest, RenamesAndRemovesOnceTheHolderLetsGo) {
@@ -353,7 +285,7 @@ TEST_F(FileManagerTest, RenamesAndRemovesOnceTheHolderLetsGo) {
     whileHeld(folder / "directory",
               [this] { FileManager::rename(folder / "directory", folder / "renamed"); });
     whileHeld(folder / "renamed/file", [this] { FileManager::removeAll(folder / "renamed"); });
-    EXPECT_EQ(names(), std::set<std::string>());
+    EXPECT_EQ(names(), Names());
 }
 
 TEST_F(FileManagerTest, ProgramsAreFilesWithTheRightExtension) {
@@ -361,18 +293,28 @@ TEST_F(FileManagerTest, ProgramsAreFilesWithTheRightExtension) {
     EXPECT_FALSE(FileManager::isExecutable(make("ug.dat", "")));
 }
 
-TEST(PathEncoding, NarrowPathsAreUtf8) {
+TEST(PathEncoding, NarrowTextsAreUtf8AndEverySequenceOfUnitsComesBack) {
+    using Base::Platform::narrow;
+    using Base::Platform::wide;
     EXPECT_EQ(fs::path("a ü€😀").native(), L"a ü€😀");
     EXPECT_EQ(fs::path(L"x\xD83D").string(), "x\xED\xA0\xBD");
     EXPECT_EQ(fs::path(L"a ü€😀\\b").filename().string(), "b");
-    EXPECT_THROW(fs::path("\xFF"), boost::system::system_error);
-    EXPECT_THROW(fs::path("ab\xC3"), boost::system::system_error);
-    EXPECT_EQ(Base::Platform::narrow(Base::Platform::wide("a ü€😀")), "a ü€😀");
-    try {
-        Base::Platform::wide("a\xFF");
-        ADD_FAILURE();
-    } catch (const Base::BaseException& failure) {
-        EXPECT_NE(std::string(failure.what()).find("a\\xFF"), std::string::npos) << failure.what();
+    const std::wstring units = {0x7F,   0x80,   0x7FF,  0x800,  0xD7FF, 0xD800,
+                                0xDBFF, 0xDC00, 0xDFFF, 0xE000, 0xFFFF};
+    for (const wchar_t first : units) {
+        for (const wchar_t second : units) {
+            for (const wchar_t third : units) {
+                const std::wstring text = {first, second, third};
+                EXPECT_EQ(wide(narrow(text)), text);
+                EXPECT_EQ(fs::path(fs::path(text).string()).native(), text);
+            }
+        }
+    }
+    for (const char* bad :
+         {"\x80", "\xC3", "\xC3x", "\xC0\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xE2\x82", "\xF0\x8F\xBF\xBF",
+          "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80", "\xFF", "\xED\xA0\xBD\xED\xB8\x80", "ab\xC3"}) {
+        EXPECT_THROW(wide(bad), Base::BaseException) << testing::PrintToString(bad);
+        EXPECT_THROW(fs::path{bad}, boost::system::system_error) << testing::PrintToString(bad);
     }
 }
 
@@ -408,22 +350,18 @@ TEST_F(FileManagerTest, RespectsAndKeepsTheRightsOfFiles) {
         FileManager::setPermissions(folder, 0777);
         FileManager::setPermissions(file, 0666);
         EXPECT_EQ(readFile(file), "newer");
-        EXPECT_EQ(names(), std::set<std::string>{"a.dat"});
+        EXPECT_EQ(names(), Names{"a.dat"});
     }
 }
 
 TEST_F(FileManagerTest, AFullDiskLeavesTheOldFileAndTheNoteOfItsDamage) {
     const fs::path file = make("a.dat", "old");
     const fs::path copy = make("a.dat.damaged", "old");
-    rlimit before{};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
-    const rlimit small{1000, before.rlim_max};
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
     FileManager::noteDamaged(file);
-    expectRefusal(file, std::string(100'000, 'x'));
-    ::setrlimit(RLIMIT_FSIZE, &before);
-    std::signal(SIGXFSZ, handler);
+    {
+        const Support::FullDisk full(file);
+        expectRefusal(file, std::string(100'000, 'x'));
+    }
     EXPECT_EQ(readFile(file), "old");
     fs::remove(copy);
     replaceFile(file, "new");
