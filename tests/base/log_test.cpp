@@ -1,8 +1,6 @@
 #include <cstdlib>
 #include <string>
 
-#include <boost/filesystem/operations.hpp>
-
 #include "base/BaseKit.h"
 #include "base/Environment.h"
 #include "base/FileManager.h"
@@ -10,6 +8,7 @@
 #include "base/log/LoggerStream.h"
 
 #include "gtest/gtest.h"
+#include "tests/support/ScratchSupport.h"
 
 namespace {
 
@@ -28,21 +27,15 @@ struct Answers : Base::InitializeDelegate {
 
 class LogTest : public testing::Test {
   protected:
-    LogTest() : folder(fs::temp_directory_path() / fs::unique_path("kym log ü %%%%-%%%%-%%%%")) {
-        fs::create_directory(folder);
-    }
-    ~LogTest() override {
-        Base::BaseKit::initialize(std::make_unique<Answers>("", "").get());  // closes the file
-        fs::remove_all(folder);
-    }
+    ~LogTest() override { configure("", ""); }  // closes the file
 
-    void configure(const std::string& loggers) const {
+    static void configure(const std::string& loggers, const fs::path& file) {
         const Answers answers(loggers, file);
         Base::BaseKit::initialize(&answers);
     }
 
-    const fs::path folder;
-    const fs::path file = folder / "trace é.log";
+    const Support::Scratch scratch;
+    const fs::path file = scratch / "trace é.log";
 };
 
 struct Costly {
@@ -54,7 +47,7 @@ struct Costly {
 
 TEST_F(LogTest, OnlyLoggersThatAreNamedWriteAndTheyWriteWhole) {
     const Logger info("kym.info");
-    configure(" kym.info , kym.other");
+    configure(" kym.info , kym.other", file);
     const Logger verbose("kym.verbose");
     int formatted = 0;
     {
@@ -64,34 +57,30 @@ TEST_F(LogTest, OnlyLoggersThatAreNamedWriteAndTheyWriteWhole) {
         LoggerStream outer(info);
         ASSERT_TRUE(outer);
         outer << "  outer " << 1 << std::endl;
-        {
-            LoggerStream inner(info);
-            inner << "inner" << std::endl;
-        }
+        LoggerStream(info) << "inner" << std::endl;
         EXPECT_EQ(Base::FileManager::readFile(file), "inner\n");
         outer << "tail" << std::endl;
     }
     EXPECT_EQ(formatted, 0);
-    configure("kym");
+    configure("kym", file);
     EXPECT_FALSE(info.isOn());
-    configure("all");
-    EXPECT_TRUE(info.isOn());
+    configure("all", file);
     LoggerStream(verbose) << "appended" << std::endl;
     EXPECT_EQ(Base::FileManager::readFile(file), "inner\n  outer 1\ntail\nappended\n");
 }
 
 TEST_F(LogTest, AnUnusableLogFileIsToldOnceAndStandardErrorIsUsed) {
     testing::internal::CaptureStderr();
-    const Answers answers("all", folder / "missing" / "trace.log");
-    Base::BaseKit::initialize(&answers);
+    const fs::path missing = scratch / "missing" / "trace.log";
+    configure("all", missing);
     LoggerStream(Logger("kym.info")) << "still here" << std::endl;
     const std::string written = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(written.find("Cannot open the log file " + answers.file), 0U) << written;
+    EXPECT_EQ(written.find("Cannot open the log file " + missing.string()), 0U) << written;
     EXPECT_EQ(written.substr(written.find('\n') + 1), "still here\n");
 }
 
 TEST_F(LogTest, AFailedAssertionIsOneLine) {
-    configure("base.assert");
+    configure("base.assert", file);
     Base::smart_assert("index < mList->size()", 300, "/home/me/kym/List.cpp", 12, "at")
         .value("index", 7)
         .value("size", 3)

@@ -27,20 +27,18 @@ namespace {
 namespace fs = boost::filesystem;
 using Strings = std::vector<std::string>;
 
-std::string failureOf(Base::Task& task) {
+std::string failureOf(const fs::path& program, const fs::path& directory = {},
+                      const Strings& arguments = {}) {
+    Base::Task task;
+    task.setLaunchPath(program);
+    task.setCurrentDirectoryPath(directory);
+    task.setArguments(arguments);
     try {
         task.launch();
     } catch (const Base::TaskError& error) {
         return error.what();
     }
     return "no failure";
-}
-
-std::string failureOf(const fs::path& program, const fs::path& directory = {}) {
-    Base::Task task;
-    task.setLaunchPath(program);
-    task.setCurrentDirectoryPath(directory);
-    return failureOf(task);
 }
 
 std::string failedStart(const fs::path& program) {
@@ -51,8 +49,7 @@ TEST(Task, SaysWhyItCannotStart) {
     const Support::Scratch scratch;
     const fs::path file = scratch.write("text.txt", "no program");
     const std::string directory = "the working directory ";
-    Base::Task unset;
-    EXPECT_NE(failureOf(unset).find("No program"), std::string::npos);
+    EXPECT_EQ(failureOf(""), "No program was named to be started.");
     EXPECT_EQ(
         failureOf(file, scratch / "gone"),
         failedStart(file) + directory + Base::FileManager::native(scratch / "gone") + " does not exist");
@@ -106,75 +103,53 @@ std::size_t startCount() {
     return count.empty() ? 100 : std::stoul(count);
 }
 
-class RandomStartTest : public StartTest {
-  protected:
-    static constexpr std::size_t together = 10;
-
-    std::size_t below(std::size_t end) { return static_cast<std::size_t>(mRandom() % end); }
-
-    // Short or, now and then, as long as can be.
-    std::string text(const Strings& pieces) {
-        std::string text;
-        for (std::size_t i = below(8); i > 0; --i) {
-            text += pieces[below(pieces.size())];
-        }
-        return below(2000) == 0 ? text + std::string(31000, 'x') + text : text;
-    }
-
-    fs::path reportOf(std::size_t number) const { return scratch / ("report" + std::to_string(number)); }
-
-    void start(std::size_t number, const Strings& arguments) {
-        environment["KYM_TEST_REPORT"] = reportOf(number).string();
-        StartTest::start(Support::childProgram(), arguments);
-    }
-
-  private:
-    std::mt19937 mRandom{11};
-};
-
-TEST_F(RandomStartTest, EveryArgumentArrivesByteForByte) {
-    const Strings pieces = {"a",  " ", "\t", "\"", "\\", "\\\"", "%", "&", "\xC3\xA4", "\xF0\x9F\x98\x80",
-                            "\n", "^", "*"};
-    for (std::size_t done = 0; done < startCount(); done += together) {
-        std::vector<Strings> lists(together);
-        for (std::size_t number = 0; number < together; ++number) {
-            std::size_t size = 0;
-            for (std::size_t i = below(60); i > 0 && size < 500; --i) {
-                size += lists[number].emplace_back(text(pieces)).size();
-            }
-            start(number, lists[number]);
-        }
-        for (std::size_t number = 0; number < together; ++number) {
-            const Support::ChildReport got = Support::awaitReport(reportOf(number));
-            ASSERT_EQ(got.arguments, lists[number]);
-            ASSERT_EQ(got.words, lists[number]);
-        }
-    }
-}
-
-TEST_F(RandomStartTest, EveryEnvironmentArrivesByteForByte) {
+TEST_F(StartTest, RandomArgumentsAndEnvironmentsArriveByteForByte) {
+    const Strings inArguments = {
+        "a", " ", "\t", "\"", "\\", "\\\"", "%", "&", "\xC3\xA4", "\xF0\x9F\x98\x80", "\n", "^", "*"};
     const Strings inNames = {"a", "A", "_", " ", "(", "%", ".", "\xC3\xA4", "\xE2\x82\xAC", "\t", "\""};
     const Strings inValues = {"a",  "=",  ";", "%", "\"",       "\\",
                               "\n", "\r", "$", " ", "\xC3\xA4", "\xF0\x9F\x98\x80"};
+    std::mt19937 random(11);
+    const auto below = [&random](std::size_t end) { return static_cast<std::size_t>(random() % end); };
+    const auto text = [&below](const Strings& pieces) {
+        std::string made;
+        for (std::size_t i = below(8); i > 0; --i) {
+            made += pieces[below(pieces.size())];
+        }
+        return below(2000) == 0 ? made + std::string(31000, 'x') + made : made;  // as long as can be
+    };
     const auto own = environment;
-    for (std::size_t done = 0; done < startCount() / 10; done += together) {
-        std::vector<Strings> expected(together);
-        for (std::size_t number = 0; number < together; ++number) {
+    constexpr std::size_t together = 10;
+    for (std::size_t done = 0; done < startCount(); done += together) {
+        struct {
+            fs::path report;
+            Strings arguments, environment;
+        } starts[together];
+        int number = 0;
+        for (auto& [file, arguments, variables] : starts) {
+            file = scratch / ("report" + std::to_string(number++));
+            std::size_t size = 0;
+            for (std::size_t i = below(60); i > 0 && size < 500; --i) {
+                size += arguments.emplace_back(text(inArguments)).size();
+            }
             environment = own;
+            environment["KYM_TEST_REPORT"] = file.string();
             for (std::size_t i = below(100); i > 0; --i) {
                 environment["v" + std::to_string(i) + text(inNames).substr(0, 100)] = text(inValues);
             }
-            start(number, {});
             for (const auto& [name, value] : environment) {
-                expected[number].push_back(name + '=' + value);
+                variables.push_back(name + '=' + value);
             }
+            start(Support::childProgram(), arguments);
         }
-        for (std::size_t number = 0; number < together; ++number) {
-            std::erase(expected[number], "SystemRoot=C:\\windows");  // which the report leaves out
-            Strings got = Support::awaitReport(reportOf(number)).environment;
-            std::sort(got.begin(), got.end());
-            std::sort(expected[number].begin(), expected[number].end());
-            ASSERT_EQ(got, expected[number]);
+        for (auto& [file, arguments, variables] : starts) {
+            Support::ChildReport got = Support::awaitReport(file);
+            ASSERT_EQ(got.arguments, arguments);
+            ASSERT_EQ(got.words, arguments);
+            std::erase(variables, "SystemRoot=C:\\windows");  // which the report leaves out
+            std::sort(got.environment.begin(), got.environment.end());
+            std::sort(variables.begin(), variables.end());
+            ASSERT_EQ(got.environment, variables);
         }
     }
 }
@@ -216,13 +191,9 @@ TEST_F(StartTest, BatchFilesGetTheirArgumentsAndNothingElseRuns) {
     }
     EXPECT_FALSE(fs::exists(scratch / "marker"));
 
-    Base::Task task;
-    task.setLaunchPath(plain.string() + "::$DATA");
-    EXPECT_NE(failureOf(task), "no failure");
-    task.setLaunchPath(plain);
-    task.setArguments({"a\nb"});
+    EXPECT_NE(failureOf(plain.string() + "::$DATA"), "no failure");
     EXPECT_EQ(
-        failureOf(task),
+        failureOf(plain, {}, {"a\nb"}),
         failedStart(plain) +
             "The argument \"a\\x0Ab\" cannot be passed to a program: a batch file cannot get a line break.");
 
@@ -271,9 +242,8 @@ TEST_F(StartTest, TheInterpreterExpandsNothing) {
 }
 
 TEST_F(StartTest, GivesTheReasonOfTheSystem) {
-    const fs::path text = scratch.write("text.exe", "no program");
-    for (const auto& [program, number] : std::vector<std::pair<fs::path, std::string> >{
-             {scratch / "gone.exe", "(error 2)"}, {text, "(error 193)"}}) {
+    for (const auto& [program, number] :
+         {std::pair(scratch / "gone.exe", "(error 2)"), {scratch.write("text.exe", "no"), "(error 193)"}}) {
         const std::string message = failureOf(program);
         EXPECT_EQ(message.find(failedStart(program)), 0U) << message;
         EXPECT_NE(message.find(number), std::string::npos) << message;
