@@ -16,9 +16,7 @@ constexpr std::size_t kLargestNumberOfThreads = 8;
 
 void parallelLoop(std::size_t count, const std::function<void(std::size_t)>& action) {
     const std::size_t threads =
-        count < kParallelCount
-            ? 1
-            : std::min<std::size_t>(std::thread::hardware_concurrency(), kLargestNumberOfThreads);
+        std::min<std::size_t>({std::thread::hardware_concurrency(), kLargestNumberOfThreads, count});
     std::atomic<std::size_t> next = 0;
     const auto work = [&] {
         for (std::size_t number = next++; number < count; number = next++) {

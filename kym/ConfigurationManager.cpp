@@ -27,6 +27,7 @@ namespace {
 constexpr const char* kFile = "ConfigurationManager";
 constexpr const char* kNewName = "change_me";
 constexpr unsigned kDirectoryPermissions = 0775;
+constexpr std::size_t kEntriesForThreads = 64;  // for less, threads cost more than they save
 
 std::string alreadyExists(const boost::filesystem::path& directory) {
     return "Directory " + Base::FileManager::native(directory) + " already exists.";
@@ -102,9 +103,9 @@ void ConfigurationManager::initialize() {
     const std::vector<boost::filesystem::path> entries = entriesInNameOrder(departments);
     mConfigurations.clear();
     mConfigurations.reserve(entries.size());
-    // On a network share, most of the time is waiting; on a disk, half of it is parsing. What is logged keeps
-    // its order, so that each line stands where the department's others stand.
-    const bool inTurn = infoLogger().isOn() || verboseLogger().isOn();
+    // On a network share, most of the time is waiting; on a disk, half of it is parsing: several threads do
+    // it. What is logged keeps its order, so that each line stands where the department's others stand.
+    const bool inTurn = entries.size() < kEntriesForThreads || infoLogger().isOn() || verboseLogger().isOn();
     std::vector<Found> found(entries.size());
     if (!inTurn) {
         PluginsManagement();  // made by one thread: the settings of every department ask for it
