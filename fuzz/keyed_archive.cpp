@@ -39,8 +39,7 @@ struct Settings {
                      [&](const char* key, auto& records) { Kym::decodeMember(unarchiver, key, records); });
     }
 
-    explicit Settings(Fuzz::Source& source) {
-        text = source.text();
+    explicit Settings(Fuzz::Source& source) : text(source.text()) {
         flag = source.byte() % 2 == 0;
         number = static_cast<int>(source.number() >> (source.byte() % 64));
         while (!source.isEmpty()) {

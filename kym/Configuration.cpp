@@ -233,7 +233,7 @@ void Configuration::saveProperties() {
 }
 
 void Configuration::createNXVersionDirectory() {
-    SystemInfo& info = SystemInformation();
+    const SystemInfo& info = SystemInformation();
     const auto archive = info.installPath() / "data" / "install" / info.CadVersionDataFilename;
     if (!Base::FileManager::exists(archive)) {
         throw std::runtime_error("Data file " + Base::FileManager::native(archive) + " was not found.");

@@ -163,16 +163,13 @@ std::vector<std::string> splitArguments(std::string_view text) {
             ++position;
             continue;
         }
-        std::size_t end = position;
-        if (text[position] == '"' && lastQuote > position) {
-            end = lastQuote + 1;
-        } else {
-            while (end < text.size() && !isSpace(text[end])) {
-                ++end;
-            }
-        }
-        arguments.emplace_back(text.substr(position, end - position));
-        position = end;
+        const std::string_view rest = text.substr(position);
+        const std::size_t length =
+            rest.front() == '"' && lastQuote > position
+                ? lastQuote + 1 - position
+                : static_cast<std::size_t>(std::find_if(rest.begin(), rest.end(), isSpace) - rest.begin());
+        arguments.emplace_back(rest.substr(0, length));
+        position += length;
     }
     return arguments;
 }

@@ -81,7 +81,7 @@ bool areValid(const Fields& fields) {
 std::int64_t dayNumber(const Time& time) {
     const bool beforeMarch = time.month < 3;
     const std::int64_t month = beforeMarch ? time.month + 9 : time.month - 3;
-    const std::int64_t year = beforeMarch ? std::int64_t{time.year} - 1 : std::int64_t{time.year};
+    const std::int64_t year = std::int64_t{time.year} - (beforeMarch ? 1 : 0);
     return time.day + (153 * month + 2) / 5 + 1721119 + 1461 * (year % 100) / 4 + 146097 * (year / 100) / 4;
 }
 

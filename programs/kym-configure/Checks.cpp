@@ -91,7 +91,7 @@ void checkDisabledPlugins(Site& site, const Layer& layer, Findings& findings) {
 }
 
 void checkDepartment(Site& site, const Layer& layer, Findings& findings) {
-    Kym::Configuration& department = *layer.department;
+    const Kym::Configuration& department = *layer.department;
     const std::string file = nativeText(department.propertyFile());
     const std::string name = department.name();
     if (name.find_first_of(" \t\n\v\f\r") != std::string::npos) {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <charconv>
 #include <functional>
+#include <numeric>
 #include <stdexcept>
 
 #include <boost/algorithm/string/join.hpp>
@@ -327,10 +328,8 @@ class LayerReader {
     }
 
     static void clear(Base::DataSourceInterface& source) {
-        std::vector<int> rows;
-        for (int row = 0; row < source.numberOfRowsInList(); ++row) {
-            rows.push_back(row);
-        }
+        std::vector<int> rows(static_cast<std::size_t>(source.numberOfRowsInList()));
+        std::iota(rows.begin(), rows.end(), 0);
         source.deleteRows(rows);
     }
 

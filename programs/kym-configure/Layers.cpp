@@ -122,7 +122,7 @@ Layer Site::base() {
 }
 
 Layer Site::site() {
-    Kym::SystemInfo& system = Kym::SystemInformation();
+    const Kym::SystemInfo& system = Kym::SystemInformation();
     Kym::SiteSettings& site = Kym::SiteInformation();
     Layer result;
     result.path = "site";

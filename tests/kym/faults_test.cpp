@@ -215,6 +215,7 @@ TEST_P(FaultsOf, WhoLoadsWhileOthersSaveSeesOneOfTheirFilesAndNothingIsLost) {
 
 TEST_F(Faults, AKilledPreparationLeavesNoVersionDirectory) {
     std::vector<Support::TarEntry> entries;
+    entries.reserve(200);
     for (int file = 0; file < 200; ++file) {
         entries.push_back({"lib/" + std::to_string(file), Support::noise(2000)});
     }

@@ -64,7 +64,6 @@ class PreferencesTest : public Support::SiteTest {
 };
 
 TEST_F(PreferencesTest, TheFirstOfEightFilesThatHasAKeySuppliesIt) {
-    Strings expected;
     std::vector<fs::path> files;
     for (const fs::path& directory :
          {user(), department("design $b"), department("shared"), site.installation() / "preferences"}) {

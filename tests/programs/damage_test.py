@@ -5,8 +5,8 @@ damage_test.py FOLDER-OF-PROGRAMS SUFFIX [EMULATOR...]
 
 SUFFIX is that of an executable; EMULATOR runs a Windows program where the system cannot. Every byte is changed in one
 of eight ways, or in KYM_TEST_CHANGES of them (1, 2, 4 or 8). Windows takes long to make so many files: there, unless
-KYM_TEST_CHANGES is set, only every eighth byte has its turn. Fails when a load crashes or takes five seconds, and when a
-process needs 64 MiB more than before the first load.
+KYM_TEST_CHANGES is set, only every eighth byte has its turn; KYM_TEST_STRIDE says otherwise. Fails when a load crashes or
+takes five seconds, and when a process needs 64 MiB more than before the first load.
 """
 import os
 import pathlib
@@ -20,7 +20,7 @@ SUFFIX = sys.argv[2]
 EMULATOR = sys.argv[3:]
 CHANGES = os.environ.get("KYM_TEST_CHANGES")
 STEP = 8 // int(CHANGES or 1)
-STRIDE = 8 if SUFFIX == ".exe" and not CHANGES else 1
+STRIDE = int(os.environ.get("KYM_TEST_STRIDE") or (8 if SUFFIX == ".exe" and not CHANGES else 1))
 KINDS = {"baseSettings.dat": "base", "sysinfo.dat": "system", "settings.dat": "plugin", "configSettings.dat": "department",
          ".dirinfo.plist": "properties", "global.plist": "preferences"}
 
