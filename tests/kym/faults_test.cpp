@@ -61,7 +61,7 @@ class Faults : public Support::SiteTest {
 
 class FaultsOf : public Faults, public testing::WithParamInterface<std::string> {
   protected:
-    std::unique_ptr<Store> open() const { return Support::openStore(GetParam(), site.root()); }
+    Store open() const { return Support::openStore(GetParam(), site.root()); }
 
     // Starts the program that saves; it tells its progress in a file.
     std::unique_ptr<Process> save(int count, const fs::path& progress) const {
@@ -75,92 +75,92 @@ INSTANTIATE_TEST_SUITE_P(EachFile, FaultsOf, testing::ValuesIn(Support::storeKin
                          [](const auto& kind) { return kind.param; });
 
 TEST_P(FaultsOf, WhatOthersWroteIsReplacedOnlyWhenToldTo) {
-    const auto store = open();
-    store->edit(1);
-    store->save();
-    const std::string first = Support::contentOf(store->file());
-    const std::set<std::string> names = namesBeside(store->file());
+    const Store store = open();
+    store.edit(1);
+    store.save();
+    const std::string first = Support::contentOf(store.file);
+    const std::set<std::string> names = namesBeside(store.file);
     const auto writtenByOthers = [&](const std::string& content) {
-        fs::remove(store->file());
-        std::ofstream(store->file().c_str(), std::ios::binary) << content;
+        fs::remove(store.file);
+        std::ofstream(store.file.c_str(), std::ios::binary) << content;
     };
     const auto expectRefusalOver = [&](const std::string& content) {
         writtenByOthers(content);
         try {
-            store->save();
+            store.save();
             ADD_FAILURE() << "the work of others is gone";
         } catch (const Base::FileChanged& changed) {
-            EXPECT_EQ(changed.file(), store->file());
-            EXPECT_EQ(std::string(changed.what()).find(Base::FileManager::native(store->file())), 0U);
+            EXPECT_EQ(changed.file(), store.file);
+            EXPECT_EQ(std::string(changed.what()).find(Base::FileManager::native(store.file)), 0U);
         }
-        EXPECT_TRUE(store->needsSaving());
-        EXPECT_EQ(Support::contentOf(store->file()), content);
+        EXPECT_TRUE(store.needsSaving());
+        EXPECT_EQ(Support::contentOf(store.file), content);
     };
-    store->edit(2);
+    store.edit(2);
     expectRefusalOver(first + "\n<!-- of others -->\n");
-    Base::saveOverChanges(store->file());
+    Base::saveOverChanges(store.file);
     expectRefusalOver(first + "\n<!-- changed once more -->\n");
-    Base::saveOverChanges(store->file());
-    store->save();
-    EXPECT_FALSE(store->needsSaving());
-    EXPECT_EQ(open()->generation(), 2);
+    Base::saveOverChanges(store.file);
+    store.save();
+    EXPECT_FALSE(store.needsSaving());
+    EXPECT_EQ(open().generation(), 2);
 
-    store->edit(3);
+    store.edit(3);
     expectRefusalOver(first);
-    store->load();
-    EXPECT_EQ(store->generation(), 1);
-    store->edit(4);
-    store->save();
-    EXPECT_EQ(open()->generation(), 4) << "loaded again";
+    store.load();
+    EXPECT_EQ(store.generation(), 1);
+    store.edit(4);
+    store.save();
+    EXPECT_EQ(open().generation(), 4) << "loaded again";
 
-    const auto beside = open();  // another object of this process
-    beside->edit(5);
-    beside->save();
-    store->edit(6);
-    store->save();
-    writtenByOthers(Support::contentOf(store->file()));
-    store->edit(7);
-    store->save();
-    fs::remove(store->file());
-    store->edit(8);
-    store->save();
-    EXPECT_EQ(open()->generation(), 8);
-    EXPECT_EQ(namesBeside(store->file()), names);
+    const Store beside = open();  // another object of this process
+    beside.edit(5);
+    beside.save();
+    store.edit(6);
+    store.save();
+    writtenByOthers(Support::contentOf(store.file));
+    store.edit(7);
+    store.save();
+    fs::remove(store.file);
+    store.edit(8);
+    store.save();
+    EXPECT_EQ(open().generation(), 8);
+    EXPECT_EQ(namesBeside(store.file), names);
 }
 
 TEST_P(FaultsOf, ASaveThatFailsLeavesEverythingAsItWas) {
-    const auto store = open();
-    store->edit(1);
-    store->save();
-    const std::string before = Support::contentOf(store->file());
-    const std::set<std::string> names = namesBeside(store->file());
-    store->edit(2);
+    const Store store = open();
+    store.edit(1);
+    store.save();
+    const std::string before = Support::contentOf(store.file);
+    const std::set<std::string> names = namesBeside(store.file);
+    store.edit(2);
     const auto expectFailure = [&] {
-        const std::string message = Support::messageOf([&] { store->save(); });
-        EXPECT_NE(message.find(store->file().filename().string()), std::string::npos) << message;
-        EXPECT_TRUE(store->needsSaving());
+        const std::string message = Support::messageOf([&] { store.save(); });
+        EXPECT_NE(message.find(store.file.filename().string()), std::string::npos) << message;
+        EXPECT_TRUE(store.needsSaving());
     };
     {
-        const Support::FullDisk full(store->file());
+        const Support::FullDisk full(store.file);
         expectFailure();
     }
     if (!Support::onWindows) {  // where the right to a directory is not told by its mode
-        const Support::Held readOnly(store->file());
+        const Support::Held readOnly(store.file);
         const Support::Unprivileged somebody;
         expectFailure();
     }
-    EXPECT_EQ(Support::contentOf(store->file()), before);
-    EXPECT_EQ(namesBeside(store->file()), names);
-    store->save();
-    EXPECT_FALSE(store->needsSaving());
-    EXPECT_EQ(open()->generation(), 2);
+    EXPECT_EQ(Support::contentOf(store.file), before);
+    EXPECT_EQ(namesBeside(store.file), names);
+    store.save();
+    EXPECT_FALSE(store.needsSaving());
+    EXPECT_EQ(open().generation(), 2);
 }
 
 TEST_P(FaultsOf, AKilledSaveLeavesTheOldFileOrTheNewOne) {
     const fs::path progress = site.makeFile("progress");
     const auto saved = [&] { return static_cast<int>(fs::file_size(progress)); };
     const int count = saveCount(15);
-    const auto store = open();
+    const Store store = open();
     int kills = 0, unfinished = 0, leftovers = 0;
     for (; saved() < count; ++kills) {
         const int before = saved();
@@ -173,27 +173,27 @@ TEST_P(FaultsOf, AKilledSaveLeavesTheOldFileOrTheNewOne) {
         pause(0.01);
         process.reset();
         const int done = saved();
-        leftovers += namesBeside(store->file()).size() > 1;
-        store->load();
-        const int generation = store->generation();
+        leftovers += namesBeside(store.file).size() > 1;
+        store.load();
+        const int generation = store.generation();
         ASSERT_TRUE(generation == done || generation == done + 1) << generation << " after " << done;
         unfinished += generation - done;
         fs::resize_file(progress, static_cast<std::uintmax_t>(generation));
     }
     std::cout << GetParam() << ": " << saved() << " saves, " << kills << " kills, " << leftovers
               << " left a temporary file, " << unfinished << " after the new file stood\n";
-    store->edit(saved() + 1);
-    store->save();
-    for (const std::string& name : namesBeside(store->file())) {
+    store.edit(saved() + 1);
+    store.save();
+    for (const std::string& name : namesBeside(store.file)) {
         EXPECT_FALSE(name.ends_with(".kymtmp")) << name;
     }
 }
 
 TEST_P(FaultsOf, WhoLoadsWhileOthersSaveSeesOneOfTheirFilesAndNothingIsLost) {
     const int count = saveCount(20);
-    const auto store = open();
-    store->edit(1);
-    store->save();
+    const Store store = open();
+    store.edit(1);
+    store.save();
     std::vector<std::future<int>> savers;
     for (const char* progress : {"one", "other"}) {
         savers.push_back(std::async(std::launch::async, [this, count, progress] {
@@ -203,13 +203,13 @@ TEST_P(FaultsOf, WhoLoadsWhileOthersSaveSeesOneOfTheirFilesAndNothingIsLost) {
     int loads = 0, last = 1;
     for (std::future<int>& saver : savers) {
         for (; saver.wait_for(std::chrono::seconds(0)) != std::future_status::ready; ++loads) {
-            const int generation = open()->generation();
+            const int generation = open().generation();
             ASSERT_GE(generation, last);
             last = generation;
         }
         EXPECT_EQ(saver.get(), 0);
     }
-    EXPECT_EQ(open()->generation(), 1 + 2 * count);
+    EXPECT_EQ(open().generation(), 1 + 2 * count);
     std::cout << GetParam() << ": " << 2 * count << " saves by two processes, " << loads << " loads\n";
 }
 

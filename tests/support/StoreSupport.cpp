@@ -2,9 +2,9 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <memory>
 #include <sstream>
 #include <stdexcept>
-#include <type_traits>
 
 #include <boost/filesystem/operations.hpp>
 
@@ -30,120 +30,104 @@ std::string textOf(int generation) {
     return text;
 }
 
-// A store that has variables.
+// The store that an object keeps, except for its text.
+template <typename Object>
+Store storeOf(const fs::path& file, const std::shared_ptr<Object>& object) {
+    return {file,
+            [object] { object->load(); },
+            [object] { object->save(); },
+            [object] { return object->needsSaving(); },
+            {},
+            {}};
+}
+
+// Its text is the value of a variable.
 template <typename Settings>
-class VariableStore : public Store {
-  public:
-    template <typename... Arguments>
-    explicit VariableStore(const fs::path& file, const Arguments&... arguments)
-        : Store(file), mSettings(arguments...) {
-        if constexpr (std::is_same_v<Settings, Kym::ConfigurationSettings>) {
-            mSettings.setDataFile(file);
-            mSettings.load();
-        }
-    }
-
-    void load() override { mSettings.load(); }
-    void save() override { mSettings.save(); }
-    bool needsSaving() override { return mSettings.needsSaving(); }
-
-    void setText(const std::string& text) override {
-        if (table().numberOfRowsInList() == 0) {
-            table().insertRow(-1);
-        }
-        table().setValueForListColumnRow("Value", 0, text);
-    }
-    std::string text() override {
-        return table().numberOfRowsInList() == 0
+Store variableStore(const fs::path& file, const std::shared_ptr<Settings>& settings) {
+    Store store = storeOf(file, settings);
+    store.text = [settings]() -> std::string {
+        Kym::EnvVariableListSource& table = *settings->winVariables();
+        return table.numberOfRowsInList() == 0
                    ? ""
-                   : boost::any_cast<std::string>(table().valueForListColumnRow("Value", 0));
-    }
+                   : boost::any_cast<std::string>(table.valueForListColumnRow("Value", 0));
+    };
+    store.setText = [settings](const std::string& text) {
+        Kym::EnvVariableListSource& table = *settings->winVariables();
+        if (table.numberOfRowsInList() == 0) {
+            table.insertRow(-1);
+        }
+        table.setValueForListColumnRow("Value", 0, text);
+    };
+    return store;
+}
 
-  private:
-    Kym::EnvVariableListSource& table() { return *mSettings.winVariables(); }
+Store systemStore(const fs::path& file) {
+    const auto system = std::make_shared<Kym::SystemInfo>();
+    Store store = storeOf(file, system);
+    store.text = [system] { return system->BroadcastStartMessage; };
+    store.setText = [system](const std::string& text) {
+        system->BroadcastStartMessage = text;
+        system->settingsChanged();
+    };
+    return store;
+}
 
-    Settings mSettings;
-};
+Store propertiesStore(const fs::path& directory) {
+    const fs::path file = directory / ".dirinfo.plist";
+    const auto department = std::make_shared<Kym::Configuration>(directory, exists(file));
+    Store store = storeOf(file, department);
+    store.save = [department] {
+        department->save();
+        department->setNeedsSaving(false);
+    };
+    store.text = [department] { return department->description; };
+    store.setText = [department](const std::string& text) {
+        department->description = text;
+        department->setNeedsSaving(true);
+    };
+    return store;
+}
 
-class SystemStore : public Store {
-  public:
-    explicit SystemStore(const fs::path& file) : Store(file) {}
-
-    void load() override { mSystem.load(); }
-    void save() override { mSystem.save(); }
-    bool needsSaving() override { return mSystem.needsSaving(); }
-    void setText(const std::string& text) override {
-        mSystem.BroadcastStartMessage = text;
-        mSystem.settingsChanged();
-    }
-    std::string text() override { return mSystem.BroadcastStartMessage; }
-
-  private:
-    Kym::SystemInfo mSystem;
-};
-
-class PropertiesStore : public Store {
-  public:
-    explicit PropertiesStore(const fs::path& directory)
-        : Store(directory / ".dirinfo.plist"), mDepartment(directory, exists(file())) {}
-
-    void load() override { mDepartment.load(); }
-    void save() override {
-        mDepartment.save();
-        mDepartment.setNeedsSaving(false);
-    }
-    bool needsSaving() override { return mDepartment.needsSaving(); }
-    void setText(const std::string& text) override {
-        mDepartment.description = text;
-        mDepartment.setNeedsSaving(true);
-    }
-    std::string text() override { return mDepartment.description; }
-
-  private:
-    Kym::Configuration mDepartment;
-};
-
-class PreferencesStore : public Store {
-  public:
-    explicit PreferencesStore(const fs::path& directory)
-        : Store(directory / "global.plist"), mDirectory(directory.string()) {
-        load();
-    }
-
-    void load() override { mPreferences.addPath(mDirectory, true); }
-    void save() override {
+Store preferencesStore(const fs::path& directory) {
+    const fs::path file = directory / "global.plist";
+    const std::string folder = directory.string();
+    const auto preferences = std::make_shared<Kym::SystemPreferences>("cad");
+    const auto load = [=] { preferences->addPath(folder, true); };
+    load();
+    const auto save = [=] {
         std::ostringstream complaint;
         std::streambuf* const standardError = std::cerr.rdbuf(complaint.rdbuf());
-        mPreferences.Flush(mDirectory);
+        preferences->Flush(folder);
         std::cerr.rdbuf(standardError);
         if (complaint.str().find("somebody else has changed") != std::string::npos) {
-            throw Base::FileChanged(file());
+            throw Base::FileChanged(file);
         }
         if (!complaint.str().empty()) {
             throw std::runtime_error(complaint.str());
         }
-    }
-    bool needsSaving() override { return mPreferences.needsSaving(); }
-    void setText(const std::string& text) override {
-        mPreferences.SetPreference("some/text", boost::any(text), "global.plist", mDirectory);
-    }
-    std::string text() override {
-        const auto found = mPreferences.GetPreference("some/text", "global.plist", mDirectory);
+    };
+    const auto text = [=] {
+        const auto found = preferences->GetPreference("some/text", "global.plist", folder);
         return found ? boost::any_cast<std::string>(*found) : "";
-    }
+    };
+    const auto setText = [=](const std::string& value) {
+        preferences->SetPreference("some/text", boost::any(value), "global.plist", folder);
+    };
+    return {file, load, save, [=] { return preferences->needsSaving(); }, text, setText};
+}
 
-  private:
-    std::string mDirectory;
-    Kym::SystemPreferences mPreferences{"cad"};
-};
+fs::path made(const fs::path& directory) {
+    fs::create_directories(directory);
+    return directory;
+}
 
 }  // namespace
 
-void Store::edit(int generation) {
+void Store::edit(int generation) const {
     setText(textOf(generation));
 }
 
-int Store::generation() {
+int Store::generation() const {
     const std::string present = text();
     const int generation = std::atoi(present.c_str());
     if (generation != 0 && present != textOf(generation)) {
@@ -160,34 +144,32 @@ std::vector<std::string> storeKinds() {
     return {"base", "site", "system", "plugin", "department", "properties", "preferences"};
 }
 
-std::unique_ptr<Store> openStore(const std::string& kind, const fs::path& siteDirectory) {
+Store openStore(const std::string& kind, const fs::path& siteDirectory) {
     const fs::path installation = siteDirectory / "kym", departments = siteDirectory / "departments";
-    const auto made = [](const fs::path& directory) {
-        fs::create_directories(directory);
-        return directory;
-    };
     if (kind == "base") {
-        return std::make_unique<VariableStore<Kym::BaseSettings>>(made(installation / "config") /
-                                                                  "baseSettings.dat");
+        return variableStore(made(installation / "config") / "baseSettings.dat",
+                             std::make_shared<Kym::BaseSettings>());
     }
     if (kind == "site") {
-        return std::make_unique<VariableStore<Kym::SiteSettings>>(made(departments) / "site_settingsNx4.dat");
+        return variableStore(made(departments) / "site_settingsNx4.dat",
+                             std::make_shared<Kym::SiteSettings>());
     }
     if (kind == "system") {
-        return std::make_unique<SystemStore>(made(installation / "config") / "sysinfo.dat");
+        return systemStore(made(installation / "config") / "sysinfo.dat");
     }
     if (kind == "plugin") {
-        const fs::path directory = made(installation / "plugins" / "one");
-        return std::make_unique<VariableStore<Kym::PluginSettings>>(directory / "settings.dat", directory);
+        const fs::path directory = made(installation / "plugins/one");
+        return variableStore(directory / "settings.dat", std::make_shared<Kym::PluginSettings>(directory));
     }
     if (kind == "department") {
-        return std::make_unique<VariableStore<Kym::ConfigurationSettings>>(
-            made(departments / "cam" / "nx4" / "config") / "configSettings.dat");
+        const fs::path file = made(departments / "cam/nx4/config") / "configSettings.dat";
+        const auto settings = std::make_shared<Kym::ConfigurationSettings>();
+        settings->setDataFile(file);
+        settings->load();
+        return variableStore(file, settings);
     }
-    if (kind == "properties") {
-        return std::make_unique<PropertiesStore>(made(departments / "cam"));
-    }
-    return std::make_unique<PreferencesStore>(made(departments / "preferences"));
+    return kind == "properties" ? propertiesStore(made(departments / "cam"))
+                                : preferencesStore(made(departments / "preferences"));
 }
 
 }  // namespace Support

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <memory>
+#include <functional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <boost/filesystem/path.hpp>
@@ -11,31 +10,18 @@ namespace Support {
 
 /// A file of settings with the object that keeps it. What it holds is one of many generations, each told by a
 /// text of its own that makes up most of the file.
-class Store {
-  public:
-    virtual ~Store() = default;
+struct Store {
+    boost::filesystem::path file;
+    std::function<void()> load;  ///< reads the file anew
+    std::function<void()> save;
+    std::function<bool()> needsSaving;
+    std::function<std::string()> text;
+    std::function<void(const std::string&)> setText;
 
-    /// Reads the file anew.
-    virtual void load() = 0;
-
-    virtual void save() = 0;
-    virtual bool needsSaving() = 0;
-
-    void edit(int generation);
+    void edit(int generation) const;
 
     /// The present generation, 0 before the first edit; `std::runtime_error` for a mixture.
-    int generation();
-
-    const boost::filesystem::path& file() const { return mFile; }
-
-  protected:
-    explicit Store(boost::filesystem::path file) : mFile(std::move(file)) {}
-
-    virtual void setText(const std::string& text) = 0;
-    virtual std::string text() = 0;
-
-  private:
-    boost::filesystem::path mFile;
+    int generation() const;
 };
 
 /// Every kind of file that the library writes: "base", "site", "system", "plugin", "department", "properties"
@@ -44,7 +30,7 @@ std::vector<std::string> storeKinds();
 
 /// The store of a kind, read from its file below a site's directory, to which the variables of the
 /// environment lead. The directories of the file are made.
-std::unique_ptr<Store> openStore(const std::string& kind, const boost::filesystem::path& siteDirectory);
+Store openStore(const std::string& kind, const boost::filesystem::path& siteDirectory);
 
 /// The program that saves stores beside this process.
 boost::filesystem::path saverProgram();

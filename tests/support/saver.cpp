@@ -17,7 +17,6 @@
 #include <exception>
 #include <fstream>
 #include <iostream>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -35,7 +34,7 @@ namespace {
 
 using Support::Store;
 
-void save(Store& store, int count, const std::string& progress) {
+void save(const Store& store, int count, const std::string& progress) {
     std::ofstream done(progress, std::ios::app | std::ios::binary);
     for (int saved = 0; saved < count;) {
         store.edit(store.generation() + 1);
@@ -52,17 +51,17 @@ void save(Store& store, int count, const std::string& progress) {
 int damage(const std::string& kind, const std::string& site, const std::string& file, std::size_t stride,
            int step) {
     const std::string whole = Base::FileManager::readFile(file);
-    const std::unique_ptr<Store> store = Support::openStore(kind, site);
+    const Store store = Support::openStore(kind, site);
     const std::size_t before = Support::peakMemory();  // under Wine, much of it is the program's own file
     int loads = 0, errors = 0;
     double longest = 0;
     const auto load = [&](const std::string& content) {
-        boost::filesystem::remove(store->file());  // much faster than to truncate it on some file systems
-        std::ofstream(store->file().c_str(), std::ios::binary) << content;
+        boost::filesystem::remove(store.file);  // much faster than to truncate it on some file systems
+        std::ofstream(store.file.c_str(), std::ios::binary) << content;
         const auto begin = std::chrono::steady_clock::now();
         try {
             ++loads;
-            store->load();
+            store.load();
         } catch (const std::exception& error) {
             errors += *error.what() != '\0';
         }
@@ -100,7 +99,7 @@ int run(const std::vector<std::string>& words) {
     if (mode == "damage") {
         return damage(words.at(1), words.at(2), words.at(3), std::stoul(words.at(4)), std::stoi(words.at(5)));
     }
-    save(*Support::openStore(words.at(1), words.at(2)), std::stoi(words.at(3)), words.at(4));
+    save(Support::openStore(words.at(1), words.at(2)), std::stoi(words.at(3)), words.at(4));
     return 0;
 }
 
