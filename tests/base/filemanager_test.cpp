@@ -94,12 +94,12 @@ TEST_F(FileManagerTest, RefusesWhatItCannotReplace) {
     fs::create_directory(folder / "directory");
     expectRefusal(folder / "directory");
     expectRefusal(folder / "missing" / "file");
-    EXPECT_THROW(readFile(folder / "directory"), fs::filesystem_error);
-    EXPECT_THROW(readFile(folder / "missing"), fs::filesystem_error);
-    EXPECT_FALSE(FileManager::isReadable(folder / "missing"));
-    EXPECT_FALSE(FileManager::isExecutable(folder / "missing"));
-    EXPECT_TRUE(FileManager::isReadable(folder / "directory"));
-    EXPECT_TRUE(FileManager::isExecutable(folder / "directory"));
+    for (const bool there : {true, false}) {
+        const fs::path name = folder / (there ? "directory" : "missing");
+        EXPECT_THROW(readFile(name), fs::filesystem_error);
+        EXPECT_EQ(FileManager::isReadable(name), there);
+        EXPECT_EQ(FileManager::isExecutable(name), there);
+    }
 }
 
 TEST_F(FileManagerTest, RemovesWhatKilledReplacementsLeftAndNothingElse) {
@@ -147,13 +147,13 @@ TEST_F(FileManagerTest, RenamesOverNothing) {
     make("file", "content");
     fs::create_directory(folder / "empty");
     fs::create_directories(folder / "directory/sub");
-    for (const auto& [source, taken] : {std::pair("file", "empty"),
-                                        {"file", "directory"},
-                                        {"directory", "file"},
-                                        {"directory", "empty"},
-                                        {"missing", "new"}}) {
-        EXPECT_THROW(FileManager::rename(folder / source, folder / taken), fs::filesystem_error);
-    }
+    const auto expectRefusalOf = [this](const char* source, const char* taken) {
+        EXPECT_THROW(FileManager::rename(folder / source, folder / taken), fs::filesystem_error) << source;
+    };
+    expectRefusalOf("file", "empty");
+    expectRefusalOf("directory", "file");
+    expectRefusalOf("directory", "empty");
+    expectRefusalOf("missing", "new");
     EXPECT_EQ(names(), (Names{"directory", "empty", "file"}));
     const fs::path longName = deepFolder() / std::string(200, 'n');
     fs::create_directory(Base::Platform::reachablePath(deepFolder()));
@@ -369,10 +369,9 @@ TEST_F(FileManagerTest, AFullDiskLeavesTheOldFileAndTheNoteOfItsDamage) {
 }
 
 TEST_F(FileManagerTest, WaitsForNoPipe) {
-    const fs::path pipe = folder / "a.dat";
-    ASSERT_EQ(::mkfifo(pipe.c_str(), 0666), 0);
-    EXPECT_THROW(readFile(pipe), fs::filesystem_error);
-    expectRefusal(pipe);
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0666), 0);
+    EXPECT_THROW(readFile(folder / "pipe"), fs::filesystem_error);
+    expectRefusal(folder / "pipe");
 }
 
 TEST_F(FileManagerTest, SymbolicLinksStay) {

@@ -35,16 +35,9 @@ TEST(ShortPath, NamesTheSameFile) {
     EXPECT_EQ(Base::Platform::shortPath((scratch / "missing").string()), "");
     EXPECT_EQ(Base::Platform::shortPath(file.string() + "\0x"s), "");
     EXPECT_EQ(Base::Platform::shortPath(file.string() + "\xFF"), "");
-    EXPECT_EQ(Base::Platform::shortPath(""), "");
 }
 
 #if defined(_WIN32)
-
-TEST(UserFolders, ApplicationDataIsADirectory) {
-    const auto folder = Base::Platform::applicationDataFolder();
-    ASSERT_TRUE(folder);
-    EXPECT_TRUE(fs::is_directory(*folder)) << *folder;
-}
 
 TEST(Registry, ReadsTextsWithinTheLimit) {
     // The type, what is stored (with its terminating NUL if any), and what is read.

@@ -154,21 +154,13 @@ TEST_F(StartTest, RandomArgumentsAndEnvironmentsArriveByteForByte) {
     }
 }
 
-TEST_F(StartTest, EnvironmentAndDirectoryArriveExactly) {
-    environment["LONG"] = std::string(32000, 'v') + "\xE2\x82\xAC";
-    environment["\xC3\x84ther"] = "\xC3\xA4\\;=%x%";
-    environment["a"] = environment["EMPTY"] = "";
+TEST_F(StartTest, AProgramAndItsDirectoryMayHaveAnyName) {
     const fs::path directory = scratch / "working directory \xE2\x82\xAC";
     const fs::path program = directory / "a program \xC3\xA4.exe";
     fs::create_directory(directory);
     fs::copy_file(Support::childProgram(), program);
     start(program, {}, directory);
     const Support::ChildReport got = Support::awaitReport(report);
-    EXPECT_EQ(
-        got.environment,
-        (Strings{"a=", "EMPTY=", "KYM_TEST_CHILD=" + environment["KYM_TEST_CHILD"],
-                 "KYM_TEST_REPORT=" + report.string(), "KYM_TEST_VALUE=" + environment["KYM_TEST_VALUE"],
-                 "LONG=" + environment["LONG"], "\xC3\x84ther=" + environment["\xC3\x84ther"]}));
     EXPECT_TRUE(fs::equivalent(got.directory, directory)) << got.directory;
 }
 
