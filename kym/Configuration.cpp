@@ -171,9 +171,7 @@ void Configuration::load() {
 }
 
 void Configuration::save() {
-    if (Base::log::LoggerStream line{infoLogger()}) {
-        line << "saving configuration settings: " << Base::FileManager::native(mPath) << std::endl;
-    }
+    logInfo("saving configuration settings: ", mPath);
     if (!needsSaving()) {
         return;
     }
@@ -216,9 +214,7 @@ void Configuration::loadProperties() {
 }
 
 void Configuration::saveProperties() {
-    if (Base::log::LoggerStream line{verboseLogger()}) {
-        line << "  Saving configuration's properties" << std::endl;
-    }
+    logVerbose("  Saving configuration's properties");
     Base::PropertyList list;
     list.setFile(propertyFile());
     list.setFileState(mPropertiesState);

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include <boost/filesystem/exception.hpp>
-#include <boost/filesystem/operations.hpp>
 
 #include "base/Environment.h"
 #include "base/FileManager.h"

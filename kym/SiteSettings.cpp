@@ -1,9 +1,7 @@
 #include "kym/SiteSettings.h"
 
 #include <array>
-#include <utility>
 
-#include <boost/filesystem/operations.hpp>
 #include <boost/system/system_error.hpp>
 
 #include "base/Environment.h"

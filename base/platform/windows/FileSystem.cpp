@@ -1,7 +1,6 @@
 #include "base/platform/FileSystem.h"
 
 #include <algorithm>
-#include <utility>
 #include <windows.h>
 
 #include <boost/filesystem/operations.hpp>
