@@ -148,18 +148,19 @@ TEST_F(Departments, TakeWhatADamagedSettingsFileHoldsAndKeepACopyOfIt) {
 
 TEST_F(Departments, KeepOneOverlayPerApplication) {
     ConfigurationSettings settings;
-    const auto set = [&](const char* application, const char* text) {
-        Kym::ApplicationOverlay overlay = settings.getOverlay("base", application);
+    const auto set = [&](const char* configuration, const char* application, const char* text) {
+        Kym::ApplicationOverlay overlay = settings.getOverlay(configuration, application);
         overlay.description = text;
         settings.setOverlay(overlay);
     };
     settings.removeOverlay("base", "nx");
     EXPECT_FALSE(settings.needsSaving());
-    set("nx", "1");
-    set("NX", "2");
-    set("nx", "3");
-    ASSERT_EQ(settings.overlays().size(), 2u);
-    EXPECT_EQ(settings.overlays()[0].description, "3");
+    set("base", "nx", "1");
+    set("base", "NX", "2");
+    set("Base", "nx", "3");
+    set("base", "nx", "4");
+    ASSERT_EQ(settings.overlays().size(), 3u);
+    EXPECT_EQ(settings.overlays()[0].description, "4");
     settings.setNeedsSaving(false);
     settings.removeOverlay("base", "nx");
     EXPECT_TRUE(settings.needsSaving());
