@@ -49,41 +49,30 @@ TEST_F(Manager, FindsTheDepartmentsAmongOtherEntries) {
     makeDepartment("b", "first");
     makeDepartment("Maß & Müller", "second", "Common");
     makeDepartment("a", "first", "Development");
-    for (const auto& [name, mode] : {std::pair("closed", 0444), std::pair("unlisted", 0111)}) {
-        makeDepartment(name);
-        fs::permissions(site.departments() / name, static_cast<fs::perms>(mode));
-    }
     site.makeFile("departments/a file");
     site.makeDirectory("departments/empty");
     site.makeDirectory("departments/directory/.dirinfo.plist");
     std::string expected = "Maß & Müller|a|b";
-    if (Support::onWindows) {  // there, modes close no directory, and links are for administrators
-        fs::remove_all(site.departments() / "closed");
-        fs::remove_all(site.departments() / "unlisted");
-    } else {
+    if (!Support::onWindows) {  // where modes close no directory, and links are for administrators
+        for (const auto& [name, mode] : {std::pair("closed", 0444), std::pair("unlisted", 0111)}) {
+            makeDepartment(name);
+            fs::permissions(site.departments() / name, static_cast<fs::perms>(mode));
+        }
         fs::create_directory_symlink(site.departments() / "a", site.departments() / "link");
         fs::create_directory_symlink("nowhere", site.departments() / "dangling");
         expected += "|link";
     }
-    site.startLog("kym.info");
     const Support::Unprivileged somebody;
     ConfigurationManager manager;
     EXPECT_EQ(namesOf(manager), expected);
-    EXPECT_EQ(site.logLines().back(),
-              "Found " + std::to_string(manager.numberOfRowsInList()) + " configurations.");
 
-    const ConfigurationManager& view = manager;
-    EXPECT_EQ(manager.configurationByName("a"), manager.configuration(1));
-    EXPECT_EQ(view.configurationByName("A"), nullptr);
-    EXPECT_EQ(view.currentConfiguration(), nullptr);
+    EXPECT_EQ(manager.configurationByName("A"), nullptr);
+    EXPECT_EQ(manager.currentConfiguration(), nullptr);
     Base::Environment::setEnvVariable("KYM_DEPT_DIR", native(site.departments() / "b"));
-    EXPECT_EQ(view.currentConfiguration(), manager.configuration(2));
-    EXPECT_FALSE(view.usingFallbackConfigurations());
-    for (const char* part : {"depart", ""}) {
-        Kym::SystemInformation().KymConfigFallbackDirectoryName = part;
-        EXPECT_TRUE(view.usingFallbackConfigurations()) << part;
-    }
-    EXPECT_EQ(boost::join(view.availableTypes(), "|"), "Common|Development|Production|Test");
+    EXPECT_EQ(manager.currentConfiguration(), manager.configuration(2));
+    EXPECT_FALSE(manager.usingFallbackConfigurations());
+    Kym::SystemInformation().KymConfigFallbackDirectoryName = "depart";
+    EXPECT_TRUE(manager.usingFallbackConfigurations()) << "any part of the path";
     const auto common = manager.commonConfigurations();
     EXPECT_EQ(std::distance(common.begin(), common.end()), 1);
     EXPECT_EQ(&*common.begin(), manager.configuration(0));
@@ -107,15 +96,14 @@ TEST_F(Manager, ReportsMisuseBeforeItFails) {
     site.startLog("base.assert");
     EXPECT_EQ(manager.configurationByName(""), nullptr);
     EXPECT_EQ(manager.configurationByPath(""), nullptr);
-    EXPECT_THROW(manager.configuration(0), std::out_of_range);
     EXPECT_THROW(manager.renameConfiguration(-1, "x"), std::out_of_range);
     EXPECT_THROW(manager.deleteConfiguration(0), std::out_of_range);
-    const auto lines = site.logLines();
-    ASSERT_EQ(lines.size(), 5u);
-    EXPECT_NE(lines[0].find("Configuration name is empty"), std::string::npos);
-    EXPECT_NE(lines[1].find("Configuration path is empty"), std::string::npos);
-    EXPECT_NE(lines[2].find("index >= 0 && index < mConfigurations.size()"), std::string::npos);
-    EXPECT_NE(lines[3].find("index = -1: configuration index is out of range"), std::string::npos);
+    const std::string lines = boost::join(site.logLines(), "");
+    for (const char* message : {"Configuration name is empty", "Configuration path is empty",
+                                "index = -1: configuration index is out of range",
+                                "index = 0: configuration index is out of range"}) {
+        EXPECT_NE(lines.find(message), std::string::npos) << message;
+    }
 }
 
 TEST_F(Manager, ListsUpdatedDepartmentsByWholeType) {
@@ -158,36 +146,25 @@ TEST_F(Manager, CreatesADepartmentPreparedForTheRelease) {
     makeDepartment("zebra");
     ConfigurationManager manager;
     const fs::path directory = site.departments() / "change_me";
-    site.startLog("kym.info");
     manager.createConfiguration();
-    EXPECT_EQ(namesOf(manager), "zebra|change_me");
-    EXPECT_EQ(site.logLines().at(0), "Creating new configuration");
-    EXPECT_EQ(site.logLines().at(1), "Creating directory: " + native(directory));
     EXPECT_TRUE(manager.configuration(1)->isUpdated());
     EXPECT_FALSE(manager.configuration(1)->needsSaving());
     EXPECT_EQ(namesOf(ConfigurationManager()), "change_me|zebra");
     EXPECT_TRUE(Support::onWindows || (fs::status(directory).permissions() & 0777) == 0775);
 
-    site.startLog("kym.info");
-    const std::string message = "Directory " + native(directory) + " already exists.";
-    EXPECT_EQ(messageOf([&] { manager.createConfiguration(); }), message);
-    EXPECT_EQ(site.logLines().back(), "Error: " + message);
+    EXPECT_EQ(messageOf([&] { manager.createConfiguration(); }),
+              "Directory " + native(directory) + " already exists.");
     EXPECT_EQ(namesOf(manager), "zebra|change_me");
     EXPECT_EQ(Support::contentOf(directory / "nx4/lib/nx.bat"), "x");
 }
 
 TEST_F(Manager, LeavesNothingOfADepartmentThatCannotBeCreated) {
-    ConfigurationManager manager;
-    const auto expectFailure = [&](const std::string& reason) {
-        const std::string message = messageOf([&] { manager.createConfiguration(); });
-        EXPECT_NE(message.find(reason), std::string::npos) << message;
-        EXPECT_TRUE(fs::is_empty(site.departments())) << reason;
-        EXPECT_EQ(manager.numberOfRowsInList(), 0) << reason;
-    };
-    expectFailure("was not found.");
     const std::string whole = Support::tarGz({{"closed/", "", 0555}, {"noise", Support::noise(100'000)}});
     makeVersionFiles(whole.substr(0, whole.size() / 2));
-    expectFailure("truncated");
+    ConfigurationManager manager;
+    EXPECT_NE(messageOf([&] { manager.createConfiguration(); }).find("truncated"), std::string::npos);
+    EXPECT_TRUE(fs::is_empty(site.departments()));
+    EXPECT_EQ(manager.numberOfRowsInList(), 0);
 }
 
 TEST_F(Manager, PreparesADepartmentWhollyOrNotAtAll) {
@@ -206,16 +183,15 @@ TEST_F(Manager, PreparesADepartmentWhollyOrNotAtAll) {
 }
 
 TEST_F(Manager, RenamesADepartmentToAFreeNameThatWindowsCanHave) {
-    for (const char* name : {"a", "b", "c"}) {
-        makeDepartment(name);
-    }
+    makeDepartment("a");
+    makeDepartment("b");
     site.makeDirectory("departments/empty");
     site.makeFile("departments/file");
     site.makeDirectory("departments/b/nx4/config");
     ConfigurationManager manager;
     const auto refused = [&](const std::string& name) {
         const std::string message = messageOf([&] { manager.renameConfiguration(1, name); });
-        EXPECT_EQ(namesOf(manager), "a|b|c") << name;
+        EXPECT_EQ(namesOf(manager), "a|b") << name;
         EXPECT_TRUE(exists(site.departments() / "b/.dirinfo.plist")) << name;
         return message;
     };
@@ -247,11 +223,9 @@ TEST_F(Manager, RenamesADepartmentToAFreeNameThatWindowsCanHave) {
         renamed.save();
         EXPECT_TRUE(exists(site.departments() / name / "nx4/config/configSettings.dat")) << name;
     }
-    EXPECT_EQ(namesOf(manager), "a|lpt|c");
-    EXPECT_EQ(namesOf(ConfigurationManager()), "a|c|lpt");
-    fs::remove_all(site.departments() / "c");
-    EXPECT_THROW(manager.renameConfiguration(2, "d"), fs::filesystem_error);
-    EXPECT_EQ(namesOf(manager), "a|lpt|c");
+    fs::remove_all(site.departments() / "lpt");
+    EXPECT_THROW(manager.renameConfiguration(1, "d"), fs::filesystem_error);
+    EXPECT_EQ(namesOf(manager), "a|lpt");
 }
 
 TEST_F(Manager, RenamesThroughTheTableWithoutThrowing) {
@@ -261,14 +235,14 @@ TEST_F(Manager, RenamesThroughTheTableWithoutThrowing) {
     const auto rename = [&manager](const std::string& name) {
         return manager.setValueForListColumnRow("any", 0, name);
     };
+    const std::string noBlanks = "configuration names must not contain spaces.";
+    const std::string taken = "Directory " + native(site.departments() / "b") + " already exists.";
     site.startLog("kym.info");
-    for (const char* name : {"my department", "x\t", "\n"}) {
+    for (const auto& [name, reason] :
+         {std::pair("my department", noBlanks), {"x\t", noBlanks}, {"b", taken}}) {
         EXPECT_FALSE(rename(name));
-        EXPECT_EQ(site.logLines().back(), "ERROR: configuration names must not contain spaces.");
+        EXPECT_EQ(site.logLines().back(), "ERROR: " + reason);
     }
-    EXPECT_FALSE(rename("b"));
-    EXPECT_EQ(site.logLines().back(),
-              "ERROR: Directory " + native(site.departments() / "b") + " already exists.");
     EXPECT_FALSE(manager.setValueForListColumnRow("Name", 2, std::string("x")));
     EXPECT_EQ(namesOf(manager), "a|b");
     EXPECT_TRUE(rename("à\u00a0ü")) << "a blank that does not break is none of the six";
@@ -279,14 +253,13 @@ TEST_F(Manager, RenamesThroughTheTableWithoutThrowing) {
 }
 
 TEST_F(Manager, DeletesADepartmentWhollyOrKeepsItADepartment) {
-    for (const char* name : {"a", "b", "c"}) {
+    for (const std::string name : {"a", "b", "c"}) {
         makeDepartment(name);
-        site.makeFile(std::string("departments/") + name + "/nx3/held/file", "x");
-        for (const char* directory : {"", "/nx3", "/nx3/held"}) {
-            Base::FileManager::setPermissions(site.departments() / (std::string(name) + directory), 0777);
-        }
+        site.makeFile("departments/" + name + "/nx3/held/file", "x");
     }
-    Base::FileManager::setPermissions(site.departments(), 0777);
+    for (const char* directory : {"", "b", "b/nx3", "b/nx3/held"}) {
+        Base::FileManager::setPermissions(site.departments() / directory, 0777);
+    }
     ConfigurationManager manager;
     manager.configuration(1)->description = "kept";
     const fs::path file = site.departments() / "b/nx3/held/file";
