@@ -1,4 +1,5 @@
 #include <functional>
+#include <new>
 
 #include <boost/filesystem/operations.hpp>
 #include <boost/smart_ptr/make_shared.hpp>
@@ -8,9 +9,15 @@
 #include "base/Environment.h"
 #include "base/FileManager.h"
 #include "base/PropertyList.h"
+#include "base/Task.h"
+#include "kym/App.h"
+#include "kym/PluginsManager.h"
+#include "kym/SiteSettings.h"
 #include "kym/SystemInfo.h"
 #include "kym/SystemPreferences.h"
+#include "kym/WebBrowser.h"
 
+#include "tests/support/ChildSupport.h"
 #include "tests/support/ScratchSupport.h"
 #include "tests/support/SiteSupport.h"
 #include "tests/support/SystemSupport.h"
@@ -20,6 +27,7 @@ namespace {
 namespace fs = boost::filesystem;
 using Base::Environment::setEnvVariable;
 using Base::FileManager::native;
+using Kym::App;
 using Kym::SystemPreferences;
 using Strings = std::vector<std::string>;
 using Dictionary = Base::PropertyList::Dictionary;
@@ -227,11 +235,9 @@ TEST_F(PreferencesTest, AProcessWithoutAUserHasTheOtherPreferences) {
     save(site.installation() / "preferences" / "cad.plist", Dictionary{{"key", std::string("installation")}});
     SystemPreferences preferences("cad");
     EXPECT_EQ(textOf(preferences.GetPreference("key")), "installation");
+    EXPECT_EQ(preferences.CurrentUser().empty(), !Support::onWindows);
     preferences.Flush();
-    if (!Support::onWindows) {
-        EXPECT_EQ(preferences.CurrentUser(), "");
-        EXPECT_FALSE(fs::exists("preferences"));
-    }
+    EXPECT_FALSE(fs::exists("preferences")) << "in the working directory";
 }
 
 TEST_F(PreferencesTest, TheListIsWhatCanBeFound) {
@@ -248,6 +254,80 @@ TEST_F(PreferencesTest, TheListIsWhatCanBeFound) {
     }
     EXPECT_EQ(found, (Strings{"a/b cad.plist", "a/empty cad.plist", "flat cad.plist",
                               "flat/inner global.plist", "global global.plist"}));
+}
+
+class AppTest : public PreferencesTest {
+  protected:
+    /// A second object, which must not be destroyed after the first one has deleted what they share.
+    template <typename... Arguments>
+    App* undestroyed(const Arguments&... arguments) {
+        return new (storage) App(arguments...);
+    }
+    alignas(App) unsigned char storage[sizeof(App)];
+};
+
+TEST_F(AppTest, ThereIsOneAtATimeAndItsEndSavesThePreferences) {
+    EXPECT_EQ(App::instance(), nullptr);
+    {
+        App app("cad");
+        EXPECT_EQ(Support::messageOf([] { App("other"); }),
+                  "Trying to construct multiple application objects.");
+        EXPECT_EQ(App::instance(), &app);
+        EXPECT_EQ(app.getPreferenceDB(), nullptr);
+        app.initialize(nullptr);
+        app.getPreferenceDB()->SetPreference("key", std::string("value"));
+    }
+    EXPECT_EQ(App::instance(), nullptr);
+    EXPECT_EQ(textOf(SystemPreferences("cad").GetPreference("key")), "value");
+}
+
+TEST_F(AppTest, ACopySharesThePreferencesAndItsEndIsTheEndOfBoth) {
+    App* original = undestroyed("cad");
+    original->initialize(nullptr);
+    original->getPreferenceDB()->SetPreference("key", true);
+    {
+        const App copy(*original);
+        EXPECT_EQ(App::instance(), original);
+        EXPECT_EQ(copy.getPreferenceDB(), original->getPreferenceDB());
+    }
+    EXPECT_EQ(App::instance(), nullptr);
+    EXPECT_NE(SystemPreferences("cad").GetPreference("key"), nullptr);
+}
+
+TEST_F(AppTest, DocumentationOpensInTheBrowserOfThisSystem) {
+    const fs::path programs = site.makeDirectory("programs");
+    setEnvVariable("PROGRAMFILES", programs.string());
+    // Where "\" does not separate, this is the name of one file.
+    const fs::path browser = programs.string() + "\\Internet Explorer\\iexplore.exe";
+    const App app("cad");
+    const auto complaint = [&] { return Support::messageOf([&] { app.showDocumentation("a.html"); }); };
+    EXPECT_EQ(complaint(), "The executable " + native(browser) + " was not found.");
+
+    Kym::SiteInformation().winExternalPluginsLocation =
+        site.makeDirectory("external/cam").parent_path().string();
+    Kym::SiteInformation().settingsChanged();
+    Kym::SiteInformation().save();
+    fs::create_directories(browser.parent_path());
+    Base::FileManager::replaceFile(browser, "");
+    Base::FileManager::setPermissions(browser, 0664);
+    setEnvVariable("PATHEXT", ".COM");
+    const std::string shown = Kym::SiteInformation().getWebBrowser();
+    EXPECT_EQ(complaint(), "The executable " + native(shown) + " is not executable.");
+    EXPECT_EQ(Kym::PluginsManagement().numberOfRowsInList(), 1) << "the site settings are read anew";
+
+    setEnvVariable("PATHEXT", "");
+    Base::FileManager::setPermissions(browser, 0775);
+#if defined(_WIN32)
+    fs::copy_file(Support::childProgram(), browser, fs::copy_options::overwrite_existing);
+    setEnvVariable("KYM_TEST_REPORT", native(site.root() / "report"));
+    const std::string document = "file:///C:/D\xC3\xB6k \"1\"/%20&a=b.html#x";
+    app.showDocumentation(document);
+    EXPECT_EQ(Support::awaitReport(site.root() / "report").arguments, Strings{document});
+#else
+    EXPECT_THROW(app.showDocumentation("a.html"), Base::TaskError);
+#endif
+    EXPECT_EQ(Support::messageOf([] { Kym::openInBrowser("", "a.html"); }),
+              "Web browser is undefined. Please define it in the configure program.");
 }
 
 }  // namespace
