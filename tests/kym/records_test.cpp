@@ -112,25 +112,6 @@ TEST(TableModels, ValidateVariables) {
     }
 }
 
-TEST(TableModels, LeadToTheVariablesOfAnApplication) {
-    ApplicationListSource source;
-    EXPECT_EQ(source.commonVariables(0), nullptr);
-    std::vector<ConfigApplication> list(2);
-    source.setList(&list);
-    const Support::Site site;
-    site.startLog("base.assert");
-    for (const auto get : {&ApplicationListSource::commonVariables, &ApplicationListSource::unixVariables,
-                           &ApplicationListSource::winVariables}) {
-        list[1] = ConfigApplication();
-        (source.*get)(1)->insertRow(-1);
-        EXPECT_TRUE(list[1].needsSaving());
-        EXPECT_THROW((source.*get)(-1), std::out_of_range);
-        EXPECT_NE(site.logLines().back().find("index = -1: tried to access out of range application"),
-                  std::string::npos);
-    }
-    EXPECT_FALSE(list[0].needsSaving() || source.isEdited());
-}
-
 TEST(Applications, AreOrderedByCategoryThenDescription) {
     const std::pair<const char*, const char*> ascending[] = {{"", "z"},    {"CAD", "B"},       {"CAD", "a"},
                                                              {"CAD", "é"}, {"CAD tools", "A"}, {"cad", ""}};
@@ -138,7 +119,6 @@ TEST(Applications, AreOrderedByCategoryThenDescription) {
     for (const auto& [category, description] : ascending) {
         list.emplace_back().category = category;
         list.back().description = description;
-        list.back().applicationId = std::to_string(9 - list.size());
     }
     for (std::size_t left = 0; left < list.size(); ++left) {
         for (std::size_t right = 0; right < list.size(); ++right) {
