@@ -72,11 +72,11 @@ class StaleFilesTest : public Support::SiteTest {
 
 TEST_F(StaleFilesTest, AreThoseOfTheProgramsInTheDirectoryItself) {
     const std::int64_t old = now.getTime() - 10 * secondsPerDay;
-    const std::vector<std::string> stale = {".log",      "a.b.log",  "a.c",   "a.dlg", "a.h",
-                                            "a.jnl",     "a.mon",    "a.pax", "a.prt", "a.qaf",
-                                            "a.rol_bin", "a.syslog", "a.tmp"};
-    for (const std::string& name : stale) {
+    std::vector<std::pair<fs::path, int>> expected;
+    for (const char* name : {".log", "a.b.log", "a.c", "a.dlg", "a.h", "a.jnl", "a.mon", "a.pax", "a.prt",
+                             "a.qaf", "a.rol_bin", "a.syslog", "a.tmp"}) {
         file(name, old);
+        expected.emplace_back(name, 10);
     }
     for (const char* name : {"a.LOG", "a.logs", "a.log.txt", "a.csv", "a.cc", "log", "axlog", "a.", "a.lo",
                              "below/a.log", "a.log ~"}) {
@@ -91,10 +91,6 @@ TEST_F(StaleFilesTest, AreThoseOfTheProgramsInTheDirectoryItself) {
     if (!Support::onWindows) {  // links are for administrators there
         fs::create_directory_symlink(temp / "below", temp / "link.log");
         fs::create_symlink("nowhere", temp / "dangling.log");
-    }
-    std::vector<std::pair<fs::path, int>> expected;
-    for (const std::string& name : stale) {
-        expected.emplace_back(name, 10);
     }
     if (made) {
         fs::last_write_time(temp / noText, old);
@@ -157,10 +153,8 @@ TEST_F(StaleFilesTest, AreRemovedBeforeALaunch) {
     Kym::ConfigApplication app;
     app.program = native(site.makeFile("program.exe"));
     Base::FileManager::setPermissions(app.program, 0775);
-    site.startLog("kym.info");
     launcher.removeLogFiles(config);
     EXPECT_TRUE(launcher.staleFiles(config).empty());
-    EXPECT_TRUE(site.logLines().empty());
     // Nothing is in the way of a start, which fails for another reason.
     EXPECT_THROW(launcher.launchApplication(config, nullptr, app, nullptr), Base::TaskError);
     EXPECT_TRUE(fs::exists(first));
