@@ -94,22 +94,16 @@ TEST(TableModels, TakeWhatTheirColumnsAllow) {
 TEST(TableModels, ValidateVariables) {
     std::vector<EnvironmentVariable> list(1);
     const EnvVariableListSource source(&list);
-    const auto isValid = [&](const char* column, const char* name, const char* value) {
-        list[0] = EnvironmentVariable(name, std::string(value));
-        return source.valueIsValid(column, 0);
+    const auto expect = [&](const char* column, const Texts& cells, bool isValid) {
+        for (const std::string& cell : cells) {
+            list[0] = EnvironmentVariable(cell, cell);
+            EXPECT_EQ(source.valueIsValid(column, 0), isValid) << cell;
+        }
     };
-    for (const char* name : {"", "#abc", "#", "#_1", "A1_b"}) {
-        EXPECT_TRUE(isValid("Name", name, "{")) << name;
-    }
-    for (const char* name : {"a#bc", "_abc", "1abc", "##a", "A-B", "é"}) {
-        EXPECT_FALSE(isValid("Name", name, "")) << name;
-    }
-    for (const char* value : {"", "}{", "%{%}%%"}) {
-        EXPECT_TRUE(isValid("Value", "1", value)) << value;
-    }
-    for (const char* value : {"%TEMP", "${A", "{{}"}) {
-        EXPECT_FALSE(isValid("Value", "A", value)) << value;
-    }
+    expect("Name", {"", "#abc", "#", "#_1", "A1_b"}, true);
+    expect("Name", {"a#bc", "_abc", "1abc", "##a", "A-B", "é"}, false);
+    expect("Value", {"", "1", "}{", "%{%}%%"}, true);
+    expect("Value", {"%TEMP", "${A", "{{}"}, false);
 }
 
 TEST(Applications, AreOrderedByCategoryThenDescription) {

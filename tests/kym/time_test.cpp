@@ -140,14 +140,6 @@ TEST_F(TimeTest, ConvertsBetweenZones) {
         EXPECT_EQ(time.getTime(), seconds) << local;
         EXPECT_EQ(text(Time(seconds, Time::Local)), local);
     }
-    // An hour that local time has twice is taken for one of the two.
-    Support::useTimeZone(newYork);
-    for (const std::int64_t seconds : {1793512799, 1793512800}) {
-        Time time(seconds, Time::Gmt);
-        time.toTime(Time::Local);
-        EXPECT_EQ(text(time), seconds == 1793512799 ? "2026-11-01T01:59:59" : "2026-11-01T01:00:00");
-        EXPECT_EQ((time.getTime() - seconds) % 3600, 0);
-    }
 }
 
 TEST_F(TimeTest, RelabelsConvertsAndComparesInItsOwnWay) {
