@@ -177,7 +177,6 @@ TEST_F(SystemStore, IsMadeWhenTheInstallationIsADirectory) {
     fs::remove(place);
     fs::create_directory(place);
     EXPECT_EQ(SystemInformation().installPath(), place);
-    EXPECT_EQ(&SystemInformation(), &SystemInformation());
 }
 
 TEST_F(SystemStore, MakesTheApplicationDataDirectory) {
@@ -260,7 +259,6 @@ TEST_F(Stores, AreWrittenWhenEditedAndReadBackWholly) {
 
     const fs::path directory = site.makeDirectory("cam");
     PluginSettings plugin(directory);
-    EXPECT_EQ(plugin.pluginType, "Site-wide");
     plugin.pluginType = "Test";
     checkSaving(
         plugin, directory / "settings.dat", edits(plugin),
@@ -291,9 +289,6 @@ TEST_F(Stores, AreWrittenWhenEditedAndReadBackWholly) {
     EXPECT_EQ(copy.workDirectoryList().at(0).path, "p");
     EXPECT_TRUE(copy.isPluginDisabled("cam"));
     EXPECT_TRUE(copy.hasOverlay("base", "nx"));
-    copy = settings;
-    Support::addRow(*copy.workDirectories());
-    EXPECT_EQ(std::as_const(settings).workDirectoryList().size(), 1U) << "a copy has lists of its own";
 }
 
 TEST_F(SiteStore, WritesItsFileWhenChangedAndReadsItBack) {
@@ -339,16 +334,12 @@ TEST_F(SiteStore, LoadsWhatItsFileHoldsOrNothing) {
         settings.load();
     };
     addVariable(settings.winVariables(), "W", "w");
-    for (const bool damage : {false, true}) {
-        if (damage) {
-            EXPECT_THROW(load({{"N", "n"}}, "new", true), Base::ArchiveError);
-        } else {
-            load({{"A", "1"}, {"B", "2"}}, "C:\\nx", false);
-        }
-        EXPECT_FALSE(settings.useWindowsRegistry);
-        EXPECT_EQ(text({settings.winNxInstallPath}), "UGII_BASE_DIR=C:\\nx\n");
-        EXPECT_EQ(state(settings), "A B=1 2|=|W=w|") << "the file lacks the last list";
-    }
+    load({{"A", "1"}, {"B", "2"}}, "C:\\nx", false);
+    EXPECT_EQ(state(settings), "A B=1 2|=|W=w|") << "the file lacks the last list";
+    EXPECT_THROW(load({{"N", "n"}}, "new", true), Base::ArchiveError);
+    EXPECT_EQ(state(settings), "A B=1 2|=|W=w|");
+    EXPECT_EQ(text({settings.winNxInstallPath}), "UGII_BASE_DIR=C:\\nx\n");
+    EXPECT_FALSE(settings.useWindowsRegistry);
 }
 
 TEST_F(SiteStore, MergesWhatItDerivesBeforeItsLists) {
@@ -363,13 +354,13 @@ TEST_F(SiteStore, MergesWhatItDerivesBeforeItsLists) {
          "UGII_BASE_DIR=C:\\nx\nUGII_ROOT_DIR=C:\\nx\\ugii\\\nTC_ROOT=T:\\tc\nTC_PORTAL_ROOT=P:\\portal\n"
          "SDI_SERVER_CFG_BASE=S:\\plot\nUGII_HTML_BROWSER=@\nUGII_SDI_SERVER_CFG_DIR=S:\\plot/win\n"
          "UGII_UGDOC_BASE_DIR=${UGII_BASE_DIR}/ugdoc\n"},
-        {Texts(4),
-         {{"TC_ROOT", "kept"}, {"UGII_UGDOC_BASE_DIR", ""}, {"UGII_HTML_BROWSER", "first"}},
-         "TC_ROOT=kept\nUGII_UGDOC_BASE_DIR=\nUGII_HTML_BROWSER=first\nUGII_HTML_BROWSER=@\n"},
         {{"$UGII_BASE_DIR\\", "", "", ""},
-         {{"UGII_ROOT_DIR", "r"}, {"UGII_BASE_DIR", "b"}},
+         {{"UGII_ROOT_DIR", "r"}, {"UGII_BASE_DIR", "b"}, {"UGII_HTML_BROWSER", "first"}},
          "UGII_ROOT_DIR=$UGII_BASE_DIR\\\\ugii\\\nUGII_BASE_DIR=$UGII_BASE_DIR\\\n"
-         "UGII_HTML_BROWSER=@\nUGII_UGDOC_BASE_DIR=${UGII_BASE_DIR}/ugdoc\n"}};
+         "UGII_HTML_BROWSER=first\nUGII_HTML_BROWSER=@\nUGII_UGDOC_BASE_DIR=${UGII_BASE_DIR}/ugdoc\n"},
+        {Texts(4),
+         {{"TC_ROOT", "kept"}, {"UGII_UGDOC_BASE_DIR", ""}},
+         "TC_ROOT=kept\nUGII_UGDOC_BASE_DIR=\nUGII_HTML_BROWSER=@\n"}};
 
     setEnvVariable("PROGRAMFILES", "Q:\\no such programs");
     const std::string browser = "Q:\\no such programs\\Internet Explorer\\iexplore.exe";
