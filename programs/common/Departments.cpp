@@ -1,10 +1,10 @@
 #include "programs/common/Departments.h"
 
 #include <algorithm>
+#include <ostream>
 #include <set>
 #include <stdexcept>
 
-#include <boost/algorithm/string/join.hpp>
 #include <boost/filesystem/operations.hpp>
 
 #include "kym/BaseSettings.h"
@@ -13,6 +13,7 @@
 #include "kym/SystemInfo.h"
 
 #include "programs/common/Progress.h"
+#include "programs/common/Text.h"
 
 namespace {
 
@@ -25,10 +26,6 @@ Kym::ConfigurationManager loadManager() {
     return {};
 }
 
-std::string quoted(const std::string& text) {
-    return '"' + text + '"';
-}
-
 fs::path directoryOf(const std::string& name) {
     return Kym::SystemInformation().localDepartmentsPath() / name;
 }
@@ -38,22 +35,18 @@ bool somethingStandsAt(const fs::path& file) {
     return fs::exists(fs::symlink_status(file, ignored));
 }
 
-std::string native(fs::path file) {
-    return file.make_preferred().string();
-}
-
 /// Empty when a department stands at the path, or nothing.
 std::string adviceOnLeftOver(const fs::path& directory) {
     if (!somethingStandsAt(directory) ||
         somethingStandsAt(Kym::Configuration(directory, false).propertyFile())) {
         return {};
     }
-    return "\nWhat stands at " + native(directory) +
+    return "\nWhat stands at " + nativeText(directory) +
            " is no department; remove it if a creation or deletion that was interrupted has left it.";
 }
 
 std::string thereAre(const std::vector<std::string>& names) {
-    return names.empty() ? "There is none." : "There are: " + boost::join(names, ", ") + ".";
+    return names.empty() ? "There is none." : "There are: " + joined(names) + ".";
 }
 
 /// The overlay's fields stand for those of an application that another configuration owns.
@@ -71,17 +64,19 @@ void applyOverlay(const Kym::Configuration& department, Kym::ConfigApplication& 
 
 }  // namespace
 
-std::string wordFor(const std::string& name) {
-    const bool isPlain = !name.empty() && name.find_first_of(" \t&|<>^()[]{};'`!,*?") == std::string::npos;
-    return isPlain ? name : quoted(name);
-}
-
 Departments::Departments() : mManager(loadManager()) {}
+
+void Departments::requireUsableName(const std::string& name) {
+    Kym::ConfigurationManager::checkName(name);
+    if (name.find(' ') != std::string::npos) {  // it could not be the common department of others
+        throw std::runtime_error(quoted(name) + " cannot be the name of a department: it holds a blank.");
+    }
+}
 
 std::string Departments::obstacleTo(const std::string& name) {
     const fs::path directory = directoryOf(name);
     return somethingStandsAt(directory)
-               ? "Directory " + native(directory) + " already exists." + adviceOnLeftOver(directory)
+               ? "Directory " + nativeText(directory) + " already exists." + adviceOnLeftOver(directory)
                : std::string();
 }
 
@@ -110,6 +105,18 @@ int Departments::rowOf(const std::string& name) {
         name.find_first_not_of('.') != std::string::npos && fs::path(name).filename() == fs::path(name);
     const std::string hint = isPlain ? adviceOnLeftOver(directoryOf(name)) : std::string();
     throw std::runtime_error("There is no department " + quoted(name) + ". " + thereAre(names) + hint);
+}
+
+void Departments::tellWhoRefersTo(const std::string& name, const std::string& newName, std::ostream& out) {
+    for (int row = 0; row < mManager.numberOfRowsInList(); ++row) {
+        const Kym::Configuration& department = *mManager.configuration(row);
+        if (department.commonDepartment == name && department.name() != name) {
+            out << "The department " << quoted(department.name()) << " names " << quoted(name)
+                << " as its common department. To change that, run kym-configure put "
+                << wordFor("department/" + department.name() + "/commonDepartment") << ' ' << wordFor(newName)
+                << '\n';
+        }
+    }
 }
 
 Kym::Configuration& Departments::find(const std::string& name) {

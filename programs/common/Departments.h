@@ -1,5 +1,6 @@
 #pragma once
 
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -23,8 +24,14 @@ class Departments {
     Kym::ConfigurationManager& manager() { return mManager; }
     int rowOf(const std::string& name);
 
+    /// `std::runtime_error` with the rule for a name that no department should get.
+    static void requireUsableName(const std::string& name);
+
     /// What keeps a new department from having that name, for the user; empty when nothing does.
     static std::string obstacleTo(const std::string& name);
+
+    /// Tells which departments have that one as their common department, which do not change with it.
+    void tellWhoRefersTo(const std::string& name, const std::string& newName, std::ostream& out);
 
     Kym::Configuration& find(const std::string& name);
 
@@ -45,6 +52,3 @@ class Departments {
   private:
     Kym::ConfigurationManager mManager;
 };
-
-/// A name as a word of a command line that is suggested to the user.
-std::string wordFor(const std::string& name);

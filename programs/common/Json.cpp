@@ -3,29 +3,9 @@
 #include <stdexcept>
 #include <string_view>
 
-namespace {
+#include "programs/common/Text.h"
 
-/// The length of the character that begins the text; 0 when that is none.
-std::size_t characterLength(std::string_view text) {
-    const auto byte = [&](std::size_t place) { return static_cast<unsigned char>(text[place]); };
-    const unsigned char first = byte(0);
-    if (first < 0x80) {
-        return 1;
-    }
-    const std::size_t length = first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF5 ? 4 : 0;
-    if (length == 0 || text.size() < length) {
-        return 0;
-    }
-    for (std::size_t place = 1; place < length; ++place) {
-        if ((byte(place) & 0xC0U) != 0x80U) {
-            return 0;
-        }
-    }
-    const unsigned char second = byte(1);
-    const bool refused = (first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
-                         (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F);
-    return refused ? 0 : length;
-}
+namespace {
 
 void appendText(std::string& out, const std::string& text, const std::string& place) {
     constexpr std::string_view digits = "0123456789abcdef";
@@ -50,17 +30,6 @@ void appendText(std::string& out, const std::string& text, const std::string& pl
 }
 
 }  // namespace
-
-bool isUtf8(const std::string& text) {
-    for (std::string_view rest = text; !rest.empty();) {
-        const std::size_t length = characterLength(rest);
-        if (length == 0) {
-            return false;
-        }
-        rest.remove_prefix(length);
-    }
-    return true;
-}
 
 Json Json::object(Members members) {
     Json result;

@@ -39,6 +39,3 @@ class Json {
     std::string mText = "null";
     Members mMembers;
 };
-
-/// Whether `text` is well-formed UTF-8: shortest forms only, no surrogates, nothing beyond U+10FFFF.
-bool isUtf8(const std::string& text);

@@ -8,9 +8,10 @@
 #include <vector>
 
 #include <CLI/CLI.hpp>
-#include <boost/algorithm/string/join.hpp>
 
 #include "base/platform/Terminal.h"
+
+#include "programs/common/Text.h"
 
 namespace {
 
@@ -28,7 +29,7 @@ std::string adviceFor(const CLI::App& program, const std::vector<std::string>& w
         for (const CLI::App* known : program.get_subcommands({})) {
             names.push_back(known->get_name());
         }
-        text = "There is no command \"" + words.front() + "\". There are: " + boost::join(names, ", ") + '.';
+        text = "There is no command " + quoted(words.front()) + ". There are: " + joined(names) + '.';
     } else if (std::any_of(words.begin(), words.end(), [](const std::string& word) {
                    return word.starts_with('-') && !word.starts_with("--");
                })) {
@@ -51,10 +52,10 @@ int runProgram(CLI::App& program, int argc, char** argv, int (*statusOfSuccess)(
     } catch (const CLI::Success& help) {
         return program.exit(help);
     } catch (const CLI::ParseError& error) {
-        std::cerr << start << adviceFor(program, {argv + 1, argv + argc}, error);
+        std::cerr << start << printableLines(adviceFor(program, {argv + 1, argv + argc}, error));
         return misused;
     } catch (const std::exception& error) {
-        std::cerr << start << error.what() << '\n';
+        std::cerr << start << printableLines(error.what()) << '\n';
         return failed;
     }
 }

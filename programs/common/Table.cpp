@@ -7,6 +7,8 @@
 
 #include "base/platform/Terminal.h"
 
+#include "programs/common/Text.h"
+
 namespace {
 
 constexpr std::size_t gap = 2;         // between two columns
@@ -55,23 +57,7 @@ bool narrow(std::vector<std::size_t>& widths, const Row& heading, std::size_t li
 }
 
 /// Control characters would break the lines, or speak to the terminal.
-std::string printable(const std::string& text) {
-    constexpr const char* digits = "0123456789abcdef";
-    std::string result;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '\n') {
-            result += "\\n";
-        } else if (byte < 0x20 || byte == 0x7F) {
-            result += std::string("\\x") + digits[byte >> 4U] + digits[byte & 0xFU];
-        } else {
-            result += c;
-        }
-    }
-    return result;
-}
-
-std::vector<Row> printable(const std::vector<Row>& rows) {
+std::vector<Row> printableCells(const std::vector<Row>& rows) {
     std::vector<Row> result = rows;
     for (Row& row : result) {
         for (std::string& cell : row) {
@@ -100,7 +86,7 @@ TableStyle TableStyle::ofOutput() {
 }
 
 void writeTable(std::ostream& out, const std::vector<Row>& cells, const TableStyle& style) {
-    const std::vector<Row> rows = printable(cells);
+    const std::vector<Row> rows = printableCells(cells);
     std::vector<std::size_t> widths;
     for (const Row& row : rows) {
         widths.resize(row.size());

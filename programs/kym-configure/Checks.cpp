@@ -98,7 +98,7 @@ void checkDepartment(Site& site, const Layer& layer, Findings& findings) {
         findings.push_back(
             {true, "blank-in-name", file, layer.path, 0, "",
              "The name of the department holds a blank; it cannot be named as a common department.",
-             "Run: kym rename " + quoted(name) + " NEW"});
+             "Run: kym rename " + wordFor(name) + " NEW"});
     }
     if (!layer.variables) {
         findings.push_back({false, "not-prepared", file, layer.path, 0, "",
@@ -113,8 +113,11 @@ void checkDepartment(Site& site, const Layer& layer, Findings& findings) {
         if (!found) {
             findings.push_back({true, "unknown-common-department", file, setting, 0, "",
                                 "There is no department " + quoted(common) + ".",
-                                "Run: kym create " + wordFor(common) +
-                                    " --type Common, or kym-configure put " + wordFor(setting) + " \"\""});
+                                "Run: " +
+                                    (common.find(' ') == std::string::npos
+                                         ? "kym create " + wordFor(common) + " --type Common, or "
+                                         : std::string()) +
+                                    "kym-configure put " + wordFor(setting) + " \"\""});
         } else if (found->type != "Common") {
             findings.push_back(
                 {false, "common-department-type", file, setting, 0, "",

@@ -52,8 +52,9 @@ void report(const Findings& findings, bool json) {
                                    {"suggestion", finding.suggestion}}));
             continue;
         }
-        std::cout << severity << ' ' << finding.code << ": " << placeOf(finding) << "\n    " << finding.reason
-                  << "\n    " << finding.suggestion << "\n    File: " << finding.file << '\n';
+        std::cout << severity << ' ' << finding.code << ": " << printable(placeOf(finding)) << "\n    "
+                  << printableLines(finding.reason) << "\n    " << printable(finding.suggestion)
+                  << "\n    File: " << printable(finding.file) << '\n';
     }
     if (json) {
         std::cout << Json::object({{"errors", static_cast<std::uint64_t>(errors)},

@@ -4,7 +4,6 @@
 #include <map>
 #include <stdexcept>
 
-#include <boost/algorithm/string/join.hpp>
 #include <boost/filesystem/fstream.hpp>
 #include <boost/filesystem/operations.hpp>
 
@@ -195,18 +194,6 @@ std::pair<std::string, std::string> splitLayer(const std::string& path) {
     }
     return end == std::string::npos ? std::pair(path, std::string())
                                     : std::pair(path.substr(0, end), path.substr(end + 1));
-}
-
-std::string nativeText(fs::path path) {
-    return path.make_preferred().string();
-}
-
-std::string quoted(const std::string& text) {
-    return '"' + text + '"';
-}
-
-std::string joined(const std::vector<std::string>& texts) {
-    return boost::join(texts, ", ");
 }
 
 void requireReadable(const Layer& layer) {

@@ -13,6 +13,7 @@
 #include "kym/PluginSettings.h"
 
 #include "programs/common/Departments.h"
+#include "programs/common/Text.h"
 
 /// One settings layer: where it is kept and what can be edited of it. What it points to belongs to the stores
 /// and to the `Site` that it came from. What a layer does not have is null; a department that is not prepared
@@ -56,10 +57,6 @@ class Site {
 
 /// The path of the layer with which the path of a table or of a setting begins, and the rest.
 std::pair<std::string, std::string> splitLayer(const std::string& path);
-
-std::string nativeText(boost::filesystem::path path);
-std::string quoted(const std::string& text);
-std::string joined(const std::vector<std::string>& texts);
 
 /// `Base::ArchiveError` when the layer's file is damaged, or holds something else under one of its keys: some
 /// stores then keep their defaults in silence, and an edit must not replace what could not be read.

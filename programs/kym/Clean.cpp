@@ -8,17 +8,15 @@
 #include <vector>
 
 #include <CLI/CLI.hpp>
-#include <boost/filesystem/path.hpp>
 
 #include "kym/Launcher.h"
 
 #include "Choice.h"
 #include "programs/common/Departments.h"
 #include "programs/common/Json.h"
+#include "programs/common/Text.h"
 
 namespace {
-
-namespace fs = boost::filesystem;
 
 using Files = std::vector<Kym::StaleFile>;
 
@@ -28,14 +26,11 @@ struct Request {
     bool json = false;
 };
 
-std::string nameOf(const Kym::StaleFile& file) {
-    return fs::path(file.path).make_preferred().string();
-}
-
 std::string asJson(const Kym::Configuration& department, const Files& files, bool removed) {
     Json list = Json::array();
     for (const Kym::StaleFile& file : files) {
-        list.add(Json::object({{"path", nameOf(file)}, {"days", static_cast<std::uint64_t>(file.age)}}));
+        list.add(
+            Json::object({{"path", nativeText(file.path)}, {"days", static_cast<std::uint64_t>(file.age)}}));
     }
     return Json::object({{"cleanup", department.doFileCleanup}, {"removed", removed}, {"files", list}})
         .document();
@@ -43,11 +38,11 @@ std::string asJson(const Kym::Configuration& department, const Files& files, boo
 
 std::string asText(const Kym::Configuration& department, const Files& files, bool removed) {
     if (!department.doFileCleanup) {
-        return "The department \"" + department.name() + "\" asks for no cleanup.\n";
+        return "The department " + quoted(department.name()) + " asks for no cleanup.\n";
     }
     std::string text;
     for (const Kym::StaleFile& file : files) {
-        text += (removed ? "Removed " : "Would remove ") + nameOf(file) + " which is " +
+        text += (removed ? "Removed " : "Would remove ") + printable(nativeText(file.path)) + " which is " +
                 std::to_string(file.age) + " days old.\n";
     }
     return text.empty() ? "No file is older than " + std::to_string(department.cleanupDays) + " days.\n"

@@ -17,6 +17,7 @@
 
 #include "Choice.h"
 #include "programs/common/Json.h"
+#include "programs/common/Text.h"
 
 namespace {
 
@@ -127,15 +128,14 @@ std::vector<Difference> compared(const Environment& first, const Environment& se
 }
 
 /// What is not a variable and differs.
-std::vector<Difference> comparedPlans(Kym::LaunchPlan& first, Kym::LaunchPlan& second) {
+std::vector<Difference> compared(const Kym::LaunchPlan& first, const Kym::LaunchPlan& second) {
     std::vector<Difference> result;
     const auto add = [&](const char* name, const std::string& left, const std::string& right) {
         if (left != right) {
             result.push_back({name, left, right, false, {}, {}, {}});
         }
     };
-    add("executable", first.executable.make_preferred().string(),
-        second.executable.make_preferred().string());
+    add("executable", nativeText(first.executable), nativeText(second.executable));
     for (std::size_t i = 0; i < std::max(first.arguments.size(), second.arguments.size()); ++i) {
         const Value left = i < first.arguments.size() ? Value(first.arguments[i]) : Value();
         const Value right = i < second.arguments.size() ? Value(second.arguments[i]) : Value();
@@ -149,7 +149,7 @@ std::vector<Difference> comparedPlans(Kym::LaunchPlan& first, Kym::LaunchPlan& s
 
 void write(const char* sign, const Paths& lines) {
     for (const std::string& line : lines) {
-        std::cout << "    " << sign << ' ' << line << '\n';
+        std::cout << "    " << sign << ' ' << printable(line) << '\n';
     }
 }
 
@@ -159,7 +159,7 @@ void write(const char* heading, const std::vector<Difference>& differences) {
     }
     std::cout << heading << '\n';
     for (const Difference& difference : differences) {
-        std::cout << "  " << difference.name << '\n';
+        std::cout << "  " << printable(difference.name) << '\n';
         if (difference.isPathList && difference.first && difference.second) {
             write("-", difference.removed);
             write("+", difference.added);
@@ -189,9 +189,9 @@ Json asJson(const std::vector<Difference>& differences) {
 
 void compare(const Request& request) {
     Departments departments;
-    Kym::LaunchPlan first = Launchable(departments, request.first).plan();
-    Kym::LaunchPlan second = Launchable(departments, request.second).plan();
-    const std::vector<Difference> command = comparedPlans(first, second);
+    const Kym::LaunchPlan first = Launchable(departments, request.first).plan();
+    const Kym::LaunchPlan second = Launchable(departments, request.second).plan();
+    const std::vector<Difference> command = compared(first, second);
     const std::vector<Difference> variables = compared(first.environment, second.environment);
     if (request.json) {
         std::cout

@@ -14,6 +14,7 @@
 
 #include "Choice.h"
 #include "programs/common/Json.h"
+#include "programs/common/Text.h"
 
 namespace {
 
@@ -34,11 +35,11 @@ Json asJson(const Environment& environment) {
 
 void show(const Request& request) {
     Departments departments;
-    Kym::LaunchPlan plan = Launchable(departments, request.choice).plan();
+    const Kym::LaunchPlan plan = Launchable(departments, request.choice).plan();
     if (request.json) {
         std::cout << Json::object(
                          {{"commandLine", plan.commandString()},
-                          {"executable", plan.executable.make_preferred().string()},
+                          {"executable", nativeText(plan.executable)},
                           {"arguments", Json::array(plan.arguments)},
                           {"workingDirectory", plan.workingDirectory},
                           {"cleanupDays", plan.cleanupDays ? Json(std::uint64_t{*plan.cleanupDays}) : Json()},
@@ -51,13 +52,13 @@ void show(const Request& request) {
                   << " days are removed; kym clean " << wordFor(request.choice.department)
                   << " --dry-run lists them.\n\n";
     }
-    std::cout << "Command line:\n    " << plan.commandString() << "\n\nArguments:\n";
+    std::cout << "Command line:\n    " << printable(plan.commandString()) << "\n\nArguments:\n";
     for (const std::string& argument : plan.arguments) {
-        std::cout << "    " << argument << '\n';
+        std::cout << "    " << printable(argument) << '\n';
     }
-    std::cout << "\nWorking directory:\n    " << plan.workingDirectory << "\n\nEnvironment:\n";
+    std::cout << "\nWorking directory:\n    " << printable(plan.workingDirectory) << "\n\nEnvironment:\n";
     for (const auto& [name, value] : plan.environment) {
-        std::cout << "    " << name << '=' << value << '\n';
+        std::cout << "    " << printable(name + '=' + value) << '\n';
     }
 }
 
@@ -74,7 +75,7 @@ void launch(const Request& request) {
                                  wordFor("department/" + request.choice.department + "/doFileCleanup") +
                                  " False");
     }
-    std::cout << "Started " << plan.commandString() << '\n';
+    std::cout << "Started " << printable(plan.commandString()) << '\n';
 }
 
 /// The variable whose value may have changed in a check, in the environment before and after it.
@@ -91,16 +92,17 @@ Json orNull(const std::string* text) {
 void tell(const Outcome& outcome) {
     std::cout << outcome.name;
     if (!outcome.after) {
-        std::cout << (outcome.before ? " names nothing that exists and is not set: " + *outcome.before
-                                     : " is not set.");
+        std::cout << (outcome.before
+                          ? " names nothing that exists and is not set: " + printable(*outcome.before)
+                          : " is not set.");
     } else if (outcome.after->empty()) {
         std::cout << (outcome.before && !outcome.before->empty()
-                          ? " names nothing that has a short form: " + *outcome.before
+                          ? " names nothing that has a short form: " + printable(*outcome.before)
                           : " is not set.");
     } else {
-        std::cout << '=' << *outcome.after;
+        std::cout << '=' << printable(*outcome.after);
         if (outcome.before && *outcome.before != *outcome.after) {
-            std::cout << "\n    short for " << *outcome.before;
+            std::cout << "\n    short for " << printable(*outcome.before);
         }
     }
     std::cout << '\n';

@@ -12,6 +12,7 @@
 #include "programs/common/Departments.h"
 #include "programs/common/Json.h"
 #include "programs/common/Table.h"
+#include "programs/common/Text.h"
 
 namespace {
 
@@ -37,7 +38,7 @@ void listDepartments(const Request& request) {
                                {"description", department.description},
                                {"commonDepartment", department.commonDepartment},
                                {"prepared", department.isUpdated()},
-                               {"directory", department.path().make_preferred().string()}}));
+                               {"directory", nativeText(department.path())}}));
     }
     if (request.json) {
         std::cout << Json::object({{"departments", list}}).document();

@@ -9,13 +9,13 @@
 #include <vector>
 
 #include <CLI/CLI.hpp>
-#include <boost/algorithm/string/join.hpp>
 
 #include "base/platform/Terminal.h"
 #include "kym/SystemInfo.h"
 
 #include "programs/common/Departments.h"
 #include "programs/common/Progress.h"
+#include "programs/common/Text.h"
 
 namespace {
 
@@ -27,23 +27,10 @@ struct Request {
     bool confirmed = false;
 };
 
-std::string quoted(const std::string& text) {
-    return '"' + text + '"';
-}
-
-/// A department of a name with a blank could not be the common department of others.
-void requireUsableName(const std::string& name) {
-    Kym::ConfigurationManager::checkName(name);
-    if (name.find(' ') != std::string::npos) {
-        throw std::runtime_error(quoted(name) + " cannot be the name of a department: it holds a blank.");
-    }
-}
-
 void requireKnownType(const Kym::ConfigurationManager& manager, const std::string& type) {
     const std::vector<std::string>& types = manager.availableTypes();
     if (!type.empty() && std::find(types.begin(), types.end(), type) == types.end()) {
-        throw std::runtime_error("There is no type " + quoted(type) +
-                                 ". There are: " + boost::join(types, ", ") + ".");
+        throw std::runtime_error("There is no type " + quoted(type) + ". There are: " + joined(types) + ".");
     }
 }
 
@@ -80,7 +67,7 @@ void createDepartment(const Request& request) {
     Departments departments;
     Kym::ConfigurationManager& manager = departments.manager();
     if (request.newName) {
-        requireUsableName(*request.newName);
+        Departments::requireUsableName(*request.newName);
         requireFree(manager, *request.newName);
     }
     requireKnownType(manager, request.type);
@@ -104,23 +91,10 @@ void createDepartment(const Request& request) {
     std::cout << "Created the department " << quoted(manager.configuration(row)->name()) << ".\n";
 }
 
-/// Departments that name another as their common department are not changed with it.
-void tellWhoRefersTo(const std::string& name, const std::string& newName, Kym::ConfigurationManager& manager,
-                     std::ostream& out) {
-    for (int row = 0; row < manager.numberOfRowsInList(); ++row) {
-        const Kym::Configuration& department = *manager.configuration(row);
-        if (department.commonDepartment == name && department.name() != name) {
-            out << "The department " << quoted(department.name()) << " names " << quoted(name)
-                << " as its common department. To change that, run kym-configure put "
-                << wordFor("department/" + department.name() + "/commonDepartment") << ' ' << newName << '\n';
-        }
-    }
-}
-
 void renameDepartment(const Request& request) {
     const std::string& newName = request.newName.value();
     Departments departments;
-    requireUsableName(newName);
+    Departments::requireUsableName(newName);
     const int row = departments.rowOf(request.department);
     if (newName == request.department) {
         std::cout << "The department " << quoted(newName) << " has that name already.\n";
@@ -129,7 +103,7 @@ void renameDepartment(const Request& request) {
     departments.manager().renameConfiguration(row, newName);
     std::cout << "Renamed the department " << quoted(request.department) << " to " << quoted(newName)
               << ".\n";
-    tellWhoRefersTo(request.department, newName, departments.manager(), std::cout);
+    departments.tellWhoRefersTo(request.department, newName, std::cout);
 }
 
 void confirmDeletion(const Kym::Configuration& department) {
@@ -138,7 +112,7 @@ void confirmDeletion(const Kym::Configuration& department) {
                                  " must be confirmed: give --yes, or run the command on a terminal.");
     }
     std::cerr << "Delete the department " << quoted(department.name()) << " with everything in "
-              << department.path().make_preferred().string() << "? Type yes to delete: " << std::flush;
+              << printable(nativeText(department.path())) << "? Type yes to delete: " << std::flush;
     std::string answer;
     if (!std::getline(std::cin, answer) || answer != "yes") {
         throw std::runtime_error("Nothing was deleted.");
@@ -148,7 +122,7 @@ void confirmDeletion(const Kym::Configuration& department) {
 void deleteDepartment(const Request& request) {
     Departments departments;
     const int row = departments.rowOf(request.department);
-    tellWhoRefersTo(request.department, "NAME", departments.manager(), std::cerr);
+    departments.tellWhoRefersTo(request.department, "NAME", std::cerr);
     if (!request.confirmed) {
         confirmDeletion(*departments.manager().configuration(row));
     }

@@ -18,6 +18,7 @@
 #include "Choice.h"
 #include "programs/common/Json.h"
 #include "programs/common/Table.h"
+#include "programs/common/Text.h"
 
 namespace {
 
@@ -184,9 +185,9 @@ void remove(const Request& request) {
 void list(const Request& request) {
     std::vector<Row> rows = {{"KEY", "VALUE", "FILE"}};
     Json entries = Json::array();
-    for (Kym::SystemPreferences::Preference& preference :
+    for (const Kym::SystemPreferences::Preference& preference :
          Kym::SystemPreferences(request.application).preferences()) {
-        rows.push_back({preference.key, textOf(preference.value), preference.file.make_preferred().string()});
+        rows.push_back({preference.key, textOf(preference.value), nativeText(preference.file)});
         entries.add(
             Json::object({{"key", rows.back()[0]}, {"value", rows.back()[1]}, {"file", rows.back()[2]}}));
     }

@@ -5,13 +5,13 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "programs/common/Json.h"
+#include "programs/common/Text.h"
 
 namespace {
 
 [[noreturn]] void refuse(const std::string& shell, const std::string& name, const std::string& reason) {
-    throw std::runtime_error(shell + " cannot set the variable " + name + ": " + reason +
-                             " Use --format json instead.");
+    throw std::runtime_error(shell + " cannot set the variable " + name + ": " + reason + " Use --format " +
+                             (shell == "cmd.exe" ? "powershell or json" : "json") + " instead.");
 }
 
 bool isControl(char c) {
