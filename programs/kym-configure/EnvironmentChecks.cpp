@@ -11,29 +11,11 @@
 
 #include "Checks.h"
 #include "Settings.h"
+#include "programs/common/References.h"
 
 namespace {
 
 using Names = std::set<std::string>;
-
-/// The names to which a text refers as $NAME or ${NAME}.
-std::vector<std::string> referencesIn(const std::string& text) {
-    static const std::string letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_";
-    std::vector<std::string> result;
-    for (std::size_t at = text.find('$'); at != std::string::npos && at + 1 < text.size();
-         at = text.find('$', at + 1)) {
-        if (text[at + 1] == '{') {
-            const std::size_t end = text.find('}', at);
-            if (end != std::string::npos) {
-                result.push_back(text.substr(at + 2, end - at - 2));
-            }
-        } else if (letters.find(text[at + 1]) != std::string::npos) {
-            const std::size_t end = text.find_first_not_of(letters + "0123456789", at + 1);
-            result.push_back(text.substr(at + 1, end == std::string::npos ? end : end - at - 1));
-        }
-    }
-    return result;
-}
 
 class EnvironmentCheck {
   public:
@@ -432,15 +414,17 @@ class EnvironmentCheck {
 
     void checkReferences(const Cell& cell, const std::string& text, const std::vector<Names>& scopes,
                          const Names& own) {
-        for (const std::string& name : referencesIn(text)) {
+        for (const Reference& reference : referencesIn(text)) {
+            const std::string& name = reference.name;
             const auto knows = [&name](const Names& names) { return names.contains(name); };
             if (!own.contains(name) && std::none_of(scopes.begin(), scopes.end(), knows)) {
                 mFindings.push_back(
                     {false, "undefined-variable", cell.file, cell.table, cell.row, cell.column,
                      "No layer sets the variable " + quoted(name) + ".",
-                     "Set it where it belongs, as with: kym-configure add site/variables/common "
-                     "Name=" +
-                         name + " Value=VALUE"});
+                     isReferable(name)
+                         ? "Set it where it belongs, as with: kym-configure add site/variables/common Name=" +
+                               name + " Value=VALUE"
+                         : "Change the reference: a variable of that name cannot be set."});
             }
         }
     }

@@ -1,7 +1,9 @@
 #include "Explain.h"
 
+#include <algorithm>
 #include <array>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -13,7 +15,9 @@
 #include "kym/Launcher.h"
 
 #include "Choice.h"
+#include "PathOrigins.h"
 #include "programs/common/Json.h"
+#include "programs/common/Text.h"
 
 namespace {
 
@@ -48,11 +52,11 @@ Words wordsFor(Variable::Change change) {
 }
 
 std::string origin(const std::string& layer, const std::string& file) {
-    return file.empty() ? layer : layer + ", " + file;
+    return printable(file.empty() ? layer : layer + ", " + file);
 }
 
-void write(const Variable& variable) {
-    std::cout << variable.name << (variable.value ? "=" + *variable.value : " is not set") << '\n';
+void write(const Variable& variable, const std::vector<Variable>& all) {
+    std::cout << printable(variable.name + (variable.value ? "=" + *variable.value : " is not set")) << '\n';
     for (const Variable::Step& step : variable.steps) {
         std::cout << "    " << wordsFor(step.change).text;
         if (!step.layer.empty()) {
@@ -60,16 +64,22 @@ void write(const Variable& variable) {
         }
         std::cout << '\n';
         if (!step.value.empty()) {
-            std::cout << "        " << step.value << '\n';
+            std::cout << "        " << printable(step.value) << '\n';
         }
     }
     if (!variable.paths.empty()) {
         std::cout << "    paths\n";
     }
-    for (const Variable::Path& path : variable.paths) {
-        std::cout << "        " << path.text << "\n            "
+    const auto origins = originsOfPaths(variable, all);
+    for (std::size_t i = 0; i < variable.paths.size(); ++i) {
+        const Variable::Path& path = variable.paths[i];
+        std::cout << "        " << printable(path.text) << "\n            "
                   << (path.dropped ? "dropped as a duplicate; from " : "from ")
                   << origin(path.layer, path.file) << '\n';
+        for (const PathOrigin& through : origins[i]) {
+            std::cout << "            through " << printable(through.name) << ", set by "
+                      << origin(through.layer, through.file) << '\n';
+        }
     }
 }
 
@@ -77,7 +87,7 @@ Json textOrNull(const std::string& text) {
     return text.empty() ? Json() : Json(text);
 }
 
-Json asJson(const Variable& variable) {
+Json asJson(const Variable& variable, const std::vector<Variable>& all) {
     Json steps = Json::array();
     for (const Variable::Step& step : variable.steps) {
         steps.add(Json::object({{"change", wordsFor(step.change).name},
@@ -86,10 +96,18 @@ Json asJson(const Variable& variable) {
                                 {"value", step.value}}));
     }
     Json paths = Json::array();
-    for (const Variable::Path& path : variable.paths) {
+    const auto origins = originsOfPaths(variable, all);
+    for (std::size_t i = 0; i < variable.paths.size(); ++i) {
+        const Variable::Path& path = variable.paths[i];
+        Json through = Json::array();
+        for (const PathOrigin& each : origins[i]) {
+            through.add(
+                Json::object({{"name", each.name}, {"layer", each.layer}, {"file", textOrNull(each.file)}}));
+        }
         paths.add(Json::object({{"path", path.text},
                                 {"layer", path.layer},
                                 {"file", textOrNull(path.file)},
+                                {"through", through},
                                 {"dropped", path.dropped}}));
     }
     return Json::object({{"name", variable.name},
@@ -101,29 +119,30 @@ Json asJson(const Variable& variable) {
 void explain(const Request& request) {
     Departments departments;
     const Launchable of(departments, request.choice);
-    std::vector<Variable> variables =
+    const std::vector<Variable> all =
         Kym::Launcher().explain(*of.department, of.common, of.application, of.workDirectory);
-    if (!request.variable.empty()) {
-        std::erase_if(variables, [&](const Variable& variable) { return variable.name != request.variable; });
-        if (variables.empty()) {
-            throw std::runtime_error("Nothing sets or removes the variable \"" + request.variable +
-                                     "\" in this launch. Names are told apart by letter case; those of the "
-                                     "caller's environment are in upper case. Run kym explain " +
-                                     wordFor(request.choice.department) + ' ' +
-                                     wordFor(request.choice.application) + " to see all.");
-        }
+    std::vector<Variable> asked;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(asked), [&](const Variable& variable) {
+        return request.variable.empty() || variable.name == request.variable;
+    });
+    if (asked.empty()) {
+        throw std::runtime_error("Nothing sets or removes the variable " + quoted(request.variable) +
+                                 " in this launch. Names are told apart by letter case; those of the "
+                                 "caller's environment are in upper case. Run kym explain " +
+                                 wordFor(request.choice.department) + ' ' +
+                                 wordFor(request.choice.application) + " to see all.");
     }
     if (request.json) {
         Json list = Json::array();
-        for (const Variable& variable : variables) {
-            list.add(asJson(variable));
+        for (const Variable& variable : asked) {
+            list.add(asJson(variable, all));
         }
         std::cout << Json::object({{"variables", list}}).document();
         return;
     }
-    for (const Variable& variable : variables) {
-        write(variable);
-        if (&variable != &variables.back()) {
+    for (const Variable& variable : asked) {
+        write(variable, all);
+        if (&variable != &asked.back()) {
             std::cout << '\n';
         }
     }
@@ -142,6 +161,6 @@ void addExplainCommand(CLI::App& program) {
         "For each variable: which layer and which file set, extended, replaced or removed it, with the value "
         "after\n"
         "that, and what became of the value when all layers were merged; for each path of a list, who "
-        "brought it.\n\n"
+        "brought it and through which variables.\n\n"
         "Example:\n  kym explain design nx PATH");
 }
