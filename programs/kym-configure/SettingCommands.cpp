@@ -76,26 +76,25 @@ void getSetting(const Request& request) {
     }
 }
 
-void putSetting(const Request& request) {
-    Site site;
-    const auto [layerPath, name] = splitLayer(request.name);
+}  // namespace
+
+void putSetting(Site& site, const std::string& path, const std::string& value, bool dryRun) {
+    const auto [layerPath, name] = splitLayer(path);
     const Layer layer = site.layer(layerPath);
     if (!layer.department) {
         requireReadable(layer);
     }
     const Setting setting = findSetting(layer, name);
     const std::string before = setting.get();
-    setting.put(request.value);
+    setting.put(value);
     if (name == "type") {
         requireKnownType(site, layer);
     } else if (name == "commonDepartment") {
-        requireKnownCommonDepartment(site, request.value);
+        requireKnownCommonDepartment(site, value);
     }
-    std::cout << request.name << ' ' << quoted(before) << " becomes " << quoted(setting.get()) << '\n';
-    finishEdit(layer, request.dryRun);
+    std::cout << printable(path) << ' ' << quoted(before) << " becomes " << quoted(setting.get()) << '\n';
+    finishEdit(layer, dryRun);
 }
-
-}  // namespace
 
 void addSettingCommands(CLI::App& program) {
     const auto request = std::make_shared<Request>();
@@ -113,5 +112,8 @@ void addSettingCommands(CLI::App& program) {
     put->add_option("VALUE", request->value, "The text; put -- before one that begins with a minus")
         ->required();
     addDryRunFlag(*put, request->dryRun);
-    put->callback([request] { putSetting(*request); });
+    put->callback([request] {
+        Site site;
+        putSetting(site, request->name, request->value, request->dryRun);
+    });
 }

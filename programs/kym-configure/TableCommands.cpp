@@ -8,6 +8,7 @@
 #include <CLI/CLI.hpp>
 
 #include "Commands.h"
+#include "SettingCommands.h"
 #include "Tables.h"
 #include "programs/common/Json.h"
 #include "programs/common/Table.h"
@@ -82,9 +83,6 @@ void showTable(const Request& request) {
 
 Table tableToEdit(Site& site, const Request& request) {
     Table table = findTable(site, request.path);
-    if (!table.readOnly.empty()) {
-        throw std::runtime_error("The table " + table.path + " cannot be edited. " + table.readOnly);
-    }
     requireReadable(table.layer);
     return table;
 }
@@ -94,13 +92,13 @@ int indexOf(const Table& table, int row) {
     if (row < 1 || row > table.rows()) {
         throw std::runtime_error("The table " + table.path + " has no row " + std::to_string(row) +
                                  "; it has " + std::to_string(table.rows()) + ". Run: kym-configure show " +
-                                 table.path);
+                                 wordFor(table.path));
     }
     return row - 1;
 }
 
 std::string place(const Table& table, int row) {
-    return table.path + " row " + std::to_string(row + 1) + ": ";
+    return printable(table.path) + " row " + std::to_string(row + 1) + ": ";
 }
 
 std::string contentOf(const Table& table, int row) {
@@ -111,13 +109,40 @@ std::string contentOf(const Table& table, int row) {
     return result;
 }
 
+/// A cell of a row that is a layer: a named setting of it, or the name of a department.
+void setLayerCell(Site& site, const Table& table, int row, const Request& request) {
+    Layer layer = table.rowLayers.at(static_cast<std::size_t>(row));
+    if (const auto setting = table.settings.find(request.column); setting != table.settings.end()) {
+        putSetting(site, layer.path + '/' + setting->second, request.value, request.dryRun);
+        return;
+    }
+    if (request.column != "Name" || !layer.department) {
+        throw std::runtime_error("The column " + request.column + " of the table " + table.path +
+                                 " cannot be set. " + table.fixedRows);
+    }
+    const std::string before = layer.department->name();
+    Departments::requireUsableName(request.value);
+    if (const std::string obstacle = Departments::obstacleTo(request.value); !obstacle.empty()) {
+        throw std::runtime_error(obstacle);
+    }
+    std::cout << place(table, row) << "Name " << quoted(before) << " becomes " << quoted(request.value)
+              << '\n';
+    site.offered().tellWhoRefersTo(before, request.value, std::cout);
+    layer.path = "department/" + request.value;
+    layer.save = [&] { site.manager().renameConfiguration(row, request.value); };
+    finishEdit(layer, request.dryRun);
+}
+
 void setCell(const Request& request) {
     Site site;
     const Table table = tableToEdit(site, request);
     const int row = indexOf(table, request.row);
-    const bool isColumn =
-        std::find(table.columns.begin(), table.columns.end(), request.column) != table.columns.end();
-    const std::string before = isColumn ? table.cell(row, request.column) : "";
+    requireColumn(table, request.column);
+    if (!table.rowLayers.empty()) {
+        setLayerCell(site, table, row, request);
+        return;
+    }
+    const std::string before = table.cell(row, request.column);
     putCell(table, row, request.column, request.value);
     std::cout << place(table, row) << request.column << ' ' << quoted(before) << " becomes "
               << quoted(table.cell(row, request.column)) << '\n';
@@ -202,7 +227,7 @@ void addTableCommands(CLI::App& program) {
 
     CLI::App* append =
         add("add", "Append a row to a table; a column that is not named gets the usual text",
-            "kym-configure add site/variables/common Name=DATA_DIR \"Value=${SITE_DIR}/data\"", addRow);
+            "kym-configure add site/variables/common Name=DATA_DIR \"Value=D:\\data\"", addRow);
     addPath(append);
     append->add_option("COLUMN=VALUE", request->texts, "Texts of the row");
     addDryRunFlag(*append, request->dryRun);

@@ -37,32 +37,39 @@ class Names : public Base::DataSourceInterface {
     std::vector<std::string> mColumns;
 };
 
-Table listOf(const std::string& path, const std::vector<std::string>& columns,
-             std::vector<std::vector<std::string>> rows, const std::string& readOnly) {
-    return {path, columns, std::make_shared<Names>(std::move(rows), columns), {}, {}, readOnly};
-}
-
 Table departmentList(Site& site) {
+    const std::vector<std::string> columns = {"Name", "Type", "Description", "Common", "Prepared"};
     std::vector<std::vector<std::string>> rows;
     for (const Layer& layer : site.departments()) {
         rows.push_back({layer.department->name(), layer.department->type, layer.department->description,
                         layer.department->commonDepartment, layer.variables ? "True" : "False"});
     }
-    return listOf("departments", {"Name", "Type", "Description", "Common", "Prepared"}, std::move(rows),
-                  "Departments come and go with kym create, kym rename, kym delete and kym prepare; their "
-                  "properties are changed with kym-configure put.");
+    Table result{"departments",
+                 columns,
+                 std::make_shared<Names>(std::move(rows), columns),
+                 {},
+                 "Departments come, go and get ready with kym create, kym delete and kym prepare."};
+    result.rowLayers = site.departments();
+    result.settings = {{"Type", "type"}, {"Description", "description"}, {"Common", "commonDepartment"}};
+    return result;
 }
 
 Table pluginList(Site& site) {
+    const std::vector<std::string> columns = {"Name", "Type", "Directory"};
     std::vector<std::vector<std::string>> rows;
     for (const Layer& layer : site.plugins()) {
         rows.push_back({layer.path.substr(layer.path.find('/') + 1), layer.plugin->pluginType,
                         nativeText(layer.plugin->path())});
     }
-    return listOf(
-        "plugins", {"Name", "Type", "Directory"}, std::move(rows),
-        "Plugins are directories: those in the folder plugins of the installation, and those in the "
-        "folder that the setting site/winExternalPluginsLocation names.");
+    Table result{"plugins",
+                 columns,
+                 std::make_shared<Names>(std::move(rows), columns),
+                 {},
+                 "Plugins are directories: those in the folder plugins of the installation, and those in the "
+                 "folder that the setting site/winExternalPluginsLocation names."};
+    result.rowLayers = site.plugins();
+    result.settings = {{"Type", "type"}};
+    return result;
 }
 
 template <typename Owner>
@@ -73,7 +80,6 @@ void addVariables(std::vector<Table>& tables, const Layer& layer, const std::str
                           variableColumns,
                           owned(source),
                           layer,
-                          {},
                           {},
                           applicationRow,
                           isUnix});
@@ -178,11 +184,15 @@ std::string ruleOf(const std::string& column) {
                             : "a value holds an even number of \"%\" and as many \"{\" as \"}\"";
 }
 
-void putCell(const Table& table, int row, const std::string& column, const std::string& value) {
+void requireColumn(const Table& table, const std::string& column) {
     if (std::find(table.columns.begin(), table.columns.end(), column) == table.columns.end()) {
         throw std::runtime_error("The table " + table.path + " has no column " + quoted(column) +
                                  ". There are: " + joined(table.columns) + ".");
     }
+}
+
+void putCell(const Table& table, int row, const std::string& column, const std::string& value) {
+    requireColumn(table, column);
     std::string text = value;
     if (truthColumns.contains(column)) {
         text = boost::to_lower_copy(value, std::locale::classic());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -16,9 +17,12 @@ struct Table {
     std::shared_ptr<Base::DataSourceInterface> source;
     Layer layer;
     std::string fixedRows = {};  ///< what to do instead of adding and deleting rows; empty: do just that
-    std::string readOnly = {};   ///< what to do instead of changing anything
     int applicationRow = -1;     ///< the index of the application whose variables these are, if of one
     bool isUnix = false;         ///< variables that no launch uses
+
+    /// Of a table whose rows are layers: these, and the named settings of theirs that columns show.
+    std::vector<Layer> rowLayers = {};
+    std::map<std::string, std::string> settings = {};
 
     int rows() const { return source->numberOfRowsInList(); }
     std::string cell(int row, const std::string& column) const;
@@ -35,6 +39,9 @@ std::vector<Table> allTables(Site& site);
 
 /// `std::runtime_error` that lists what there is when there is no such table.
 Table findTable(Site& site, const std::string& path);
+
+/// `std::runtime_error` that lists the columns when there is no such one.
+void requireColumn(const Table& table, const std::string& column);
 
 /// Puts a cell, or refuses what the model or the column does not allow (`std::runtime_error` with the rule);
 /// then nothing is to be saved.
