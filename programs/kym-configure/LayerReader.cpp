@@ -231,7 +231,8 @@ class LayerReader {
             try {
                 setting.put(content);
             } catch (const std::exception& error) {
-                note(at, error.what());
+                const std::string what = error.what();
+                note(at, what.substr(0, what.find_last_not_of('.') + 1));
             }
         }
     }
@@ -344,19 +345,19 @@ class LayerReader {
 
 }  // namespace
 
-void layerFromJson(const Layer& layer, const std::string& text, const std::string& file) {
+std::vector<std::string> layerFromJson(const Layer& layer, const std::string& text, const std::string& file) {
     std::vector<std::string> problems = LayerReader(layer).read(parse(text, file));
+    std::vector<std::string> warnings;
     if (problems.empty()) {
         Findings findings;
         checkContent(layer, findings);
         for (const Finding& finding : findings) {
-            if (finding.isError) {
-                problems.push_back(placeOf(finding) + ": " + finding.reason);
-            }
+            (finding.isError ? problems : warnings).push_back(placeOf(finding) + ": " + finding.reason);
         }
     }
     if (!problems.empty()) {
         throw std::runtime_error(file + " cannot be imported, and nothing was changed:\n  " +
                                  boost::join(problems, "\n  "));
     }
+    return warnings;
 }

@@ -85,7 +85,7 @@ void tellChanges(const value& before, const value& after, const std::string& pla
         }
         return;
     }
-    std::cout << place;
+    std::cout << printable(place);
     if (before.is_null()) {
         std::cout << " added: " << after << '\n';
     } else if (after.is_null()) {
@@ -121,7 +121,7 @@ void importLayer(const Request& request) {
     if (!in) {
         throw std::runtime_error("The file " + nativeText(request.file) + " cannot be read.");
     }
-    layerFromJson(layer, text, nativeText(request.file));
+    const std::vector<std::string> warnings = layerFromJson(layer, text, nativeText(request.file));
     requireKnownNames(site, layer, names);
     const value after = boost::json::parse(layerToJson(layer).document());
     if (before == after) {
@@ -129,6 +129,9 @@ void importLayer(const Request& request) {
         return;
     }
     tellChanges(before, after, layer.path);
+    for (const std::string& warning : warnings) {
+        std::cout << "warning: " << printable(warning) << '\n';
+    }
     finishEdit(layer, request.dryRun);
 }
 
