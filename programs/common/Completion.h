@@ -12,7 +12,7 @@ class App;
 struct Offer {
     std::string argument;          ///< how the argument's name begins
     std::string command;           ///< of the program, like "departments"
-    bool takesWordBefore = false;  ///< whether that command takes the word in front of the argument
+    bool takesWordBefore = false;  ///< whether that command takes the argument in front of this one
 };
 
 /// Adds the command that writes what a shell needs to complete the program's command lines: completion. It
