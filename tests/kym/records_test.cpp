@@ -1,5 +1,3 @@
-#include <array>
-
 #include <gtest/gtest.h>
 
 #include "base/Coder.h"
@@ -71,24 +69,6 @@ TEST(TableModels, EditRowsAndRememberThatTheyDid) {
     checkRows<EnvVariableListSource, EnvironmentVariable>("Name", "");
     checkRows<WorkDirectoryListSource, WorkDirectory>("Name", "");
     checkRows<ApplicationListSource, ConfigApplication>("AppID", "ChangeMyAppID");
-}
-
-TEST(TableModels, TakeWhatTheirColumnsAllow) {
-    std::vector<EnvironmentVariable> variables(1);
-    std::vector<ConfigApplication> applications(1);
-    EnvVariableListSource variableSource(&variables);
-    ApplicationListSource source(&applications);
-    variableSource.setValueForListColumnRow("name", 0, std::string("v"));
-    EXPECT_EQ(variables[0].name + "=" + variables[0].value, "=v") << "every other column is the value";
-
-    const std::array<const char*, 3> cells[] = {{"Disable", "TRUE", "True"},  {"AddNXLibs", "yes", "False"},
-                                                {"NoCustom", "tRuE", "True"}, {"Arguments", "True", "True"},
-                                                {"Platform", "2", ""},        {"appid", "lower", ""}};
-    for (const auto& [column, text, stored] : cells) {
-        EXPECT_TRUE(source.setValueForListColumnRow(column, 0, std::string(text)));
-        EXPECT_EQ(cellsOf(source, column), Texts{stored}) << column;
-    }
-    EXPECT_EQ(cellsOf(source, "AppID"), Texts{"ChangeMyAppID"});
 }
 
 TEST(TableModels, ValidateVariables) {
