@@ -1,5 +1,4 @@
 #include <clocale>
-#include <functional>
 #include <iterator>
 #include <stdexcept>
 #include <utility>
@@ -52,12 +51,11 @@ class Departments : public Support::SiteTest {
     }
 };
 
-class Manager : public Departments {
-  protected:
-    static std::string namesOf(const ConfigurationManager& manager) {
-        return boost::join(Support::cellsOf(manager, ""), "|");
-    }
-};
+using Manager = Departments;
+
+std::string namesOf(const ConfigurationManager& manager) {
+    return boost::join(Support::cellsOf(manager, ""), "|");
+}
 
 TEST_F(Departments, ReadTheirPropertiesWhollyOrNotAtAll) {
     const std::string described = "<key>Description</key><string>new</string>";

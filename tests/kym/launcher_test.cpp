@@ -41,10 +41,7 @@ using Change = Kym::VariableExplanation::Change;
 
 void fill(Kym::EnvVariableListSource* list, const Variables& variables) {
     for (const auto& variable : variables) {
-        const int row = list->numberOfRowsInList();
-        list->insertRow(-1);
-        list->setValueForListColumnRow("Name", row, variable.name);
-        list->setValueForListColumnRow("Value", row, variable.value);
+        Support::addRow(*list, {{"Name", variable.name}, {"Value", variable.value}});
     }
 }
 

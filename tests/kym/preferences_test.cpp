@@ -255,15 +255,7 @@ TEST_F(PreferencesTest, TheListIsWhatCanBeFound) {
                               "flat/inner global.plist", "global global.plist"}));
 }
 
-class AppTest : public PreferencesTest {
-  protected:
-    /// A second object, which must not be destroyed after the first one has deleted what they share.
-    template <typename... Arguments>
-    App* undestroyed(const Arguments&... arguments) {
-        return new (storage) App(arguments...);
-    }
-    alignas(App) unsigned char storage[sizeof(App)];
-};
+using AppTest = PreferencesTest;
 
 TEST_F(AppTest, ThereIsOneAtATimeAndItsEndSavesThePreferences) {
     EXPECT_EQ(App::instance(), nullptr);
@@ -281,7 +273,8 @@ TEST_F(AppTest, ThereIsOneAtATimeAndItsEndSavesThePreferences) {
 }
 
 TEST_F(AppTest, ACopySharesThePreferencesAndItsEndIsTheEndOfBoth) {
-    App* original = undestroyed("cad");
+    alignas(App) unsigned char storage[sizeof(App)];  // the end of the original would delete them twice
+    App* original = new (storage) App("cad");
     original->initialize(nullptr);
     original->getPreferenceDB()->SetPreference("key", true);
     {

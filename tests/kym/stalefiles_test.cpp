@@ -1,6 +1,5 @@
 #include "kym/StaleFiles.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <limits>
@@ -26,7 +25,6 @@ namespace fs = boost::filesystem;
 using Base::FileManager::native;
 using Kym::Time;
 using testing::ElementsAre;
-using testing::Pair;
 
 namespace {
 

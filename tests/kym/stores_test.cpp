@@ -13,7 +13,6 @@
 #include "base/Archiver.h"
 #include "base/Environment.h"
 #include "base/FileManager.h"
-#include "base/Unarchiver.h"
 #include "base/platform/UserFolders.h"
 #include "kym/ArchiveMembers.h"
 #include "kym/BaseSettings.h"
