@@ -105,16 +105,14 @@ bool operator<(const Configuration& left, const Configuration& right) {
 }
 
 Configuration::Configuration(const boost::filesystem::path& directory, bool loadNow) {
-    if (Base::log::LoggerStream line{verboseLogger()}) {
-        line << "instancing configuration: " << Base::FileManager::native(directory) << std::endl;
-    }
+    logVerbose("instancing configuration: ", directory);
     setPath(directory);
     if (loadNow) {
         load();
         mNeedsSaving = false;
     }
-    if (Base::log::LoggerStream line{verboseLogger()}) {
-        line << "config: " << name() << " mNeedsSaving = " << mNeedsSaving << std::endl;
+    if (verboseLogger().isOn()) {
+        logVerbose("config: ", name(), " mNeedsSaving = ", mNeedsSaving);
     }
 }
 
@@ -188,9 +186,7 @@ void Configuration::loadProperties() {
         throw InvalidConfiguration("Directory " + Base::FileManager::native(mPath) +
                                    " is not valid department.");
     }
-    if (Base::log::LoggerStream line{verboseLogger()}) {
-        line << "  Loading configuration's properties" << std::endl;
-    }
+    logVerbose("  Loading configuration's properties");
     if (!list.hasProperty(kDescription)) {
         throw BadProperty(list.file(), kDescription, "is missing; it must be a text.");
     }
@@ -208,9 +204,7 @@ void Configuration::loadProperties() {
     commonDepartment = std::move(newCommonDepartment);
     doFileCleanup = newDoFileCleanup;
     cleanupDays = newCleanupDays;
-    if (Base::log::LoggerStream line{verboseLogger()}) {
-        line << "  Loaded the configuration's properties" << std::endl;
-    }
+    logVerbose("  Loaded the configuration's properties");
 }
 
 void Configuration::saveProperties() {

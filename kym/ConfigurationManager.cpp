@@ -113,9 +113,7 @@ void ConfigurationManager::initialize() {
     for (std::size_t i = 0; i < entries.size(); ++i) {
         addValidConfiguration(entries[i], inTurn ? readEntry(entries[i]) : std::move(found[i]));
     }
-    if (Base::log::LoggerStream line{infoLogger()}) {
-        line << "Found " << mConfigurations.size() << " configurations." << std::endl;
-    }
+    logInfo("Found ", mConfigurations.size(), " configurations.");
 }
 
 ConfigurationManager::Found ConfigurationManager::readEntry(const boost::filesystem::path& entry) {
@@ -140,9 +138,7 @@ void ConfigurationManager::addValidConfiguration(const boost::filesystem::path& 
         return;
     }
     mConfigurations.push_back(std::move(*found.configuration));
-    if (Base::log::LoggerStream line{infoLogger()}) {
-        line << "Adding configuration: " << Base::FileManager::native(entry) << std::endl;
-    }
+    logInfo("Adding configuration: ", entry);
 }
 
 Configuration* ConfigurationManager::configuration(int index) {

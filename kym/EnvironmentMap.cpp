@@ -172,9 +172,7 @@ std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
         recordInvalidNames(variables, *record);
     }
 
-    if (LoggerStream line{infoLogger()}) {
-        line << "Evaluating the completed environment" << std::endl;
-    }
+    logInfo("Evaluating the completed environment");
     const auto lookup = [&](std::string_view name) -> std::optional<std::string_view> {
         const Entry* const entry = variables.last(name);
         return entry && isSet(*entry) ? std::optional(entry->value) : std::nullopt;
@@ -224,9 +222,7 @@ std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
         }
     }
 
-    if (LoggerStream line{infoLogger()}) {
-        line << "Removing duplicate paths from PATH variables" << std::endl;
-    }
+    logInfo("Removing duplicate paths from PATH variables");
     for (const auto* const list : pathLists) {
         if (record) {
             record->tracePaths(list->first, env);

@@ -9,8 +9,6 @@
 #include "kym/CharacterClass.h"
 #include "kym/Loggers.h"
 
-using Base::log::LoggerStream;
-
 namespace Kym {
 
 namespace {
@@ -102,13 +100,9 @@ std::string separatedPaths(std::string_view value) {
 }
 
 std::string cleanPathList(const std::string& value) {
-    if (LoggerStream line{verboseLogger()}) {
-        line << "  PATH string = " << value << std::endl;
-    }
+    logVerbose("  PATH string = ", value);
     const std::string list = separatedPaths(value);
-    if (LoggerStream line{verboseLogger()}) {
-        line << "  PATH string = " << list << std::endl;
-    }
+    logVerbose("  PATH string = ", list);
 
     std::string result;
     result.reserve(list.size());
@@ -119,9 +113,7 @@ std::string cleanPathList(const std::string& value) {
         }
         kept = piece;
         collapseSlashes(kept);
-        if (LoggerStream line{verboseLogger()}) {
-            line << "  " << kept << std::endl;
-        }
+        logVerbose("  ", kept);
         if (!result.empty()) {
             result.push_back(';');
         }

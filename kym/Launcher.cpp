@@ -265,9 +265,7 @@ std::vector<std::string> Launcher::assemble(const Configuration& config, const C
 void Launcher::addCurrentEnvVarsToMap(VariableList& vars) const {
     logInfo("Adding the current environment variables");
     for (std::string& text : Base::Environment::environmentStrings()) {
-        if (LoggerStream line{verboseLogger()}) {
-            line << "Processing variable: " << text << std::endl;
-        }
+        logVerbose("Processing variable: ", text);
         const std::size_t equals = text.find('=');
         if (equals == std::string::npos) {
             continue;
@@ -277,9 +275,7 @@ void Launcher::addCurrentEnvVarsToMap(VariableList& vars) const {
         std::transform(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(equals),
                        variable.name.begin(), toUpper);
         variable.value = std::move(text.erase(0, equals + 1));
-        if (LoggerStream line{verboseLogger()}) {
-            line << "Setting " << variable.name << "=" << variable.value << std::endl;
-        }
+        logVerbose("Setting ", variable.name, "=", variable.value);
         vars.append(std::move(variable));
     }
 }

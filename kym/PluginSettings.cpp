@@ -71,8 +71,8 @@ void PluginSettings::save() {
 bool PluginSettings::needsSaving() const {
     const bool result = mNeedsSaving || variablesEdited() || mApplicationSource.isEdited() ||
                         std::ranges::any_of(mApplications, &ConfigApplication::needsSaving);
-    if (Base::log::LoggerStream line{verboseLogger()}) {
-        line << "Plugin: " << name() << " needsSaving = " << result << std::endl;
+    if (verboseLogger().isOn()) {
+        logVerbose("Plugin: ", name(), " needsSaving = ", result);
     }
     return result;
 }

@@ -177,9 +177,7 @@ void VariableList::mergePlain(EnvironmentVariable variable) {
     if (variable.name.empty() || variable.value.empty()) {
         return;
     }
-    if (LoggerStream line{verboseLogger()}) {
-        line << "  merging " << variable.name << std::endl;
-    }
+    logVerbose("  merging ", variable.name);
     const auto existing = mPlaces.find(keyOf(variable.name));
     if (existing == mPlaces.end()) {
         append(std::move(variable));
