@@ -420,6 +420,9 @@ TEST_F(SiteStore, RegistersEveryEntryOfTheExternalPluginsInNameOrder) {
     EXPECT_EQ(PluginsManagement().numberOfPlugins(), 1) << "the external ones come all or none";
     fs::remove(damaged);
     SiteInformation();
+    site.makeFile("external/b/settings.dat", "damaged");
+    EXPECT_THROW(SiteSettings(), Base::ArchiveError);
+    EXPECT_EQ(PluginsManagement().numberOfPlugins(), 5) << "those of the first reading stay";
     for (const std::string& location : {external + std::string(1, '\0'), std::string("\xff\xfe")}) {
         locate(location);
         EXPECT_NO_THROW(SiteSettings()) << "there is no such directory";

@@ -5,6 +5,8 @@
 #include <archive.h>
 #include <archive_entry.h>
 
+#include "base/platform/Utf8Locale.h"
+
 namespace Support {
 namespace {
 
@@ -30,6 +32,7 @@ std::string noise(std::size_t size) {
 }
 
 std::string tarGz(const std::vector<TarEntry>& entries) {
+    const Base::Platform::Utf8Locale utf8;
     std::string bytes;
     archive* writer = archive_write_new();
     archive_write_add_filter_gzip(writer);
