@@ -82,7 +82,7 @@ int damage(const std::string& kind, const std::string& site, const std::string& 
     const std::size_t taken = Support::peakMemory() - before;
     std::cout << kind << ": " << whole.size() << " bytes, " << loads << " loads, " << errors
               << " errors, longest " << longest << " s, memory taken " << taken / 1024 << " KiB\n";
-    return longest < 5 && taken < std::size_t{KYM_TEST_MEBIBYTES} << 20U ? 0 : 1;
+    return longest < KYM_TEST_LOAD_SECONDS && taken < std::size_t{KYM_TEST_MEBIBYTES} << 20U ? 0 : 1;
 }
 
 int run(const std::vector<std::string>& words) {
