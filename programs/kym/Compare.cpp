@@ -82,12 +82,9 @@ Paths movedBetween(const Paths& first, const Paths& second) {
     }
     Paths moved;
     std::size_t wanted = lastPlaces.size();
-    std::size_t behind = second.size();  // the place of the path that stays next
     for (std::size_t i = first.size(); i-- > 0;) {
-        const std::size_t place = places.at(first[i]);
-        if (wanted > 0 && lengths[i] == wanted && place < behind) {
+        if (wanted > 0 && lengths[i] == wanted) {  // of two such, the later one stands further in front
             --wanted;
-            behind = place;
         } else {
             moved.push_back(first[i]);
         }
