@@ -3,6 +3,7 @@ executable, EMULATOR runs a Windows program where the system cannot."""
 import contextlib
 import os
 import pathlib
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -12,6 +13,8 @@ FOLDER = pathlib.Path(sys.argv[1]).resolve()
 SUFFIX = sys.argv[2]
 EMULATOR = sys.argv[3:]
 ON_WINDOWS = SUFFIX == ".exe"
+BASE, SITE, SYSTEM = "kym/config/baseSettings.dat", "ugsite/site_settingsNx4.dat", "kym/config/sysinfo.dat"
+DESIGN, PROPERTIES = "ugsite/design/nx4/config/configSettings.dat", "ugsite/design/.dirinfo.plist"
 
 # What a process needs of its surroundings; the rest of the caller's environment must not change a result.
 KEPT = {"PATH", "HOME", "TMPDIR", "TEMP", "SYSTEMROOT", "PATHEXT", "PROGRAMFILES", "USERPROFILE", "KYM_WINE",
@@ -24,7 +27,7 @@ def native(path):
 
 
 class SiteTest(unittest.TestCase):
-    """Has a sample site, and runs the programs on it."""
+    """Has a sample site, a new one for each test, and runs the programs on it."""
     maxDiff = None
 
     @classmethod
@@ -32,7 +35,7 @@ class SiteTest(unittest.TestCase):
         temporary = tempfile.TemporaryDirectory(prefix="kym sit\u00e9 ")
         cls.addClassCleanup(temporary.cleanup)
         cls.folder = pathlib.Path(temporary.name).resolve()
-        cls.site = cls.folder / "site"
+        cls.pristine, cls.site = cls.folder / "pristine", cls.folder / "site"
         cls.site.mkdir()
         cls.environment = {name: value for name, value in os.environ.items() if name.upper() in KEPT}
         cls.environment.setdefault("USERPROFILE", str(cls.site))
@@ -42,6 +45,19 @@ class SiteTest(unittest.TestCase):
         made = cls.start("kym-sample-site", native(cls.site), cls.application)
         if made.returncode != 0:
             raise RuntimeError(made.stderr)
+        cls.site.rename(cls.pristine)
+
+    def setUp(self):
+        shutil.copytree(self.pristine, self.site)
+        self.addCleanup(lambda: shutil.rmtree(self.site))
+
+    def replace(self, file, *pairs):
+        """Makes in a settings file of the site what the programs themselves would refuse to make."""
+        text = (self.site / file).read_text(encoding="utf-8")
+        for old, new in pairs:
+            self.assertEqual(text.count(old), 1, old)
+            text = text.replace(old, new)
+        (self.site / file).write_text(text, encoding="utf-8")
 
     @classmethod
     def start(cls, program, *arguments, setting=(), **options):
