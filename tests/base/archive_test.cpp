@@ -167,7 +167,6 @@ TEST_F(ArchiveTest, DamageIsToldWithFileLineAndKeyAndKept) {
         {"<settings/>", 1, "", "expected an archive, found 'settings'"},
         {"<archive version='1x'/>", 1, "", "no format version"},
         {"\n<archive version='2'/>", 2, "", "newer format version 2"},
-        {machine("") + "<archive version='1'/>", 5, "", "outside of the root"},
         {machine("<string key='Label'>x\n</String>"), 4, "", "damaged file"},
         {machine("<string key='Label'>\n&auml;</string>"), 4, "", "\"&\" begins no"},
         {machine("<string key='Label'>\n&#xD800;</string>"), 4, "", "\"&\" begins no"},
@@ -190,8 +189,6 @@ TEST_F(ArchiveTest, DamageIsToldWithFileLineAndKeyAndKept) {
         {machine("<object key='Parts' type='PartList'>\n<object type='Part'><string key='Name'/>"
                  "<int key='Count'>1</int>\n<int key='Count'>2</int></object></object>"),
          5, "Count", "stands twice"},
-        {machine("<object key='Notes' type='StringList'>\n<object type='Part'/></object>"), 4, "Notes",
-         "expected a string, found an object of type 'Part'"},
     };
     const auto file = scratch / "archive";
     for (const auto& [content, line, key, reason] : cases) {
@@ -262,7 +259,6 @@ TEST_F(ArchiveTest, MisuseIsRefused) {
     EXPECT_THROW(archiver.getCoder(TypeInfo::of<std::vector<int>>()), ArchiveError);
     archiver.prepareCollection();
     EXPECT_THROW(archiver.finishEncoding(), std::logic_error);
-    EXPECT_THROW(archiver.prepareCollection(), std::logic_error);
     archiver.finishCollection();
     EXPECT_THROW(archiver.encode("Member", 1), std::logic_error);
     EXPECT_FALSE(boost::filesystem::exists(scratch / "archive"));

@@ -1,7 +1,6 @@
 #include <cstdlib>
 #include <string>
 
-#include "base/BaseKit.h"
 #include "base/Environment.h"
 #include "base/FileManager.h"
 #include "base/SmartAssert.h"
@@ -16,23 +15,9 @@ namespace fs = boost::filesystem;
 using Base::log::Logger;
 using Base::log::LoggerStream;
 
-struct Answers : Base::InitializeDelegate {
-    Answers(std::string names, const fs::path& output) : loggers(std::move(names)), file(output.string()) {}
-    std::string enabledLoggers() const override { return loggers; }
-    std::string logFile() const override { return file; }
-
-    std::string loggers;
-    std::string file;
-};
-
 class LogTest : public testing::Test {
   protected:
-    ~LogTest() override { configure("", ""); }  // closes the file
-
-    static void configure(const std::string& loggers, const fs::path& file) {
-        const Answers answers(loggers, file);
-        Base::BaseKit::initialize(&answers);
-    }
+    ~LogTest() override { Support::logTo("", ""); }
 
     const Support::Scratch scratch;
     const fs::path file = scratch / "trace é.log";
@@ -47,7 +32,7 @@ struct Costly {
 
 TEST_F(LogTest, OnlyLoggersThatAreNamedWriteAndTheyWriteWhole) {
     const Logger info("kym.info");
-    configure(" kym.info , kym.other", file);
+    Support::logTo(" kym.info , kym.other", file);
     const Logger verbose("kym.verbose");
     int formatted = 0;
     {
@@ -62,9 +47,9 @@ TEST_F(LogTest, OnlyLoggersThatAreNamedWriteAndTheyWriteWhole) {
         outer << "tail" << std::endl;
     }
     EXPECT_EQ(formatted, 0);
-    configure("kym", file);
+    Support::logTo("kym", file);
     EXPECT_FALSE(info.isOn());
-    configure("all", file);
+    Support::logTo("all", file);
     LoggerStream(verbose) << "appended" << std::endl;
     EXPECT_EQ(Base::FileManager::readFile(file), "inner\n  outer 1\ntail\nappended\n");
 }
@@ -72,7 +57,7 @@ TEST_F(LogTest, OnlyLoggersThatAreNamedWriteAndTheyWriteWhole) {
 TEST_F(LogTest, AnUnusableLogFileIsToldOnceAndStandardErrorIsUsed) {
     testing::internal::CaptureStderr();
     const fs::path missing = scratch / "missing" / "trace.log";
-    configure("all", missing);
+    Support::logTo("all", missing);
     LoggerStream(Logger("kym.info")) << "still here" << std::endl;
     const std::string written = testing::internal::GetCapturedStderr();
     EXPECT_EQ(written.find("Cannot open the log file " + missing.string()), 0U) << written;
@@ -80,7 +65,7 @@ TEST_F(LogTest, AnUnusableLogFileIsToldOnceAndStandardErrorIsUsed) {
 }
 
 TEST_F(LogTest, AFailedAssertionIsOneLine) {
-    configure("base.assert", file);
+    Support::logTo("base.assert", file);
     Base::smart_assert("index < mList->size()", 300, "/home/me/kym/List.cpp", 12, "at")
         .value("index", 7)
         .value("size", 3)

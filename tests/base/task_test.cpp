@@ -79,10 +79,6 @@ class StartTest : public testing::Test {
         task.setEnvironment(environment);
         task.launch();
     }
-
-    fs::path batchFile(const std::string& name) {
-        return scratch.write(name, "@\"%KYM_TEST_CHILD%\" %*\r\n");
-    }
 };
 
 // clang-format off
@@ -167,7 +163,7 @@ TEST_F(StartTest, AProgramAndItsDirectoryMayHaveAnyName) {
 TEST_F(StartTest, BatchFilesGetTheirArgumentsAndNothingElseRuns) {
     const fs::path folder = scratch / "b&c (100%) \xC3\xA4";
     fs::create_directory(folder);
-    const fs::path plain = batchFile("x.bat");
+    const fs::path plain = scratch.write("x.bat", "@\"%KYM_TEST_CHILD%\" %*\r\n");
     const fs::path odd = folder / "y ^.CMD";
     fs::copy_file(plain, odd);
     Strings all = hostile;

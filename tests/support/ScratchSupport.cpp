@@ -1,6 +1,19 @@
 #include "tests/support/ScratchSupport.h"
 
+#include "base/BaseKit.h"
+
 namespace Support {
+
+void logTo(const std::string& loggers, const boost::filesystem::path& file) {
+    struct Answers : Base::InitializeDelegate {
+        std::string enabledLoggers() const override { return loggers; }
+        std::string logFile() const override { return file; }
+        std::string loggers, file;
+    } answers;
+    answers.loggers = loggers;
+    answers.file = file.string();
+    Base::BaseKit::initialize(&answers);
+}
 
 boost::filesystem::path recorded(const std::string& name) {
     return boost::filesystem::path(KYM_TEST_DATA) / name;

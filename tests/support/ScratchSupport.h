@@ -45,6 +45,10 @@ inline std::string bytesOf(const boost::filesystem::path& file) {
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
+/// Switches loggers on (names separated by commas), which append to a file; those of before stop and let go
+/// of theirs.
+void logTo(const std::string& loggers, const boost::filesystem::path& file);
+
 /// A recorded file of tests/data.
 boost::filesystem::path recorded(const std::string& name);
 

@@ -6,27 +6,12 @@
 #include <boost/filesystem/operations.hpp>
 #include <pugixml.hpp>
 
-#include "base/BaseKit.h"
 #include "base/Environment.h"
 #include "base/FileManager.h"
 
 namespace Support {
-namespace {
 
 namespace fs = boost::filesystem;
-
-class LogToFile : public Base::InitializeDelegate {
-  public:
-    LogToFile(std::string loggers, std::string file) : mLoggers(std::move(loggers)), mFile(std::move(file)) {}
-    std::string enabledLoggers() const override { return mLoggers; }
-    std::string logFile() const override { return mFile; }
-
-  private:
-    std::string mLoggers;
-    std::string mFile;
-};
-
-}  // namespace
 
 Site::Site() {
     static bool used = false;
@@ -36,8 +21,6 @@ Site::Site() {
             "Run the tests through ctest.");
     }
     used = true;
-    const std::string unique = fs::unique_path("%%%%-%%%%-%%%%").string();
-    mRoot = fs::temp_directory_path() / ("kym sité " + unique);
     for (const char* directory : {"kym/config", "kym/plugins", "kym/data/install", "departments"}) {
         makeDirectory(directory);
     }
@@ -47,20 +30,17 @@ Site::Site() {
 }
 
 Site::~Site() {
-    const LogToFile off("", "");
-    Base::BaseKit::initialize(&off);
-    boost::system::error_code ignored;
-    fs::remove_all(mRoot, ignored);
+    logTo("", "");
 }
 
 fs::path Site::makeDirectory(const fs::path& relative) const {
-    const fs::path directory = mRoot / relative;
+    const fs::path directory = root() / relative;
     fs::create_directories(directory);
     return directory;
 }
 
 fs::path Site::makeFile(const fs::path& relative, std::string_view content) const {
-    const fs::path file = mRoot / relative;
+    const fs::path file = root() / relative;
     fs::create_directories(file.parent_path());
     Base::FileManager::replaceFile(file, content);
     return file;
@@ -72,11 +52,9 @@ void Site::block(const fs::path& file) const {
 }
 
 void Site::startLog(const std::string& loggers) const {
-    const LogToFile off("", "");
-    Base::BaseKit::initialize(&off);
+    logTo("", "");
     fs::remove(logFile());
-    const LogToFile on(loggers, logFile().string());
-    Base::BaseKit::initialize(&on);
+    logTo(loggers, logFile());
 }
 
 std::vector<std::string> Site::logLines() const {

@@ -11,6 +11,7 @@
 #include "base/DataSourceInterface.h"
 
 #include "gtest/gtest.h"
+#include "tests/support/ScratchSupport.h"
 
 namespace Support {
 
@@ -29,9 +30,9 @@ class Site {
     Site(const Site&) = delete;
     Site& operator=(const Site&) = delete;
 
-    const boost::filesystem::path& root() const { return mRoot; }
-    boost::filesystem::path installation() const { return mRoot / "kym"; }
-    boost::filesystem::path departments() const { return mRoot / "departments"; }
+    const boost::filesystem::path& root() const { return mScratch.folder(); }
+    boost::filesystem::path installation() const { return root() / "kym"; }
+    boost::filesystem::path departments() const { return root() / "departments"; }
 
     /// Make a directory or a file below the root, with the directories above it, and return its whole path.
     boost::filesystem::path makeDirectory(const boost::filesystem::path& relative) const;
@@ -46,9 +47,9 @@ class Site {
     std::vector<std::string> logLines() const;
 
   private:
-    boost::filesystem::path logFile() const { return mRoot / "lines.log"; }
+    boost::filesystem::path logFile() const { return root() / "lines.log"; }
 
-    boost::filesystem::path mRoot;
+    Scratch mScratch;
 };
 
 /// A test that has a site.
