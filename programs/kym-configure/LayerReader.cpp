@@ -2,6 +2,7 @@
 #include <charconv>
 #include <functional>
 #include <numeric>
+#include <set>
 #include <stdexcept>
 
 #include <boost/algorithm/string/join.hpp>
@@ -18,6 +19,33 @@ using boost::json::value;
 
 /// What Windows programs put in front of a text that is UTF-8.
 const std::string mark = "\xEF\xBB\xBF";
+
+/// The line at which a member stands in an object for the second time, of which a reader keeps only one; 0
+/// when none does. The text is JSON.
+std::size_t lineOfRepetition(const std::string& text) {
+    std::size_t line = 1;
+    std::vector<std::set<std::string>> open;  // the members of each object that is open, none of each list
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const char c = text[at];
+        line += c == '\n' ? 1U : 0U;
+        if (c == '{' || c == '[') {
+            open.emplace_back();
+        } else if (c == '}' || c == ']') {
+            open.pop_back();
+        } else if (c == '"') {
+            const std::size_t begin = at++;
+            while (text[at] != '"') {
+                at += text[at] == '\\' ? 2 : 1;
+            }
+            const std::size_t next = text.find_first_not_of(" \t\r\n", at + 1);
+            const bool isName = next != std::string::npos && text[next] == ':';
+            if (isName && !open.back().insert(text.substr(begin, at - begin)).second) {
+                return line;
+            }
+        }
+    }
+    return 0;
+}
 
 value parse(const std::string& content, const std::string& file) {
     if (content.starts_with("\xFF\xFE") || content.starts_with("\xFE\xFF")) {
@@ -40,6 +68,10 @@ value parse(const std::string& content, const std::string& file) {
         const auto end = text.begin() + static_cast<std::ptrdiff_t>(read);
         throw std::runtime_error(file + ", line " + std::to_string(1 + std::count(text.begin(), end, '\n')) +
                                  ": this is not JSON: " + error.message() + ".");
+    }
+    if (const std::size_t line = lineOfRepetition(text); line != 0) {
+        throw std::runtime_error(file + ", line " + std::to_string(line) +
+                                 ": a member of that name stands in the object already.");
     }
     return parser.release();
 }

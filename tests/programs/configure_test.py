@@ -137,8 +137,7 @@ class ConfigureTest(SiteTest):
                 ("put site/winNxInstallPath ${A", "as many \"{\" as \"}\""),
                 ("put system/SiteSettingsSuffix /../x", "names a file or a directory"),
                 ("put system/CadInstallPathVariable 1A", "a name holds letters"),
-                ("put base/type x", "kym-configure tables"),
-                ("import base .", "is a directory")):
+                ("put base/type x", "kym-configure tables")):
             with self.subTest(line=line):
                 self.refused(message, "kym-configure", *shlex.split(line))
         self.assertEqual(self.changed(files), [])
@@ -308,6 +307,7 @@ class ConfigureTest(SiteTest):
         for wrong, message in (
                 (text.split('"layer"')[0] + "\n]", "layer.json, line 2: this is not JSON"), (text + "x", "not JSON"),
                 (text.encode("utf-16"), "is UTF-16"), ("{}", "\"format\" and \"layer\" are expected"),
+                (text.replace("{", '{"x": ["x"],\n"x": 1, ', 1), "line 2: a member of that name stands in the object"),
                 (('"format": 1', '"format": 2'), "/format: this program reads format 1."),
                 (('"department/design"', '"plugin/x"'), "/layer: a layer of the kind"),
                 (('"SAMPLE_PROJECT"', '"1X"'), "/variables/common/1: a name holds"),
