@@ -62,8 +62,10 @@ TEST_F(PropertyListTest, IntegersComeInTheFirstTypeThatHoldsThem) {
     EXPECT_TRUE(list.getProperty("large").type() == typeid(unsigned long long));
 }
 
-// The judge is a program of the host; the recorded files above carry its verdict to Windows.
-TEST(PropertyListJudge, ReadsWhatIsWritten) {
+// The judges are programs of the host; the recorded files above carry their verdict to Windows.
+class PropertyListJudge : public PropertyListTest {};
+
+TEST_F(PropertyListJudge, PlistlibReadsWhatIsWritten) {
     const std::string command =
         "python3 -c \"import plistlib, sys\n"
         "one, other = [repr(plistlib.load(open(name, 'rb'))) for name in sys.argv[1:]]\n"
@@ -71,6 +73,19 @@ TEST(PropertyListJudge, ReadsWhatIsWritten) {
     EXPECT_EQ(0, std::system((command + Support::recorded("own.plist").string() + "' '" +
                               Support::recorded("plistlib.plist").string() + "'")
                                  .c_str()));
+}
+
+TEST_F(PropertyListJudge, LibplistReadsWhatIsWrittenAndWritesWhatIsRead) {
+    auto root = boost::any_cast<Dictionary>(*PropertyList(Support::recorded("own.plist")).list());
+    root.erase("special");  // numbers that it does not know
+    save(scratch / "list", root);
+    for (const auto& [from, to] : {std::pair("list", "binary"), {"binary", "answer"}}) {
+        const std::string files =
+            "-i '" + (scratch / from).string() + "' -o '" + (scratch / to).string() + "'";
+        ASSERT_EQ(0, std::system(("plistutil " + files).c_str())) << files;
+    }
+    EXPECT_EQ(Support::bytesOf(scratch / "list"), rewritten(scratch / "answer"));
+    EXPECT_THROW(PropertyList(scratch / "binary"), PropertyListError);
 }
 
 TEST_F(PropertyListTest, FormsThatOthersMayWriteAreRead) {
