@@ -46,7 +46,7 @@ template <typename Settings>
 Store variableStore(const fs::path& file, const std::shared_ptr<Settings>& settings) {
     Store store = storeOf(file, settings);
     store.text = [settings]() -> std::string {
-        Kym::EnvVariableListSource& table = *settings->winVariables();
+        const Kym::EnvVariableListSource& table = *settings->winVariables();
         return table.numberOfRowsInList() == 0
                    ? ""
                    : boost::any_cast<std::string>(table.valueForListColumnRow("Value", 0));
