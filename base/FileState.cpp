@@ -1,6 +1,6 @@
 #include "base/FileState.h"
 
-#include <array>
+#include <bit>
 #include <cstring>
 
 #include "base/FileManager.h"
@@ -15,27 +15,30 @@ std::uint64_t mixed(std::uint64_t sum, std::uint64_t word) {
     return sum ^ (sum >> 32U);
 }
 
+std::uint64_t wordAt(const char* bytes) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
+
 // Several sums side by side, since each has to wait for its last multiplication.
 std::uint64_t checksum(std::string_view bytes) {
-    std::array<std::uint64_t, 8> sums{};
-    std::array<std::uint64_t, 8> words{};
-    for (; bytes.size() >= sizeof words; bytes.remove_prefix(sizeof words)) {
-        std::memcpy(words.data(), bytes.data(), sizeof words);
-        for (std::size_t i = 0; i < sums.size(); ++i) {
-            sums[i] = (sums[i] ^ words[i]) * factor;
-        }
+    std::uint64_t first = 0, second = 0, third = 0, fourth = 0;
+    for (; bytes.size() >= 32; bytes.remove_prefix(32)) {
+        first = std::rotl(first ^ wordAt(bytes.data()), 32) * factor;
+        second = std::rotl(second ^ wordAt(bytes.data() + 8), 32) * factor;
+        third = std::rotl(third ^ wordAt(bytes.data() + 16), 32) * factor;
+        fourth = std::rotl(fourth ^ wordAt(bytes.data() + 24), 32) * factor;
     }
     std::uint64_t result = 0;
-    for (const std::uint64_t sum : sums) {
+    for (const std::uint64_t sum : {first, second, third, fourth}) {
         result = mixed(result, sum);
     }
     std::uint64_t word = 0;
     for (; bytes.size() >= sizeof word; bytes.remove_prefix(sizeof word)) {
-        std::memcpy(&word, bytes.data(), sizeof word);
-        result = mixed(result, word);
+        result = mixed(result, wordAt(bytes.data()));
     }
-    word = 0;  // the rest; the size tells how many bytes of it count
-    std::memcpy(&word, bytes.data(), bytes.size());
+    std::memcpy(&word, bytes.data(), bytes.size());  // the rest; the size tells how many bytes of it count
     return mixed(result, word);
 }
 

@@ -49,13 +49,10 @@ class XmlFile {
     int line(pugi::xml_node element) const;
 
     /// Whether there is no element; as `!element`, without a call into the parser's library.
-    static bool isNone(pugi::xml_node element) {
-        return std::bit_cast<Handle>(element) == std::bit_cast<Handle>(pugi::xml_node());
-    }
+    static bool isNone(pugi::xml_node element) { return std::bit_cast<Handle>(element) == kNoElement; }
 
     static bool isNone(pugi::xml_attribute attribute) {
-        return std::bit_cast<AttributeHandle>(attribute) ==
-               std::bit_cast<AttributeHandle>(pugi::xml_attribute());
+        return std::bit_cast<AttributeHandle>(attribute) == kNoAttribute;
     }
 
     /// Whether an attribute stands twice in an element, which no XML file may have. The parser lets it pass;
@@ -72,6 +69,8 @@ class XmlFile {
   private:
     using Handle = std::array<unsigned char, sizeof(pugi::xml_node)>;
     using AttributeHandle = std::array<unsigned char, sizeof(pugi::xml_attribute)>;
+    static inline const Handle kNoElement = std::bit_cast<Handle>(pugi::xml_node());
+    static inline const AttributeHandle kNoAttribute = std::bit_cast<AttributeHandle>(pugi::xml_attribute());
 
     int lineAt(std::ptrdiff_t offset) const;
 
