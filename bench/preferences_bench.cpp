@@ -95,13 +95,17 @@ std::string textOf(const boost::any* value) {
     return value && !value->empty() ? boost::any_cast<std::string>(*value) : std::string();
 }
 
+std::string valueOf(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value ? value : "";
+}
+
 /// The preferences, read from the files that another object wrote.
 Kym::SystemPreferences preferences() {
     Kym::SystemPreferences written("kym-bench");
     const std::array<std::string, layerCount / 2> directories{
-        written.CurrentUser(), written.AnyUser(),
-        std::string(std::getenv("KYM_COMMONDEPT_DIR")) + "/nx4/preferences/",
-        std::string(std::getenv("KYM_BASE_DIR")) + "/preferences/"};
+        written.CurrentUser(), written.AnyUser(), valueOf("KYM_COMMONDEPT_DIR") + "/nx4/preferences/",
+        valueOf("KYM_BASE_DIR") + "/preferences/"};
     for (std::size_t layer = 0; layer < layerCount; ++layer) {
         const std::string& file = layer % 2 ? written.AnyApplication() : written.CurrentApplication();
         for (std::size_t number = 0; number < keyCount; ++number) {

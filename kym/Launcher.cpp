@@ -326,7 +326,7 @@ fs::path Launcher::getAndCheckExecutable(const ConfigApplication& app, const Env
     std::string text = app.program;
     text = collapseSeparators(Base::Environment::expandEnvVariables(text, env));
     logVerbose("expanded executable string = ", text);
-    const fs::path program(text);
+    fs::path program(text);
     if (!Base::FileManager::exists(program)) {
         fail("Program " + native(program) + " is not found.\n  Original string = " + app.program +
              "\n  Maybe a environment variable is set wrong.");

@@ -47,7 +47,7 @@ ChildReport awaitReport(const boost::filesystem::path& file) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (std::chrono::steady_clock::now() < end) {
         if (Base::FileManager::exists(file)) {
-            const ChildReport report = parse(Base::FileManager::readFile(file));
+            ChildReport report = parse(Base::FileManager::readFile(file));
             boost::filesystem::remove(file);
             return report;
         }
