@@ -108,7 +108,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Fuzz::Source source(Fuzz::textOf(data, std::min<std::size_t>(size, 24)));
     const std::uint64_t number = source.number();
     Time time;
-    time.year = static_cast<std::int32_t>(number % 4 == 0 ? number >> 32U : 1700 + (number >> 2U) % 800);
+    time.year = static_cast<std::int32_t>(number % 4 == 0 ? number >> 32U : 1700 + (number >> 2U) % 1400);
     time.month = static_cast<std::uint8_t>(source.byte() % 16);
     time.day = static_cast<std::uint8_t>(source.byte() % 34);
     time.hour = static_cast<std::uint8_t>(source.byte() % 26);
