@@ -15,7 +15,8 @@ import unittest
 import uuid
 
 sys.dont_write_bytecode = True
-from sample_site import BASE, DESIGN, EMULATOR, FOLDER, ON_WINDOWS, PROPERTIES, SYSTEM, SiteTest, native
+from sample_site import (BASE, DESIGN, EMULATOR, FOLDER, ON_WINDOWS, PROPERTIES, SYSTEM, TIME_LIMIT, SiteTest,
+                         native)
 
 if not ON_WINDOWS:
     import fcntl
@@ -197,7 +198,7 @@ class KymTest(SiteTest):
             with self.variables(SAMPLE_ODD_LEFT_OVER="x"):
                 done = subprocess.run([*EMULATOR, "cmd", "/d", "/c", "call", "export.bat", "&&", self.application],
                                       env=self.environment, cwd=self.site, stdin=subprocess.DEVNULL,
-                                      capture_output=True, timeout=60, check=False)
+                                      capture_output=True, timeout=TIME_LIMIT, check=False)
             self.assertEqual((done.returncode, done.stdout, done.stderr), (0, b"", b""))
             received = sections(self.report.read_text(encoding="utf-8"))["Environment:"]
             self.assertEqual(assigned(received), values(expected.items()))
@@ -226,7 +227,7 @@ class KymTest(SiteTest):
                    'printf "%s\\n" "${COMPREPLY[@]}"')
             done = subprocess.run(["bash", "-c", ask, "-", *words], input=script, capture_output=True, check=False,
                                   env={**self.environment, "PATH": f"{FOLDER}:{self.environment['PATH']}"},
-                                  encoding="utf-8", timeout=60)
+                                  encoding="utf-8", timeout=TIME_LIMIT)
             self.assertEqual(done.stderr, "")
             return done.stdout.splitlines()
 
@@ -259,7 +260,7 @@ class KymTest(SiteTest):
                         shown += os.read(ours, 4096)
                 if then:
                     then(ours)
-                output = process.communicate(timeout=60)[0]
+                output = process.communicate(timeout=TIME_LIMIT)[0]
             os.close(ours)
             return shown.decode().replace("\r\n", "\n").splitlines(), process.returncode, output
 

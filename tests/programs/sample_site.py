@@ -13,6 +13,7 @@ FOLDER = pathlib.Path(sys.argv[1]).resolve()
 SUFFIX = sys.argv[2]
 EMULATOR = sys.argv[3:]
 ON_WINDOWS = SUFFIX == ".exe"
+TIME_LIMIT = 60 * int(os.environ.get("KYM_TEST_PATIENCE") or 1)  # seconds
 BASE, SITE, SYSTEM = "kym/config/baseSettings.dat", "ugsite/site_settingsNx4.dat", "kym/config/sysinfo.dat"
 DESIGN, PROPERTIES = "ugsite/design/nx4/config/configSettings.dat", "ugsite/design/.dirinfo.plist"
 
@@ -64,8 +65,8 @@ class SiteTest(unittest.TestCase):
         """`setting`: what runs the program with other variables where Wine sets its own."""
         options = {"env": cls.environment, "stdin": subprocess.DEVNULL, "capture_output": True, "encoding": "utf-8",
                    **options}
-        return subprocess.run([*EMULATOR, *setting, str(FOLDER / f"{program}{SUFFIX}"), *arguments], timeout=60,
-                              check=False, **options)
+        return subprocess.run([*EMULATOR, *setting, str(FOLDER / f"{program}{SUFFIX}"), *arguments],
+                              timeout=TIME_LIMIT, check=False, **options)
 
     def output(self, program, *arguments, status=0):
         done = self.start(program, *arguments)
