@@ -292,6 +292,7 @@ TEST_F(LauncherTest, ExplainsWhereEveryValueComesFrom) {
     fill(Kym::SiteInformation().commonVariables(), {{"EXPLAINED_PATH", "D:\\s;$EXPLAINED_PATH"}});
     fill(Kym::BaseInformation().commonVariables(), {{"EXPLAINED_PATH", "${EXPLAINED_PATH};$MORE;C:/a"},
                                                     {"MORE", "E:/m:F:\\n"},
+                                                    {"ROOTED_PATH", "b"},
                                                     {"mixed_case", "b"},
                                                     {"UGII_HTML_BROWSER", "mine"}});
     Kym::PluginsManagement().addPlugin(site.makeDirectory("plugins/cae"));
@@ -300,7 +301,8 @@ TEST_F(LauncherTest, ExplainsWhereEveryValueComesFrom) {
     }
     fill(config.settings()->winVariables(),
          {{"EXPLAINED_PATH", "$EXPLAINED_PATH/tail"}, {"MORE", "E:/m:F:/n"}, {"A-B", "x"}});
-    fill(app.commonVariables(), {{"EXPLAINED_PATH", "$EXPLAINED_PATH;F:\\n"}});
+    fill(app.commonVariables(),
+         {{"EXPLAINED_PATH", "$EXPLAINED_PATH;F:\\n"}, {"ROOTED_PATH", "C:\\a\\$ROOTED_PATH"}});
     app.mConfigurationName = "cam Plugin";
 
     const char* const changes[] = {"set",      "extended",   "replaced", "removed", "ineffective", "bad-name",
@@ -324,6 +326,8 @@ TEST_F(LauncherTest, ExplainsWhereEveryValueComesFrom) {
     EXPECT_EQ(told["MORE"],
               "base:set(config) plugins:extended(cam) plugins:extended(cae) "
               "configuration:replaced(config) :separators() ");
+    EXPECT_EQ(told["ROOTED_PATH"],
+              "base:set(config) application:extended(cam) C:\\a\\b<application ");
     EXPECT_EQ(told["A-B"], "configuration:set(config) :bad-name() ");
     EXPECT_THAT(told["UGII_HTML_BROWSER"], HasSubstr("base:ineffective(config) "));
     EXPECT_EQ(told["MIXED_CASE"], "process:set() :superseded() ");
