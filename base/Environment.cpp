@@ -42,7 +42,7 @@ void Expander::expandVariable(std::string_view name, std::string& value) {
     }
     auto variable = mVariables.find(name);
     if (variable == mVariables.end()) {
-        variable = mVariables.emplace(std::string(name), Known{State::untouched, 0, 0}).first;
+        variable = mVariables.emplace(name, Known{State::untouched, 0, 0}).first;
     }
     Known& known = variable->second;
     if (known.state == State::untouched) {
@@ -119,8 +119,7 @@ void Expander::resolve(std::string_view name, std::string_view reference) {
         return;
     }
     if (variable != mVariables.end() && variable->second.state == State::open) {
-        throw ExpansionError("The variable " + variable->first +
-                             " refers to itself: " + chain(variable->first));
+        throw ExpansionError("The variable " + std::string(name) + " refers to itself: " + chain(name));
     }
     const std::optional<std::string_view> value = mLookup(name);
     if (!value) {
@@ -131,7 +130,7 @@ void Expander::resolve(std::string_view name, std::string_view reference) {
         const bool isFinished =
             value->find('$') == std::string_view::npos || (mStandsForItself && mStandsForItself(*value));
         const State state = isFinished ? State::literal : State::untouched;
-        variable = mVariables.emplace(std::string(name), Known{state, 0, 0}).first;
+        variable = mVariables.emplace(name, Known{state, 0, 0}).first;
     }
     if (variable->second.state == State::literal) {
         append(*value, &*variable);
@@ -150,18 +149,18 @@ void Expander::append(std::string_view text, const Variables::value_type* variab
 void Expander::checkSize(std::size_t added, const Variables::value_type* variable) const {
     if (mResult.size() - mBegin + added > sizeLimit) {
         throw ExpansionError("The expansion of " +
-                             (variable ? "the variable " + variable->first : std::string("a text")) +
+                             (variable ? "the variable " + std::string(variable->first) : "a text") +
                              " gives more than " + std::to_string(sizeLimit) + " bytes.");
     }
 }
 
 std::string Expander::place() const {
     const auto* const variable = mFrames.back().variable;
-    return variable ? "in the value of " + variable->first : "in the text";
+    return variable ? "in the value of " + std::string(variable->first) : "in the text";
 }
 
 // The names from the outermost variable down to `last`; the middle of a very long way is left out.
-std::string Expander::chain(const std::string& last) const {
+std::string Expander::chain(std::string_view last) const {
     constexpr std::size_t shown = 10;
     std::string names;
     for (std::size_t i = 0; i < mFrames.size(); ++i) {
@@ -169,12 +168,12 @@ std::string Expander::chain(const std::string& last) const {
             continue;
         }
         if (i <= shown || i + shown >= mFrames.size()) {
-            names += mFrames[i].variable->first + " -> ";
+            names.append(mFrames[i].variable->first).append(" -> ");
         } else if (i == shown + 1) {
             names += "... -> ";
         }
     }
-    return names + last;
+    return names.append(last);
 }
 
 std::string getEnvVariable(const std::string& name) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <functional>
 #include <map>
+#include <memory_resource>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -91,7 +92,7 @@ class Expander {
         using is_transparent = void;
         std::size_t operator()(std::string_view name) const { return std::hash<std::string_view>()(name); }
     };
-    using Variables = std::unordered_map<std::string, Known, NameHash, std::equal_to<>>;
+    using Variables = std::pmr::unordered_map<std::pmr::string, Known, NameHash, std::equal_to<>>;
     struct Frame {
         Variables::value_type* variable;  ///< null: the caller's text
         std::string_view text;
@@ -105,13 +106,14 @@ class Expander {
     void append(std::string_view text, const Variables::value_type* variable);
     void checkSize(std::size_t added, const Variables::value_type* variable) const;
     std::string place() const;
-    std::string chain(const std::string& last) const;
+    std::string chain(std::string_view last) const;
 
     Lookup mLookup;
     StandsForItself mStandsForItself;
     std::string mResult;     // all that was expanded, so that a variable met again is copied from there
     std::size_t mBegin = 0;  // where the text that is being expanded begins in the result
-    Variables mVariables;
+    std::pmr::monotonic_buffer_resource mMemory;
+    Variables mVariables{&mMemory};
     std::vector<Frame> mFrames;  // a stack: references nest deeper than the machine's own stack allows
 };
 

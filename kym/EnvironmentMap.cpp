@@ -35,6 +35,14 @@ struct NamedEntry {
     static constexpr std::size_t partCount = 2;
     std::array<std::uint64_t, partCount> parts;
     Entry* entry;
+    std::uint32_t group;
+};
+
+/// The entries whose names begin with the same eight bytes.
+struct Group {
+    std::uint64_t beginning;
+    std::ptrdiff_t size;
+    std::ptrdiff_t end;  // of those that have found their place
 };
 
 /// Eight bytes from `start` on, as a number in whose order they stand; behind the end of the name, zeros.
@@ -84,6 +92,35 @@ bool isSet(const Entry& entry) {
     return !entry.value.empty() && hasValidName(entry);
 }
 
+/// The entries in the order of their names. First each group gets its place, then each entry in its group.
+std::vector<Entry*> inOrder(const std::vector<NamedEntry>& entries, std::vector<Group>& groups) {
+    std::vector<Group*> sortedGroups;
+    sortedGroups.reserve(groups.size());
+    for (Group& group : groups) {
+        sortedGroups.push_back(&group);
+    }
+    std::sort(sortedGroups.begin(), sortedGroups.end(),
+              [](const Group* left, const Group* right) { return left->beginning < right->beginning; });
+    std::ptrdiff_t begin = 0;
+    for (Group* const group : sortedGroups) {
+        group->end = begin;
+        begin += group->size;
+    }
+    std::vector<NamedEntry> sorted(entries.size());
+    for (const NamedEntry& entry : entries) {
+        sorted[static_cast<std::size_t>(groups[entry.group].end++)] = entry;
+    }
+    for (const Group& group : groups) {
+        sortByName(sorted.begin() + (group.end - group.size), sorted.begin() + group.end, 0);
+    }
+    std::vector<Entry*> order;
+    order.reserve(sorted.size());
+    for (const NamedEntry& next : sorted) {
+        order.push_back(next.entry);
+    }
+    return order;
+}
+
 /// The entries that make the environment, in the order of the names.
 std::vector<Entry*> effectiveEntries(VariableList& variables) {
     if (verboseLogger().isOn()) {
@@ -92,31 +129,24 @@ std::vector<Entry*> effectiveEntries(VariableList& variables) {
                                           << (hasValidName(entry) ? "VALID" : "INVALID") << std::endl;
         }
     }
-    boost::unordered_flat_map<std::uint64_t, std::vector<NamedEntry>> groups;  // of names that begin alike
-    std::size_t count = 0;
+    std::vector<NamedEntry> found;
+    found.reserve(variables.entries().size());
+    std::vector<Group> groups;
+    boost::unordered_flat_map<std::uint64_t, std::uint32_t> numbers;  // of groups, by the beginning
     for (Entry& entry : variables.entries()) {
-        if (!entry.overruled && isSet(entry)) {
-            groups[partOf(entry.name, 0)].push_back(
-                {{partOf(entry.name, 8), partOf(entry.name, 16)}, &entry});
-            ++count;
+        if (entry.overruled || !isSet(entry)) {
+            continue;
         }
-    }
-    std::vector<std::uint64_t> beginnings;
-    beginnings.reserve(groups.size());
-    for (const auto& [beginning, group] : groups) {
-        beginnings.push_back(beginning);
-    }
-    std::sort(beginnings.begin(), beginnings.end());
-    std::vector<Entry*> order;
-    order.reserve(count);
-    for (const std::uint64_t beginning : beginnings) {
-        std::vector<NamedEntry>& group = groups[beginning];
-        sortByName(group.begin(), group.end(), 0);
-        for (const NamedEntry& named : group) {
-            order.push_back(named.entry);
+        const std::uint64_t beginning = partOf(entry.name, 0);
+        const auto number = static_cast<std::uint32_t>(groups.size());
+        const auto [known, isNew] = numbers.try_emplace(beginning, number);
+        if (isNew) {
+            groups.push_back({beginning, 0, 0});
         }
+        ++groups[known->second].size;
+        found.push_back({{partOf(entry.name, 8), partOf(entry.name, 16)}, &entry, known->second});
     }
-    return order;
+    return inOrder(found, groups);
 }
 
 /// The names, among entries that make an environment, of those with which an entry that was set later shares

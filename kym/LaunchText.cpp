@@ -86,7 +86,7 @@ std::string collapseSeparators(std::string_view text) {
 }
 
 void normalizeSeparators(std::string& value) {
-    if (value.find("http:") == std::string::npos) {
+    if (value.find('/') != std::string::npos && value.find("http:") == std::string::npos) {
         replaceSlashes(value);
     }
 }

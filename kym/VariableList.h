@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <memory_resource>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -103,8 +104,9 @@ class VariableList {
     std::vector<Entry> mEntries;
     std::uint32_t mTurn = 0;
     boost::unordered_flat_map<Key, Places, KeyHash> mPlaces;
-    std::deque<EnvironmentVariable> mRecords;  // what was handed over
-    std::deque<std::string> mTexts;            // what substitution gave
+    std::pmr::monotonic_buffer_resource mMemory;
+    std::pmr::deque<EnvironmentVariable> mRecords{&mMemory};  // what was handed over
+    std::pmr::deque<std::string> mTexts{&mMemory};            // what substitution gave
 };
 
 /// Lets `merge` work on an indexed list of `target`, and stores the result there. When it throws, the target
