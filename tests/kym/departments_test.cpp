@@ -301,12 +301,29 @@ TEST_F(Manager, FindsTheDepartmentsAmongOtherEntries) {
 }
 
 TEST_F(Manager, KeepsTheOrderOfManyDepartmentsAndEndsAtADamagedOne) {
+    site.makeDirectory("kym/plugins/cam");
+    std::vector<Kym::WorkDirectory> workDirectories(2);
+    Base::Archiver archiver(site.root() / "settings.dat");
+    archiver.encodeObject("Work Directory List", &workDirectories,
+                          archiver.getCoder(typeid(workDirectories)));
+    archiver.finishEncoding();
+    const std::string whole = contentOf(site.root() / "settings.dat");
     std::vector<std::string> names;
-    for (int number = 100; number < 180; ++number) {
+    for (int number = 100; number < 180; ++number) {  // none by an object, which would ask for the plugins
         names.push_back(std::to_string(number));
-        makeDepartment(names.back());
+        site.makeFile("departments/" + names.back() + "/.dirinfo.plist",
+                      "<plist version=\"1.0\"><dict><key>Description</key><string/></dict></plist>");
+        site.makeFile("departments/" + names.back() + "/nx4/config/configSettings.dat",
+                      number % 4 < 2 ? whole.substr(0, whole.size() / 2) : whole);
     }
-    EXPECT_EQ(namesOf(ConfigurationManager()), boost::join(names, "|"));
+    {
+        ConfigurationManager manager;
+        EXPECT_EQ(namesOf(manager), boost::join(names, "|"));
+        for (int row = 0; row < 80; ++row) {
+            const auto& read = manager.configuration(row)->settings()->workDirectoryList();
+            EXPECT_EQ(read.size(), row % 4 < 2 ? 0U : 2U);
+        }
+    }
     {
         const std::jthread remover([this] {
             for (int number = 101; number < 180; number += 2) {

@@ -326,8 +326,7 @@ TEST_F(LauncherTest, ExplainsWhereEveryValueComesFrom) {
     EXPECT_EQ(told["MORE"],
               "base:set(config) plugins:extended(cam) plugins:extended(cae) "
               "configuration:replaced(config) :separators() ");
-    EXPECT_EQ(told["ROOTED_PATH"],
-              "base:set(config) application:extended(cam) C:\\a\\b<application ");
+    EXPECT_EQ(told["ROOTED_PATH"], "base:set(config) application:extended(cam) C:\\a\\b<application ");
     EXPECT_EQ(told["A-B"], "configuration:set(config) :bad-name() ");
     EXPECT_THAT(told["UGII_HTML_BROWSER"], HasSubstr("base:ineffective(config) "));
     EXPECT_EQ(told["MIXED_CASE"], "process:set() :superseded() ");

@@ -19,7 +19,7 @@ DESIGN, PROPERTIES = "ugsite/design/nx4/config/configSettings.dat", "ugsite/desi
 
 # What a process needs of its surroundings; the rest of the caller's environment must not change a result.
 KEPT = {"PATH", "HOME", "TMPDIR", "TEMP", "SYSTEMROOT", "PATHEXT", "PROGRAMFILES", "USERPROFILE", "KYM_WINE",
-        "KYM_WINE_PREFIX", "ASAN_OPTIONS", "UBSAN_OPTIONS"}
+        "KYM_WINE_PREFIX", "ASAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"}
 
 
 def native(path):
