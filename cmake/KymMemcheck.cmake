@@ -17,10 +17,11 @@ endif()
 # for the tests that start programs by their names.
 function(kym_watched_programs variable)
   set(folder "${PROJECT_BINARY_DIR}/watched")
-  list(JOIN CMAKE_CROSSCOMPILING_EMULATOR "' '" valgrind)
+  list(JOIN CMAKE_CROSSCOMPILING_EMULATOR "', '" valgrind)
   foreach(name IN LISTS ARGN)
+    # Not by the shell, which drops variables whose names it could not use.
     file(WRITE "${folder}/${name}"
-         "#!/bin/sh\nexec '${valgrind}' '${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name}' \"$@\"\n")
+         "#!/usr/bin/perl\nexec '${valgrind}', '${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name}', @ARGV or die $!;\n")
     file(CHMOD "${folder}/${name}" PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
   endforeach()
   set(${variable} "${folder}" PARENT_SCOPE)

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <utility>
 
+#include <boost/container/small_vector.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <boost/smart_ptr/make_shared.hpp>
 
@@ -33,8 +34,10 @@ std::string userDirectory() {
     return applicationData.empty() ? std::string() : (applicationData / "preferences/").string();
 }
 
-std::vector<std::string> namesOf(const std::string& key) {
-    std::vector<std::string> names;
+using Names = boost::container::small_vector<std::string, 4>;  // deeper keys are rare
+
+Names namesOf(const std::string& key) {
+    Names names;
     names.reserve(static_cast<std::size_t>(std::count(key.begin(), key.end(), '/')) + 1);
     std::size_t begin = 0;
     for (std::size_t end; (end = key.find('/', begin)) != std::string::npos; begin = end + 1) {
@@ -44,7 +47,7 @@ std::vector<std::string> namesOf(const std::string& key) {
     return names;
 }
 
-const boost::any* find(const boost::any& root, const std::vector<std::string>& names) {
+const boost::any* find(const boost::any& root, const Names& names) {
     const boost::any* value = &root;
     for (const std::string& name : names) {
         const auto* dictionary = boost::any_cast<Dictionary>(value);
@@ -196,7 +199,7 @@ void SystemPreferences::addPath(const std::string& directory, bool atFront) {
 }
 
 boost::shared_ptr<boost::any> SystemPreferences::GetPreference(const std::string& key) const {
-    const std::vector<std::string> names = namesOf(key);
+    const Names names = namesOf(key);
     for (const Searched& searched : mSearchList) {
         if (const boost::any* value = find(*searched.root, names)) {
             return boost::make_shared<boost::any>(*value);
@@ -231,7 +234,7 @@ void SystemPreferences::SetPreference(const std::string& key, const boost::any& 
                                       const std::string& fileName, const std::string& directory) {
     const path file = path(directory) / fileName;
     logInfo("Setting Preference '", key, "' and placing it in ", file);
-    const std::vector<std::string> names = namesOf(key);
+    const Names names = namesOf(key);
     Domain& target = domain(file);
     boost::any* place = target.root.get();
     for (const std::string& name : names) {
