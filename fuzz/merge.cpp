@@ -1,10 +1,13 @@
 // The layered merge and the environment that it gives. A line of an input is a variable, NAME=VALUE, an empty
-// line begins the next layer: the results are those of the plain rules.
+// line begins the next layer: the results are those of the plain rules, and what is explained is what is
+// given.
 #include <algorithm>
 
 #include <boost/regex.hpp>
 
 #include "kym/EnvironmentMap.h"
+#include "kym/LaunchPlan.h"
+#include "kym/LaunchRecord.h"
 #include "kym/VariableList.h"
 
 #include "bench/Transcription.h"
@@ -57,6 +60,36 @@ void checkEqual(const Kym::VariableList& list, const Variables& expected) {
     }
 }
 
+/// The steps of a variable end with its value, which its paths make up where it is a list of them.
+void checkExplained(const std::vector<Variables>& layers,
+                    const std::map<std::string, std::string>& environment) {
+    Kym::LaunchRecord record;
+    Kym::VariableList list(&record);
+    for (const Variables& layer : layers) {
+        list.mergeLayered(layer);
+    }
+    std::map<std::string, std::string> explained;
+    Kym::fillEnvironmentMap(std::move(list), explained);
+    require(explained == environment, "explaining changes no value");
+    std::size_t told = 0;
+    for (const auto& variable : std::move(record).explanations(explained)) {
+        const std::string value = variable.value.value_or("");
+        std::string last, paths;
+        for (const auto& step : variable.steps) {
+            last = step.change == Kym::VariableExplanation::Change::withoutEffect ? last : step.value;
+        }
+        for (const auto& path : variable.paths) {
+            paths += path.dropped ? "" : (paths.empty() ? "" : ";") + path.text;
+        }
+        require(last == value, "the last step gives the value",
+                variable.name + '=' + value + ", not " + last);
+        require(!variable.value || !Kym::LaunchPlan::isPathList(variable.name) || paths == value,
+                "the paths make up the list", value + ", not " + paths);
+        told += variable.value.has_value();
+    }
+    require(told == environment.size(), "every variable is explained");
+}
+
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -100,7 +133,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         complaintOf([&] { expectedEnvironment = Transcription::buildEnvironment(all); });
     require(failure.empty() == expectedFailure.empty(), "what cannot be expanded is refused",
             failure + expectedFailure);
-    require(!failure.empty() || environment == expectedEnvironment, "the environment is what the rules give",
-            input);
+    if (failure.empty()) {
+        require(environment == expectedEnvironment, "the environment is what the rules give", input);
+        checkExplained(layers, environment);
+    }
     return 0;
 }
