@@ -10,12 +10,10 @@
 #include "kym/SystemInfo.h"
 
 #include "Checks.h"
+#include "ReferenceCheck.h"
 #include "Settings.h"
-#include "programs/common/References.h"
 
 namespace {
-
-using Names = std::set<std::string>;
 
 class EnvironmentCheck {
   public:
@@ -29,12 +27,12 @@ class EnvironmentCheck {
             }
         }
         for (const Layer& layer : mLayers) {
-            const bool isUsed = mScopes.contains(layer.path) || mBroken.contains(layer.path);
+            const bool isUsed = mReferences.knows(layer) || mBroken.contains(layer.path);
             if (layer.variables && !layer.department && !isUsed) {
                 checkUnused(layer);
             }
             if (!mBroken.contains(layer.path)) {
-                checkReferences(layer);
+                mReferences.check(layer);
             }
         }
     }
@@ -224,7 +222,7 @@ class EnvironmentCheck {
             addNames(*part, names);
         }
         for (const Layer* part : parts) {
-            mScopes[part->path].push_back(names);
+            mReferences.addScope(*part, names);
         }
         checkCadSystem(view, *environment);
         checkLetterCase(view, *environment);
@@ -252,7 +250,7 @@ class EnvironmentCheck {
         }
         Names names = namesOf(*environment);
         addNames(layer, names);
-        mScopes[layer.path].push_back(names);
+        mReferences.addScope(layer, names);
         if (layer.path == "site") {
             checkCadSystem(view, *environment);
         }
@@ -334,7 +332,7 @@ class EnvironmentCheck {
             checkLetterCase(own, *environment);
         }
         if (application.disableCustomization) {
-            mPlainScopes[{place.layer->path, place.row}] = {namesOf(*environment)};
+            mReferences.setScope(*place.layer, place.row, namesOf(*environment));
         }
         try {
             mLauncher.getAndCheckExecutable(application, *environment);
@@ -368,73 +366,11 @@ class EnvironmentCheck {
         return {};
     }
 
-    void checkReferences(const Layer& layer) {
-        const std::vector<Names>& scopes = mScopes[layer.path];
-        if (scopes.empty()) {
-            return;
-        }
-        const std::vector<Table> tables = tablesOf(layer);
-        std::map<int, Names> own;  // names that an application sets itself
-        for (const Table& table : tables) {
-            for (int row = 0; table.applicationRow >= 0 && !table.isUnix && row < table.rows(); ++row) {
-                own[table.applicationRow].insert(table.cell(row, "Name"));
-            }
-        }
-        for (const Table& table : tables) {
-            for (int row = 0; !table.isUnix && row < table.rows(); ++row) {
-                const int application = table.columns.front() == "AppID" ? row : table.applicationRow;
-                const bool isPlain = application >= 0 && isUncustomized({&layer, application});
-                const std::vector<Names>& known = isPlain ? mPlainScopes[{layer.path, application}] : scopes;
-                for (const std::string& column : table.columns) {
-                    static const Names columns = {"Value", "Path", "Executable", "Arguments"};
-                    if (columns.contains(column) && !known.empty()) {
-                        checkReferences({nativeText(layer.file), table.path, row + 1, column},
-                                        table.cell(row, column), known, own[application]);
-                    }
-                }
-            }
-        }
-        for (const Setting& setting : settingsOf(layer)) {
-            const bool isRead =
-                setting.variable && setting.name.starts_with("win") &&
-                !(setting.name == "winNxInstallPath" && Kym::SiteInformation().useWindowsRegistry);
-            if (isRead) {
-                checkReferences({nativeText(layer.file), layer.path + '/' + setting.name, 0, ""},
-                                setting.get(), scopes, {});
-            }
-        }
-    }
-
-    struct Cell {
-        std::string file;
-        std::string table;
-        int row;
-        std::string column;
-    };
-
-    void checkReferences(const Cell& cell, const std::string& text, const std::vector<Names>& scopes,
-                         const Names& own) {
-        for (const Reference& reference : referencesIn(text)) {
-            const std::string& name = reference.name;
-            const auto knows = [&name](const Names& names) { return names.contains(name); };
-            if (!own.contains(name) && std::none_of(scopes.begin(), scopes.end(), knows)) {
-                mFindings.push_back(
-                    {false, "undefined-variable", cell.file, cell.table, cell.row, cell.column,
-                     "No layer sets the variable " + quoted(name) + ".",
-                     isReferable(name)
-                         ? "Set it where it belongs, as with: kym-configure add site/variables/common Name=" +
-                               name + " Value=VALUE"
-                         : "Change the reference: a variable of that name cannot be set."});
-            }
-        }
-    }
-
     Site& mSite;
     const std::vector<Layer>& mLayers;
     Findings& mFindings;
     const Kym::Launcher mLauncher = {};
-    std::map<std::string, std::vector<Names>> mScopes;  // of the layers that departments use, by path
-    std::map<std::pair<std::string, int>, std::vector<Names>> mPlainScopes;  // of uncustomized applications
+    ReferenceCheck mReferences{mFindings};
     Names mBroken;  // layers of an environment that cannot be built
     Names mSeen;
 };
