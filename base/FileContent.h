@@ -11,6 +11,9 @@ namespace Base {
 /// The bytes of a file. Unlike a string's, they are not set to anything before they are read.
 class FileContent {
   public:
+    /// No larger file is read.
+    static constexpr std::size_t sizeLimit = std::size_t{1} << 30U;
+
     char* data() { return mBytes.get(); }
     std::size_t size() const { return mSize; }
     std::string_view text() const { return {mBytes.get(), mSize}; }

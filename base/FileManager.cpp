@@ -13,6 +13,7 @@
 #include <boost/algorithm/string/split.hpp>
 #include <boost/filesystem/exception.hpp>
 #include <boost/filesystem/operations.hpp>
+#include <boost/system/system_error.hpp>
 
 #include "base/platform/FileSystem.h"
 
@@ -48,12 +49,22 @@ std::map<path, FileState>& ownFiles() {
 
 // Boost.Filesystem calls a server that does not answer, too, a file that was not found.
 bool isMissing(const fs::file_status& status, const error_code& error) {
-    return status.type() == fs::file_not_found &&
-           (error == errc::no_such_file_or_directory || error == errc::not_a_directory);
+    return status.type() == fs::file_not_found && Platform::meansMissing(error);
 }
 
 path keyOf(const path& file) {
     return fs::absolute(file).lexically_normal();
+}
+
+// Where a file is, whose path was `key`, when what was at `from` is at `to`.
+path renamedKey(const path& key, const path& from, const path& to) {
+    const auto [end, rest] = std::mismatch(from.begin(), from.end(), key.begin(), key.end());
+    if (end != from.end()) {
+        return key;
+    }
+    path result = to;
+    std::for_each(rest, key.end(), [&result](const path& name) { result /= name; });
+    return result;
 }
 
 path linkTarget(const path& file) {
@@ -114,7 +125,7 @@ struct Expected {
 // Whether the target holds what is not expected. What is not there cannot be lost.
 bool hasChanged(const path& target, const Expected& expected, error_code& error) {
     const FileContent content = Platform::readFile(target, error);
-    if (error == errc::no_such_file_or_directory) {
+    if (Platform::meansMissing(error)) {
         error.clear();
         return false;
     }
@@ -222,6 +233,19 @@ bool exists(const path& file) {
     return !file.empty() && Platform::exists(Platform::reachablePath(file));
 }
 
+std::optional<path> pathOf(const std::string& text) {
+    try {
+        return path(text);
+    } catch (const boost::system::system_error&) {
+        return std::nullopt;
+    }
+}
+
+bool existsAt(const std::string& text) {
+    const std::optional<path> file = pathOf(text);
+    return file && FileManager::exists(*file);
+}
+
 bool isMissing(const path& file) {
     error_code error;
     const fs::file_status status = fs::status(Platform::reachablePath(file), error);
@@ -319,12 +343,10 @@ void replaceFile(const path& file, std::string_view content, FileState& state) {
     }
     const Expected expected{file, state};
     writeOver(target, content, &expected, error);
-    if (!error || absent) {
-        damagedFiles().files.erase(key);
-    }
     if (error) {
         fail("Cannot replace the file", file, error);
     }
+    damagedFiles().files.erase(key);
     state = FileState::of(content);
     ownFiles()[key] = state;
 }
@@ -358,6 +380,19 @@ void rename(const path& file, const path& newFile) {
     if (error) {
         throw fs::filesystem_error("Cannot rename", file, newFile, error);
     }
+    // What is known of the files goes with them.
+    const path oldKey = keyOf(file), newKey = keyOf(newFile);
+    const std::lock_guard lock(damagedFiles().mutex);
+    std::set<path> damaged;
+    for (const path& key : damagedFiles().files) {
+        damaged.insert(renamedKey(key, oldKey, newKey));
+    }
+    damagedFiles().files = std::move(damaged);
+    std::map<path, FileState> own;
+    for (const auto& [key, state] : ownFiles()) {
+        own[renamedKey(key, oldKey, newKey)] = state;
+    }
+    ownFiles() = std::move(own);
 }
 
 void removeAll(const path& file, const path& first) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,8 +14,14 @@ namespace Base::FileManager {
 
 using boost::filesystem::path;
 
+/// The path that a text stands for. Nothing when it cannot be one: on Windows, paths are UTF-8.
+std::optional<path> pathOf(const std::string& text);
+
 /// Whether something exists at the path; false when that cannot be told.
 bool exists(const path& file);
+
+/// The same for the path that a text stands for; false when it cannot be one.
+bool existsAt(const std::string& text);
 
 /// Whether the system says that nothing stands at the path. False when that cannot be told, so that what
 /// cannot be reached for a moment is not taken for a file that was never written.
@@ -82,6 +89,7 @@ void copyFile(const path& file, const path& copy);
 
 /// Renames a file, a link or a directory. What stands at the new path is never replaced; where letter case
 /// does not tell names apart, that of a name can be changed. Waits a while for others who hold a part of it.
+/// What is remembered of files, by `noteDamaged` and `noteOwn`, goes with them.
 /// `boost::filesystem::filesystem_error` on failure (`file_exists` when there is something at the new path),
 /// and nothing has changed.
 void rename(const path& file, const path& newFile);

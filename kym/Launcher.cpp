@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <locale>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -172,10 +173,17 @@ std::vector<VariableExplanation> Launcher::explain(const Configuration& config,
 
 std::string Launcher::finish(const std::vector<std::string>& superseded, const WorkDirectory* workDir,
                              EnvironmentMap& env, LaunchRecord* record) const {
-    std::string directory = workDir ? workDir->path : "${USERPROFILE}";
-    Base::Environment::expandEnvVariables(directory, env);
-
     const std::string defaultsName = "UGII_LOCAL_USER_DEFAULTS";
+    std::string directory = workDir ? workDir->path : "${USERPROFILE}";
+    std::string failure;
+    try {
+        Base::Environment::expandEnvVariables(directory, env);
+    } catch (const Base::Environment::ExpansionError& error) {
+        if (!record) {
+            throw;
+        }
+        failure = error.what();
+    }
     std::vector<std::string> unseen = superseded;
     if (env.erase("") != 0 && record) {  // no program gets a variable without a name
         record->dropped("", LaunchRecord::Change::invalidName);
@@ -195,6 +203,9 @@ std::string Launcher::finish(const std::vector<std::string>& superseded, const W
     if (record) {
         record->beginLayer("launcher");
         record->merged(defaultsName, std::string::npos, env[defaultsName], {}, true);
+        if (!failure.empty()) {
+            record->failed(defaultsName, failure);
+        }
     }
     return directory;
 }
@@ -214,7 +225,11 @@ void Launcher::launch(const LaunchPlan& plan) const {
     task.setArguments(plan.arguments);
     task.setLaunchPath(plan.executable);
     if (!plan.workingDirectory.empty()) {
-        task.setCurrentDirectoryPath(plan.workingDirectory);
+        const std::optional<fs::path> directory = Base::FileManager::pathOf(plan.workingDirectory);
+        if (!directory) {
+            fail("The working directory " + plan.workingDirectory + " is no path: it is not UTF-8.");
+        }
+        task.setCurrentDirectoryPath(*directory);
     }
     task.setEnvironment(plan.environment);
     task.launch();
@@ -326,11 +341,12 @@ fs::path Launcher::getAndCheckExecutable(const ConfigApplication& app, const Env
     std::string text = app.program;
     text = collapseSeparators(Base::Environment::expandEnvVariables(text, env));
     logVerbose("expanded executable string = ", text);
-    fs::path program(text);
-    if (!Base::FileManager::exists(program)) {
-        fail("Program " + native(program) + " is not found.\n  Original string = " + app.program +
-             "\n  Maybe a environment variable is set wrong.");
+    if (!Base::FileManager::existsAt(text)) {
+        const std::optional<fs::path> absent = Base::FileManager::pathOf(text);
+        fail("Program " + (absent ? native(*absent) : text) + " is not found.\n  Original string = " +
+             app.program + "\n  Maybe a environment variable is set wrong.");
     }
+    fs::path program(text);
     // A directory that can be entered counts as executable for the file system, but cannot be started.
     if (Base::FileManager::isDirectory(program) || !Base::FileManager::isExecutable(program)) {
         fail("Program " + native(program) + " is not executable.\n");
@@ -349,7 +365,7 @@ void Launcher::checkCadEnvironment(EnvironmentMap& env) const {
     if (install == env.end()) {
         fail(name + " is not set.");
     }
-    if (!Base::FileManager::exists(install->second)) {
+    if (!Base::FileManager::existsAt(install->second)) {
         fail(name + " is set to " + install->second + ". Invalid directory.");
     }
     install->second = Base::Platform::shortPath(install->second);
@@ -360,7 +376,7 @@ void Launcher::checkCadEnvironment(EnvironmentMap& env) const {
     const auto library = env.find("UGII_LIB1");
     if (library != env.end()) {
         logInfo("UGII_LIB1 = ", library->second);
-        if (!Base::FileManager::exists(library->second)) {
+        if (!Base::FileManager::existsAt(library->second)) {
             env.erase(library);
         }
     }

@@ -1,11 +1,14 @@
 #include "kym/SiteSettings.h"
 
 #include <array>
+#include <stdexcept>
+#include <vector>
 
-#include <boost/system/system_error.hpp>
+#include <boost/filesystem/exception.hpp>
 
 #include "base/Environment.h"
 #include "base/FileManager.h"
+#include "base/Text.h"
 #include "base/platform/Registry.h"
 #include "base/platform/ShortPath.h"
 #include "kym/ArchiveMembers.h"
@@ -50,17 +53,6 @@ std::string registeredInstallPath() {
         return {};
     }
     return Base::Platform::localMachineText(system.CadWindowsRegistryPath, system.CadInstallPathVariable);
-}
-
-// Empty when the text names nothing that there is.
-boost::filesystem::path existingPath(const std::string& text) {
-    try {
-        const boost::filesystem::path place(text);
-        const bool endsEarly = text.find('\0') != std::string::npos;
-        return !endsEarly && Base::FileManager::exists(place) ? place : boost::filesystem::path();
-    } catch (const boost::system::system_error&) {
-        return {};  // no UTF-8
-    }
 }
 
 void mergeInstallation(VariableList& list, const EnvironmentVariable& installation) {
@@ -210,14 +202,25 @@ void SiteSettings::updateVarNames() {
 }
 
 void SiteSettings::initializeExternalPlugins() {
-    const boost::filesystem::path location = existingPath(winExternalPluginsLocation);
-    if (location.empty()) {
+    const bool endsEarly = winExternalPluginsLocation.find('\0') != std::string::npos;
+    if (endsEarly || !Base::FileManager::existsAt(winExternalPluginsLocation)) {
         return;
     }
     logInfo("adding external plugins");
+    std::vector<boost::filesystem::path> directories;
+    try {
+        directories = entriesInNameOrder(winExternalPluginsLocation);
+    } catch (const boost::filesystem::filesystem_error& error) {
+        throw std::runtime_error(
+            Base::Text::readable("The directory of external plugins cannot be read, " +
+                                 Base::FileManager::nativeText(winExternalPluginsLocation) + ", which " +
+                                 Base::FileManager::native(dataFile()) +
+                                 " names: " + error.code().message()) +
+            ". Make it a directory that can be read, or move it away: then there are no external plugins.");
+    }
     const int present = PluginsManagement().numberOfPlugins();
     try {
-        for (const boost::filesystem::path& directory : entriesInNameOrder(location)) {
+        for (const boost::filesystem::path& directory : directories) {
             addExternalPlugin(directory);
         }
     } catch (...) {

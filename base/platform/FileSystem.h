@@ -36,6 +36,10 @@ void removeEntry(const path& file, error_code& error);
 /// moment; waits a little when it may. Never where the system lets held files be renamed and removed.
 bool waitsForHolder(const error_code& error);
 
+/// Whether the system says by this error that nothing stands at a path. A server or a disk that does not
+/// answer says no such thing.
+bool meansMissing(const error_code& error);
+
 /// Whether something exists at the path, and at the end of a link.
 bool exists(const path& file);
 bool isDirectory(const path& file);
@@ -60,7 +64,8 @@ bool isOpenDirectory(const path& directory);
 bool isExecutableFile(const path& file);
 
 /// The whole content of a regular file, which others may read, replace or remove at the same time. Waits a
-/// while for others who keep it from being read; never for a pipe to be written.
+/// while for others who keep it from being read; never for a pipe to be written. `file_too_large` beyond
+/// `FileContent::sizeLimit`, which no settings file comes near.
 FileContent readFile(const path& file, error_code& error);
 
 /// A new file that is going to replace another one in the same directory. While it is being written, no other

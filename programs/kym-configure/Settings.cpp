@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include <boost/algorithm/string/case_conv.hpp>
+#include <boost/filesystem/operations.hpp>
 
 #include "kym/SiteSettings.h"
 #include "kym/SystemInfo.h"
@@ -26,6 +27,13 @@ std::string noRule(const std::string&) {
 std::string variableNameRule(const std::string& text) {
     std::vector<Kym::EnvironmentVariable> list = {{text, ""}};
     return Kym::EnvVariableListSource(&list).valueIsValid("Name", 0) ? "" : ruleOf("Name");
+}
+
+std::string pluginsLocationRule(const std::string& text) {
+    boost::system::error_code error;
+    return boost::filesystem::exists(text, error) && !boost::filesystem::is_directory(text, error)
+               ? "what stands there is not a directory"
+               : "";
 }
 
 std::string variableValueRule(const std::string& text) {
@@ -139,7 +147,8 @@ std::vector<Setting> siteSettings() {
         result.push_back(pathSetting(name, site.*member, mark));
     }
     result.push_back(truthSetting("useWindowsRegistry", site.useWindowsRegistry, mark));
-    result.push_back(textSetting("winExternalPluginsLocation", site.winExternalPluginsLocation, mark));
+    result.push_back(textSetting("winExternalPluginsLocation", site.winExternalPluginsLocation, mark,
+                                 pluginsLocationRule));
     result.push_back(textSetting("unixExternalPluginsLocation", site.unixExternalPluginsLocation, mark));
     return result;
 }

@@ -1,5 +1,6 @@
 #include "base/FileManager.h"
 
+#include <cstdint>
 #include <fstream>
 #include <functional>
 #include <future>
@@ -141,6 +142,29 @@ TEST_F(FileManagerTest, KeepsOneCopyOfEveryDamagedContent) {
         expectRefusal(tooLong);
         EXPECT_EQ(readFile(tooLong), "no name is left for the copy");
     }
+}
+
+TEST_F(FileManagerTest, RemembersDamageThroughFailuresAndNewNames) {
+    fs::create_directory(folder / "first");
+    const fs::path file = make("first/b.dat", "damaged");
+    FileManager::noteDamaged(file);
+    fs::rename(folder / "first", folder / "away");
+    expectRefusal(file);
+    fs::rename(folder / "away", folder / "first");
+    FileManager::rename(folder / "first", folder / "second");
+    replaceFile(folder / "second/b.dat", "new");
+    EXPECT_EQ(readFile(folder / "second/b.dat.damaged"), "damaged");
+}
+
+TEST_F(FileManagerTest, TellsWhatIsMissingFromWhatCannotBeReached) {
+    const int noAnswer = Support::onWindows ? 53 : 112;  // of a server
+    EXPECT_FALSE(Base::Platform::meansMissing({noAnswer, boost::system::system_category()}));
+    const fs::path huge = make("huge", "");
+    EXPECT_TRUE(FileManager::isMissing(huge / "file"));
+    EXPECT_TRUE(FileManager::isMissing(folder / "none" / "file"));
+    EXPECT_FALSE(FileManager::isMissing(huge));
+    fs::resize_file(huge, (std::uintmax_t{1} << 30U) + 1);
+    EXPECT_THROW(readFile(huge), fs::filesystem_error);
 }
 
 TEST_F(FileManagerTest, RenamesOverNothing) {

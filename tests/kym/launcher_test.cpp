@@ -214,7 +214,9 @@ TEST_F(LauncherTest, ExplainsWhereEveryValueComesFrom) {
     const char* const changes[] = {"set",      "extended",   "replaced", "removed", "ineffective", "bad-name",
                                    "expanded", "separators", "cleaned",  "failed",  "superseded"};
     std::map<std::string, std::string> told;
-    for (const auto& variable : launcher.explain(config, nullptr, app, nullptr)) {
+    Kym::WorkDirectory unfinished;
+    unfinished.path = "${MORE";
+    for (const auto& variable : launcher.explain(config, nullptr, app, &unfinished)) {
         std::string& text = told[variable.name];
         for (const auto& step : variable.steps) {
             const auto folder = boost::filesystem::path(step.file).parent_path().filename().string();
@@ -237,6 +239,7 @@ TEST_F(LauncherTest, ExplainsWhereEveryValueComesFrom) {
     EXPECT_EQ(told["A-B"], "configuration:set(config) :bad-name() ");
     EXPECT_THAT(told["UGII_HTML_BROWSER"], HasSubstr("base:ineffective(config) "));
     EXPECT_EQ(told["MIXED_CASE"], "process:set() :superseded() ");
+    EXPECT_EQ(told["UGII_LOCAL_USER_DEFAULTS"], "launcher:set() :failed() ");
 }
 
 TEST_F(LauncherTest, ResolvesTheExecutableOrSaysWhy) {
@@ -256,6 +259,7 @@ TEST_F(LauncherTest, ResolvesTheExecutableOrSaysWhy) {
     for (const auto& [executable, message] : std::map<std::string, std::string>{
              {"${NOWHERE}cad.exe", notFound},
              {"", "Program  is not found.\n"},
+             {"\xff", "Program \\xFF is not found.\n"},  // no path on Windows
              {"$BIN", notExecutable},
              {"${BIN}readme.txt", "Program " + native(text) + notExecutable}}) {
         EXPECT_THAT([&] { resolve(executable); }, ThrowsMessage<std::runtime_error>(HasSubstr(message)));
@@ -315,6 +319,9 @@ TEST_F(LauncherTest, ChecksTheCadInstallation) {
         EXPECT_TRUE(boost::filesystem::equivalent(env[name], directory)) << env[name];
         EXPECT_EQ(env[name].find(' ') == std::string::npos, Support::onWindows) << env[name];
     }
+    env["UGII_LIB1"] = "\xff";
+    launcher.checkCadEnvironment(env);
+    EXPECT_EQ(env.count("UGII_LIB1"), 0U);
     env = {{"UGII_BASE_DIR", native(installation)}, {"UGII_LIB1", native(root)}};
     launcher.checkCadEnvironment(env);
     EXPECT_EQ(env.at("UGII_ROOT_DIR"), "");

@@ -427,6 +427,8 @@ TEST_F(SiteStore, RegistersEveryEntryOfTheExternalPluginsInNameOrder) {
         locate(location);
         EXPECT_NO_THROW(SiteSettings()) << "there is no such directory";
     }
+    locate(external + "/c.txt");
+    EXPECT_NE(Support::messageOf([] { SiteSettings(); }).find("c.txt, which "), std::string::npos);
     EXPECT_EQ(Support::cellsOf(PluginsManagement(), ""), (Texts{"internal", "B2", "b", "c.txt", "é"}));
 }
 

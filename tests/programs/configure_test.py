@@ -135,6 +135,7 @@ class ConfigureTest(SiteTest):
                 ("put department/design/commonDepartment sales", "Run: kym create sales --type Common"),
                 ("put department/design/commonDepartment 'a b'", "holds no blank"),
                 ("put site/winNxInstallPath ${A", "as many \"{\" as \"}\""),
+                (f"put site/winExternalPluginsLocation '{native(self.site / BASE)}'", "is not a directory"),
                 ("put system/SiteSettingsSuffix /../x", "names a file or a directory"),
                 ("put system/CadInstallPathVariable 1A", "a name holds letters"),
                 ("put base/type x", "kym-configure tables")):

@@ -81,6 +81,11 @@ bool waitsForHolder(const error_code&) {
     return false;
 }
 
+bool meansMissing(const error_code& error) {
+    return error == boost::system::errc::no_such_file_or_directory ||
+           error == boost::system::errc::not_a_directory;
+}
+
 bool exists(const path& file) {
     struct stat status {};
     return ::stat(file.c_str(), &status) == 0;
@@ -122,6 +127,8 @@ FileContent readFile(const path& file, error_code& error) {
         error = make_error_code(boost::system::errc::is_a_directory);
     } else if (!S_ISREG(status.st_mode)) {
         error = make_error_code(boost::system::errc::operation_not_permitted);
+    } else if (static_cast<std::uintmax_t>(status.st_size) > FileContent::sizeLimit) {
+        error = make_error_code(boost::system::errc::file_too_large);
     } else {
         const auto known = static_cast<std::size_t>(status.st_size);
         content.resize(known + 1);  // one more, to see the end at once

@@ -157,6 +157,19 @@ bool waitsForHolder(const error_code& error) {
     return mayBeHeld;
 }
 
+bool meansMissing(const error_code& error) {
+    switch (error.value()) {
+        case ERROR_FILE_NOT_FOUND:
+        case ERROR_PATH_NOT_FOUND:
+        case ERROR_INVALID_NAME:
+        case ERROR_BAD_PATHNAME:
+        case ERROR_DIRECTORY:
+            return true;
+        default:
+            return false;
+    }
+}
+
 // Attributes are had without opening the file, but they are those of a link itself.
 bool exists(const path& file) {
     const DWORD attributes = ::GetFileAttributesW(file.c_str());
@@ -217,8 +230,10 @@ FileContent readFile(const path& file, error_code& error) {
     LARGE_INTEGER known{};
     if (!::GetFileSizeEx(opened, &known)) {
         error = lastError();
+    } else if (static_cast<std::uint64_t>(known.QuadPart) > FileContent::sizeLimit) {
+        error = make_error_code(boost::system::errc::file_too_large);
     }
-    const auto knownSize = static_cast<std::size_t>(known.QuadPart);
+    const auto knownSize = error ? 0 : static_cast<std::size_t>(known.QuadPart);
     content.resize(knownSize + 1);  // one more, to see the end at once
     std::size_t size = 0;
     for (DWORD count = 1; !error && count != 0; size += count) {
