@@ -80,7 +80,13 @@ ArchiveReader::ArchiveReader(const boost::filesystem::path& file) : mFile(file) 
     listMembers(push(root));
 }
 
-ArchiveReader::~ArchiveReader() = default;
+ArchiveReader::~ArchiveReader() {
+    try {
+        noteSkippedMembers(*mFrames.front());
+    } catch (const std::exception&) {
+        // There is nobody to be told.
+    }
+}
 
 bool ArchiveReader::findOther(const std::string& key, Element& found) {
     if (mTop->container) {
@@ -94,6 +100,7 @@ bool ArchiveReader::findOther(const std::string& key, Element& found) {
         return false;
     }
     found.node = member->second;
+    ++mTop->found;
     return true;
 }
 
@@ -130,7 +137,7 @@ CoderBase* ArchiveReader::coderOf(pugi::xml_node object) {
     if (type) {
         if (!mLastCoder || std::strcmp(mLastCoder->name().c_str(), type.value()) != 0) {
             mTypeName = type.value();
-            mLastCoder = CoderBase::find(mTypeName);
+            mLastCoder = known(CoderBase::find(mTypeName));
         }
         return mLastCoder;
     }
@@ -139,7 +146,20 @@ CoderBase* ArchiveReader::coderOf(pugi::xml_node object) {
     if (!encoded || !Text::decodeBase64(encoded.value(), name)) {
         fail(object, keyOf(object), "damaged file: an object without a type");
     }
-    return CoderBase::find(name);
+    return known(CoderBase::find(name));
+}
+
+CoderBase* ArchiveReader::known(CoderBase* coder) const {
+    if (!coder) {
+        FileManager::noteDamaged(mFile);
+    }
+    return coder;
+}
+
+void ArchiveReader::noteSkippedMembers(const Frame& frame) const {
+    if (frame.isReadByKey && frame.members && frame.members->size() > frame.found) {
+        FileManager::noteDamaged(mFile);
+    }
 }
 
 void ArchiveReader::decodeMembers(pugi::xml_node object, Unarchiver& unarchiver, CoderBase* coder,
@@ -159,6 +179,7 @@ void ArchiveReader::decodeMembers(pugi::xml_node object, Unarchiver& unarchiver,
     if (frame.isReadByKey && hasMore) {
         listMembers(frame);
     }
+    noteSkippedMembers(frame);
 }
 
 std::vector<boost::any>* ArchiveReader::items() {
@@ -180,7 +201,9 @@ std::vector<boost::any>* ArchiveReader::items() {
         } else if (kind != Kind::Unknown) {
             checkAttributes(node);
             items->elements.push_back({node});
-        } else if (node.type() != pugi::node_element) {
+        } else if (node.type() == pugi::node_element) {
+            FileManager::noteDamaged(mFile);
+        } else {
             hasText = hasText || !isBlank(node.value());
         }
     }
@@ -225,6 +248,7 @@ ArchiveReader::Frame& ArchiveReader::push(pugi::xml_node object) {
     mTop->node = object;
     mTop->next = object.first_child();
     mTop->isReadByKey = false;
+    mTop->found = 0;
     return *mTop;
 }
 

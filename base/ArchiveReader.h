@@ -24,6 +24,9 @@ class CoderBase;
 ///
 /// Members that are asked for in the order in which they stand are found at once. The first key that is not
 /// the next one has the members of that object listed, and what is wrong among them is told.
+///
+/// What nobody asks for or knows is skipped. It may be what a damaged name has left, or a later program's, so
+/// that the file is noted as damaged: a copy is kept when it is replaced by one without it.
 class ArchiveReader {
   public:
     enum class Kind { String, Bytes, Bool, Int, Object, Unknown };
@@ -51,6 +54,7 @@ class ArchiveReader {
             checkAttributes(found.node);
         }
         mTop->isReadByKey = true;
+        ++mTop->found;
         mTop->next = found.node.next_sibling();
         return true;
     }
@@ -62,7 +66,7 @@ class ArchiveReader {
         return XmlFile::isNone(node.first_child()) ? node.value() : joinedText(node, key);
     }
 
-    /// The coder of an object's type name; null when nobody registered it.
+    /// The coder of an object's type name; null when nobody registered it, which is noted.
     CoderBase* coderOf(pugi::xml_node object);
 
     /// Makes the object current while the coder decodes it.
@@ -106,6 +110,7 @@ class ArchiveReader {
         pugi::xml_node node;
         pugi::xml_node next;  // the member that is expected to be asked for, unless `members` are listed
         bool isReadByKey = false;
+        std::size_t found = 0;  // so many members
         std::unique_ptr<Members> members;
         std::unique_ptr<Items> items;
         std::optional<Unarchiver::ObjectContainer> container;
@@ -118,6 +123,8 @@ class ArchiveReader {
     std::string_view joinedText(pugi::xml_node node, const std::string& key);
     const Members& listMembers(Frame& frame);
     std::string_view unusualKey(pugi::xml_node node);
+    CoderBase* known(CoderBase* coder) const;
+    void noteSkippedMembers(const Frame& frame) const;
     void checkAttributes(pugi::xml_node node) const;
     [[noreturn]] void fail(int line, const std::string& key, const std::string& reason) const;
 

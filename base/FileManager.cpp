@@ -356,6 +356,12 @@ void replaceFile(const path& file, std::string_view content) {
     replaceFile(file, content, nothingKnown);
 }
 
+FileState stateOf(const path& file) {
+    error_code error;
+    const FileContent content = Platform::readFile(Platform::reachablePath(file), error);
+    return error ? FileState() : FileState::of(content.text());
+}
+
 void noteOwn(const path& file) {
     ownFiles()[keyOf(file)] = FileState::of(loadFile(file).text());
 }

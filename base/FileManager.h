@@ -73,11 +73,14 @@ void replaceFile(const path& file, std::string_view content);
 /// other process that saves by this function gets between the comparison and the replacement.
 void replaceFile(const path& file, std::string_view content, FileState& state);
 
+/// What the file holds now; a state that is not known when it cannot be read.
+FileState stateOf(const path& file);
+
 /// Takes what the file holds now for something that this process wrote. `boost::filesystem::filesystem_error`
 /// when it cannot be read.
 void noteOwn(const path& file);
 
-/// Remembers that the file could not be understood when it was read, until it is replaced.
+/// Remembers that the file could not be understood when it was read, or not all of it, until it is replaced.
 void noteDamaged(const path& file);
 
 /// Makes a directory, whose parent must exist; false when it was there already.

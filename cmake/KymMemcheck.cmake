@@ -4,7 +4,8 @@
 set(KYM_PATIENCE 1)  # how many times longer than usual a test may take
 if(KYM_MEMCHECK)
   set(KYM_PATIENCE 15)
-  find_program(KYM_VALGRIND valgrind REQUIRED)
+  # Not the shell script that Debian has in its place: a shell drops variables whose names it could not use.
+  find_program(KYM_VALGRIND NAMES valgrind.bin valgrind REQUIRED)
   # The tests also start programs of the system, which are left alone.
   set(CMAKE_CROSSCOMPILING_EMULATOR
       "${KYM_VALGRIND}" --quiet --error-exitcode=99 --leak-check=full --errors-for-leak-kinds=definite,possible
@@ -19,7 +20,6 @@ function(kym_watched_programs variable)
   set(folder "${PROJECT_BINARY_DIR}/watched")
   list(JOIN CMAKE_CROSSCOMPILING_EMULATOR "', '" valgrind)
   foreach(name IN LISTS ARGN)
-    # Not by the shell, which drops variables whose names it could not use.
     file(WRITE "${folder}/${name}"
          "#!/usr/bin/perl\nexec '${valgrind}', '${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name}', @ARGV or die $!;\n")
     file(CHMOD "${folder}/${name}" PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)

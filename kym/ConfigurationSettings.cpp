@@ -41,7 +41,6 @@ void ConfigurationSettings::load() {
         mFileState = Base::FileState::missing();
         return;
     }
-    mFileState = Base::FileState();
     try {
         Base::Unarchiver unarchiver(mDataFile);
         mFileState = unarchiver.fileState();
@@ -55,6 +54,7 @@ void ConfigurationSettings::load() {
     } catch (const std::exception&) {
         // A department whose settings cannot be read or understood is still offered, with what could be read.
         // The unarchiver has noted that the file is damaged.
+        mFileState = Base::FileManager::stateOf(mDataFile);
     }
 }
 

@@ -69,7 +69,7 @@ std::optional<path> departmentsOfVariable(const std::string& variable) {
         return std::nullopt;
     }
     logInfo("Checking if variable", value, " can is a valid ugsite");
-    const std::optional<path> candidate = expanded(value);
+    std::optional<path> candidate = expanded(value);
     if (!candidate || !Base::FileManager::isDirectory(*candidate)) {
         return std::nullopt;
     }
@@ -117,6 +117,7 @@ void SystemInfo::load() {
             unarchiver.decode(constant.key, this->*constant.member);
         }
     } catch (const std::exception&) {
+        mFileState = Base::FileManager::stateOf(mDataFile);
         logInfo("  Could not read data file for some reason. Using default settings.");
     }
 }

@@ -161,7 +161,7 @@ void SystemPreferences::ReadInPList(const std::string& fileName, const std::stri
         setDomain(file, list.list(), list.fileState());
         mSearchList.insert(atFront ? mSearchList.begin() : mSearchList.end(), {file, list.list()});
     } catch (const Base::BaseException& error) {
-        setDomain(file, emptyDomain(), {});
+        setDomain(file, emptyDomain(), Base::FileManager::stateOf(file));
         logInfo(error.what());
     }
 }

@@ -151,7 +151,7 @@ VariableList::VariableList(const std::vector<EnvironmentVariable>& start) {
     }
 }
 
-void VariableList::append(EnvironmentVariable variable) {
+void VariableList::append(EnvironmentVariable&& variable) {
     EnvironmentVariable& record = mRecords.emplace_back(std::move(variable));
     push(record).ownText = &record.value;
     if (mRecord) {
@@ -291,7 +291,7 @@ const VariableList::Entry* VariableList::last(std::string_view name) const {
     return found == mPlaces.end() ? nullptr : &mEntries[found->second.last];
 }
 
-void VariableList::setValue(std::string_view name, std::string value) {
+void VariableList::setValue(std::string_view name, std::string&& value) {
     const std::size_t place = mPlaces.at(keyOf(name)).first;
     Entry& entry = mEntries.at(place);
     Inherited inherited;

@@ -59,7 +59,7 @@ class VariableList {
     void mergePlain(EnvironmentVariable variable);
 
     /// Appends without looking for an earlier variable of that name.
-    void append(EnvironmentVariable variable);
+    void append(EnvironmentVariable&& variable);
 
     /// The value of the first variable of that name; nothing when there is none.
     std::optional<std::string_view> valueOf(std::string_view name) const;
@@ -68,7 +68,7 @@ class VariableList {
     const Entry* last(std::string_view name) const;
 
     /// Replaces the value of the first variable of that name, which must be there.
-    void setValue(std::string_view name, std::string value);
+    void setValue(std::string_view name, std::string&& value);
 
     /// Null when nobody wants to know how the variables come about.
     LaunchRecord* record() const { return mRecord; }

@@ -83,6 +83,11 @@ void extract(const boost::filesystem::path& file, const boost::filesystem::path&
         if (!directory.empty()) {
             moveInto(entry, directory.native());
         }
+        // On a full disk, libarchive 3.6 fails to fill a file up to its size and then leaves it open, so that
+        // it could not be removed on Windows. Without the size it closes the file.
+        if (archive_entry_filetype(entry) == AE_IFREG && !archive_entry_hardlink(entry)) {
+            archive_entry_unset_size(entry);
+        }
         succeeded(handle, archive_read_extract(handle.get(), entry, kExtractFlags));
     }
     if (archive_format(handle.get()) == ARCHIVE_FORMAT_EMPTY) {

@@ -19,7 +19,7 @@ class Utf8Output {
     Utf8Output();
     Utf8Output(const Utf8Output&) = delete;
     Utf8Output& operator=(const Utf8Output&) = delete;
-    ~Utf8Output();
+    ~Utf8Output();  // NOLINT(performance-trivially-destructible): where there are no code pages
 
   private:
     unsigned mCodePage = 0;  // that the console had; 0: nothing to restore

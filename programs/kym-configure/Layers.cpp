@@ -147,7 +147,9 @@ std::vector<Layer> Site::plugins() {
 
 std::vector<Layer> Site::departments() {
     std::vector<Layer> result;
-    for (int row = 0; row < manager().numberOfRowsInList(); ++row) {
+    const int count = manager().numberOfRowsInList();
+    result.reserve(static_cast<std::size_t>(count));
+    for (int row = 0; row < count; ++row) {
         result.push_back(layerOf(*manager().configuration(row)));
     }
     return result;

@@ -119,6 +119,7 @@ std::vector<Setting> systemSettings() {
         {"CadVersionDataFilename", &SystemInfo::CadVersionDataFilename, fileNameRule},
     };
     std::vector<Setting> result;
+    result.reserve(members.size());
     SystemInfo& system = Kym::SystemInformation();
     for (const auto& [name, member, brokenRule] : members) {
         result.push_back(textSetting(
@@ -143,6 +144,7 @@ std::vector<Setting> siteSettings() {
     SiteSettings& site = Kym::SiteInformation();
     const auto mark = [&site] { site.settingsChanged(); };
     std::vector<Setting> result;
+    result.reserve(members.size() + 3);
     for (const auto& [name, member] : members) {
         result.push_back(pathSetting(name, site.*member, mark));
     }

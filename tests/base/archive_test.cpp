@@ -153,6 +153,25 @@ TEST_F(ArchiveTest, WhatAFileLacksOrAProgramDoesNotKnowIsSkipped) {
     const Machine* created = unarchiver.decodeObject<Machine>("Machine", nullptr);
     ASSERT_NE(nullptr, created);
     EXPECT_EQ(1U, created->parts.size());
+
+    // A copy is kept of each that was not read whole, which the first of these was.
+    const std::string label = "<string key='Label'>x</string>";
+    std::vector<std::string> contents = {
+        machine(label), archive("<object key='Machine' type='Machine'/><int key='New'>1</int>")};
+    for (const std::string extra :
+         {"<int key='New'>1</int>", "<object key='Parts' type='PartList'><unknown/></object>",
+          "<object key='Parts' type='PartList'><object type='Unknown'/></object>",
+          "<object key='Parts' type='UnknownList'/>"}) {
+        contents.push_back(machine(label + extra));
+        contents.push_back(machine(extra + label));
+    }
+    save(file, kMachine);
+    for (const std::string& content : contents) {
+        boost::filesystem::remove(scratch / "archive.damaged");
+        load(scratch.write("archive", content));
+        save(file, kMachine);
+        EXPECT_EQ(&content != &contents.front(), exists(scratch / "archive.damaged")) << content;
+    }
 }
 
 TEST_F(ArchiveTest, DamageIsToldWithFileLineAndKeyAndKept) {

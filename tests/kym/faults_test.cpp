@@ -105,6 +105,13 @@ TEST_P(FaultsOf, WhatOthersWroteIsReplacedOnlyWhenToldTo) {
     EXPECT_FALSE(store.needsSaving());
     EXPECT_EQ(open().generation(), 2);
 
+    writtenByOthers("<damaged");
+    Support::messageOf([&] {
+        const Store lenient = open();  // other kinds take this for an error
+        lenient.edit(3);
+        writtenByOthers(first);
+        EXPECT_THROW(lenient.save(), Base::FileChanged);
+    });
     store.edit(3);
     expectRefusalOver(first);
     store.load();
@@ -112,6 +119,7 @@ TEST_P(FaultsOf, WhatOthersWroteIsReplacedOnlyWhenToldTo) {
     store.edit(4);
     store.save();
     EXPECT_EQ(open().generation(), 4) << "loaded again";
+    fs::remove(store.file.string() + ".damaged");
 
     const Store beside = open();  // another object of this process
     beside.edit(5);
