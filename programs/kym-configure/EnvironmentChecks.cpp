@@ -275,9 +275,17 @@ class EnvironmentCheck {
                             error.what(),
                             "Run: kym-configure put site/winNxInstallPath DIRECTORY, and put "
                             "site/useWindowsRegistry False unless the registry names it"};
+            const std::string& variable = Kym::SystemInformation().CadInstallPathVariable;
+            if (variable.empty()) {
+                finding.file = nativeText(mSite.system().file);
+                finding.table = "system/CadInstallPathVariable";
+                finding.suggestion = "Run: kym-configure put system/CadInstallPathVariable NAME";
+                addOnce(finding);
+                return;
+            }
             for (const Table& table : tablesOfView(view)) {
                 for (int row = 0; row < table.rows() && finding.row == 0; ++row) {
-                    if (table.cell(row, "Name") == Kym::SystemInformation().CadInstallPathVariable) {
+                    if (table.cell(row, "Name") == variable) {
                         finding.file = nativeText(table.layer.file);
                         finding.table = table.path;
                         finding.row = row + 1;

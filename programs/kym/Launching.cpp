@@ -124,12 +124,13 @@ void check(const Request& request) {
     try {
         launcher.checkCadEnvironment(after);
     } catch (const std::exception& error) {
-        const std::string command =
-            "kym explain " + wordFor(request.choice.department) + ' ' +
-            (request.choice.application.empty() ? "APPLICATION" : wordFor(request.choice.application)) + ' ' +
-            install;
-        throw std::runtime_error(std::string(error.what()) + "\nRun " + command +
-                                 " to see where its value comes from.");
+        const std::string advice =
+            install.empty() ? "kym-configure put system/CadInstallPathVariable NAME to name it."
+                            : "kym explain " + wordFor(request.choice.department) + ' ' +
+                                  (request.choice.application.empty() ? "APPLICATION"
+                                                                      : wordFor(request.choice.application)) +
+                                  ' ' + install + " to see where its value comes from.";
+        throw std::runtime_error(std::string(error.what()) + "\nRun " + advice);
     }
 
     const auto in = [](const Environment& environment, const std::string& name) {
