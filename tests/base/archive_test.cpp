@@ -18,6 +18,7 @@ using Base::ArchiveError;
 using Base::Archiver;
 using Base::TypeInfo;
 using Base::Unarchiver;
+using Base::FileManager::readFile;
 
 using namespace std::string_literals;
 
@@ -101,7 +102,7 @@ class ArchiveTest : public testing::Test {
 TEST_F(ArchiveTest, FirstFormatVersionIsWrittenAndReadForEver) {
     const boost::filesystem::path file = scratch / "archive";
     save(file, kMachine);
-    EXPECT_EQ(Support::bytesOf(Support::recorded("archive-1.dat")), Support::bytesOf(file));
+    EXPECT_EQ(readFile(Support::recorded("archive-1.dat")), readFile(file));
     EXPECT_EQ(kMachine, load(Support::recorded("archive-1.dat")));
 }
 
@@ -231,15 +232,15 @@ TEST_F(ArchiveTest, DamageIsToldWithFileLineAndKeyAndKept) {
         EXPECT_THROW(unarchiver.decode("N", target), ArchiveError) << number;
         EXPECT_EQ(7, target);
     }
-    const std::string damaged = Support::bytesOf(file);
+    const std::string damaged = readFile(file);
     save(file, kMachine);
-    EXPECT_EQ(damaged, Support::bytesOf(scratch / "archive.damaged"));
+    EXPECT_EQ(damaged, readFile(scratch / "archive.damaged"));
     EXPECT_EQ(kMachine, load(file));
     EXPECT_THROW(load(scratch / "absent"), ArchiveError);
 }
 
 TEST_F(ArchiveTest, ACutFileIsNotReadAndAChangedByteCostsAtMostTheMemberThatItIsIn) {
-    const std::string whole = Support::bytesOf(Support::recorded("archive-1.dat"));
+    const std::string whole = readFile(Support::recorded("archive-1.dat"));
     ASSERT_FALSE(whole.empty());
     for (std::size_t at = 0; at + 1 < whole.size(); ++at) {
         EXPECT_THROW(load(scratch.write("archive", whole.substr(0, at))), ArchiveError) << at;

@@ -15,6 +15,7 @@ namespace {
 
 using Base::PropertyList;
 using Base::PropertyListError;
+using Base::FileManager::readFile;
 using Dictionary = PropertyList::Dictionary;
 using Array = PropertyList::Array;
 using boost::filesystem::path;
@@ -41,13 +42,13 @@ class PropertyListTest : public testing::Test {
 // A list of values of every kind, as this library and other tools wrote it. That a value of any type comes
 // back is told by the fuzzer "property_list".
 TEST_F(PropertyListTest, FilesOfOtherToolsAreReadAndTheTextThatTheyAcceptedIsWritten) {
-    const std::string own = Support::bytesOf(Support::recorded("own.plist"));
+    const std::string own = readFile(Support::recorded("own.plist"));
     EXPECT_EQ(own, rewritten(Support::recorded("own.plist")));
     EXPECT_EQ(own, rewritten(Support::recorded("plistlib.plist")));
     auto root = boost::any_cast<Dictionary>(*PropertyList(Support::recorded("own.plist")).list());
     ASSERT_EQ(1U, root.erase("special"));  // numbers that plistutil does not know
     save(scratch / "list", root);
-    EXPECT_EQ(Support::bytesOf(scratch / "list"), rewritten(Support::recorded("plistutil.plist")));
+    EXPECT_EQ(readFile(scratch / "list"), rewritten(Support::recorded("plistutil.plist")));
 }
 
 TEST_F(PropertyListTest, IntegersComeInTheFirstTypeThatHoldsThem) {
@@ -84,7 +85,7 @@ TEST_F(PropertyListJudge, LibplistReadsWhatIsWrittenAndWritesWhatIsRead) {
             "-i '" + (scratch / from).string() + "' -o '" + (scratch / to).string() + "'";
         ASSERT_EQ(0, std::system(("plistutil " + files).c_str())) << files;
     }
-    EXPECT_EQ(Support::bytesOf(scratch / "list"), rewritten(scratch / "answer"));
+    EXPECT_EQ(readFile(scratch / "list"), rewritten(scratch / "answer"));
     EXPECT_THROW(PropertyList(scratch / "binary"), PropertyListError);
 }
 
@@ -152,9 +153,9 @@ TEST_F(PropertyListTest, DamageIsToldWithFileLineAndReasonAndKept) {
             EXPECT_NE(std::string::npos, message.find(reason)) << message << "\nexpected: " << reason;
         }
     }
-    const std::string damaged = Support::bytesOf(file);
+    const std::string damaged = readFile(file);
     save(file, true);
-    EXPECT_EQ(damaged, Support::bytesOf(scratch / "list.damaged"));
+    EXPECT_EQ(damaged, readFile(scratch / "list.damaged"));
     EXPECT_THROW(PropertyList(scratch / ""), PropertyListError) << "a folder was read";
 }
 
@@ -169,7 +170,7 @@ TEST_F(PropertyListTest, NestingIsBounded) {
         return value;
     };
     save(scratch / "list", nested(512));
-    EXPECT_EQ(Support::bytesOf(scratch / "list"), rewritten(scratch / "list"));
+    EXPECT_EQ(readFile(scratch / "list"), rewritten(scratch / "list"));
     EXPECT_THROW(save(scratch / "list", nested(513)), PropertyListError);
     std::string deep = "<true/>";
     for (int i = 0; i < 513; ++i) {

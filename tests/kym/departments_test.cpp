@@ -23,10 +23,10 @@ namespace {
 
 namespace fs = boost::filesystem;
 using Base::FileManager::native;
+using Base::FileManager::readFile;
 using Kym::Configuration;
 using Kym::ConfigurationManager;
 using Kym::ConfigurationSettings;
-using Support::contentOf;
 using Support::messageOf;
 
 class Departments : public Support::SiteTest {
@@ -138,7 +138,7 @@ TEST_F(Departments, TakeWhatADamagedSettingsFileHoldsAndKeepACopyOfIt) {
                           archiver.getCoder(typeid(workDirectories)));
     archiver.encode("Windows Variables", std::string("not a list"));
     archiver.finishEncoding();
-    const std::string damaged = contentOf(file);
+    const std::string damaged = readFile(file);
 
     settings.load();
     EXPECT_EQ(settings.workDirectoryList().size(), 2u);
@@ -147,8 +147,8 @@ TEST_F(Departments, TakeWhatADamagedSettingsFileHoldsAndKeepACopyOfIt) {
     EXPECT_FALSE(settings.needsSaving());
     settings.setNeedsSaving(true);
     settings.save();
-    EXPECT_EQ(contentOf(file.string() + ".damaged"), damaged);
-    const std::string whole = contentOf(file);
+    EXPECT_EQ(readFile(file.string() + ".damaged"), damaged);
+    const std::string whole = readFile(file);
     EXPECT_NE(whole, damaged);
     {
         const Support::Unreadable held(file);
@@ -156,7 +156,7 @@ TEST_F(Departments, TakeWhatADamagedSettingsFileHoldsAndKeepACopyOfIt) {
     }
     settings.setNeedsSaving(true);
     settings.save();
-    EXPECT_EQ(contentOf(file.string() + ".damaged.1"), whole) << "it could not be read";
+    EXPECT_EQ(readFile(file.string() + ".damaged.1"), whole) << "it could not be read";
 }
 
 TEST_F(Departments, KeepOneOverlayPerApplication) {
@@ -194,7 +194,7 @@ TEST_F(Departments, StartAReleaseWithItsFilesAndTheirOldSettings) {
     department.createNXVersionDirectory();
     EXPECT_EQ(fs::current_path(), before);
     const auto unpacked = department.versionPath() / script.name;
-    EXPECT_EQ(contentOf(unpacked), script.content);
+    EXPECT_EQ(readFile(unpacked), script.content);
     EXPECT_EQ(fs::last_write_time(unpacked), Support::tarEntryTime);
     EXPECT_TRUE(department.settings()->hasOverlay("base", "nx"));
     EXPECT_TRUE(Support::onWindows || fs::status(department.versionPath()).permissions() == 0775);
@@ -217,7 +217,7 @@ TEST_F(Departments, AreMadeInAPathOfAnyLength) {
     for (const char* directory : {"lib/win64", "win64/application", "win64/startup"}) {
         EXPECT_TRUE(Base::FileManager::isDirectory(department.versionPath() / directory)) << directory;
     }
-    EXPECT_EQ(contentOf(department.versionPath() / "lib/sub/file"), "content");
+    EXPECT_EQ(readFile(department.versionPath() / "lib/sub/file"), "content");
     Base::FileManager::removeAll(site.departments() / std::string(150, 'a'));
 }
 
@@ -236,7 +236,7 @@ TEST_F(Departments, UnpackEntriesWhereverTheirNamesLead) {
         Configuration department = makeDepartment("cam");
         Base::FileManager::replaceFile(outside, "was there before");
         department.createNXVersionDirectory();
-        EXPECT_EQ(contentOf(outside), "x");
+        EXPECT_EQ(readFile(outside), "x");
         Base::FileManager::removeAll(department.path());
     }
 }
@@ -307,7 +307,7 @@ TEST_F(Manager, KeepsTheOrderOfManyDepartmentsAndEndsAtADamagedOne) {
     archiver.encodeObject("Work Directory List", &workDirectories,
                           archiver.getCoder(typeid(workDirectories)));
     archiver.finishEncoding();
-    const std::string whole = contentOf(site.root() / "settings.dat");
+    const std::string whole = readFile(site.root() / "settings.dat");
     std::vector<std::string> names;
     for (int number = 100; number < 180; ++number) {  // none by an object, which would ask for the plugins
         names.push_back(std::to_string(number));
@@ -487,7 +487,7 @@ TEST_F(Manager, DeletesADepartmentWhollyOrKeepsItADepartment) {
     manager.configuration(1)->description = "kept";
     const fs::path file = site.departments() / "b/nx3/held/file";
     const fs::path properties = manager.configuration(1)->propertyFile();
-    const std::string before = contentOf(properties);
+    const std::string before = readFile(properties);
     fs::last_write_time(properties, 1'000'000'000);
     for (const fs::path& stays : {file, site.departments() / "b"}) {
         const Support::Held held(stays);
@@ -497,7 +497,7 @@ TEST_F(Manager, DeletesADepartmentWhollyOrKeepsItADepartment) {
         EXPECT_EQ(message.find(native("nx3/held/file")) != std::string::npos, stays == file) << message;
         EXPECT_EQ(namesOf(manager), "a|b|c");
         EXPECT_EQ(namesOf(ConfigurationManager()), "a|b|c") << "it can be deleted again";
-        EXPECT_EQ(contentOf(properties), before) << "what was not saved stays unsaved";
+        EXPECT_EQ(readFile(properties), before) << "what was not saved stays unsaved";
         EXPECT_NE(fs::last_write_time(properties), 1'000'000'000) << "it goes first, and comes back";
     }
     manager.deleteConfiguration(1);

@@ -23,6 +23,7 @@
 namespace {
 
 namespace fs = boost::filesystem;
+using Base::FileManager::readFile;
 using Support::Process;
 using Support::Store;
 
@@ -74,11 +75,18 @@ class FaultsOf : public Faults, public testing::WithParamInterface<std::string> 
 INSTANTIATE_TEST_SUITE_P(EachFile, FaultsOf, testing::ValuesIn(Support::storeKinds()),
                          [](const auto& kind) { return kind.param; });
 
+TEST_P(FaultsOf, IsWrittenWithTheKeysAndDefaultsOfTheRecordedFile) {
+    const Store store = open();
+    store.setText("text");
+    store.save();
+    EXPECT_EQ(readFile(store.file), readFile(Support::recorded("store-" + GetParam() + ".dat")));
+}
+
 TEST_P(FaultsOf, WhatOthersWroteIsReplacedOnlyWhenToldTo) {
     const Store store = open();
     store.edit(1);
     store.save();
-    const std::string first = Support::contentOf(store.file);
+    const std::string first = readFile(store.file);
     const std::set<std::string> names = namesBeside(store.file);
     const auto writtenByOthers = [&](const std::string& content) {
         fs::remove(store.file);
@@ -94,7 +102,7 @@ TEST_P(FaultsOf, WhatOthersWroteIsReplacedOnlyWhenToldTo) {
             EXPECT_EQ(std::string(changed.what()).find(Base::FileManager::native(store.file)), 0U);
         }
         EXPECT_TRUE(store.needsSaving());
-        EXPECT_EQ(Support::contentOf(store.file), content);
+        EXPECT_EQ(readFile(store.file), content);
     };
     store.edit(2);
     expectRefusalOver(first + "\n<!-- of others -->\n");
@@ -126,7 +134,7 @@ TEST_P(FaultsOf, WhatOthersWroteIsReplacedOnlyWhenToldTo) {
     beside.save();
     store.edit(6);
     store.save();
-    writtenByOthers(Support::contentOf(store.file));
+    writtenByOthers(readFile(store.file));
     store.edit(7);
     store.save();
     fs::remove(store.file);
@@ -140,7 +148,7 @@ TEST_P(FaultsOf, ASaveThatFailsLeavesEverythingAsItWas) {
     const Store store = open();
     store.edit(1);
     store.save();
-    const std::string before = Support::contentOf(store.file);
+    const std::string before = readFile(store.file);
     const std::set<std::string> names = namesBeside(store.file);
     store.edit(2);
     const auto expectFailure = [&] {
@@ -157,7 +165,7 @@ TEST_P(FaultsOf, ASaveThatFailsLeavesEverythingAsItWas) {
         const Support::Unprivileged somebody;
         expectFailure();
     }
-    EXPECT_EQ(Support::contentOf(store.file), before);
+    EXPECT_EQ(readFile(store.file), before);
     EXPECT_EQ(namesBeside(store.file), names);
     store.save();
     EXPECT_FALSE(store.needsSaving());

@@ -27,6 +27,7 @@ namespace {
 namespace fs = boost::filesystem;
 using Base::Environment::setEnvVariable;
 using Base::FileManager::native;
+using Base::FileManager::readFile;
 using Kym::App;
 using Kym::SystemPreferences;
 using Strings = std::vector<std::string>;
@@ -128,21 +129,21 @@ TEST_F(PreferencesTest, AKeyNamesDictionariesInOneDomainUntilItIsWritten) {
 
 TEST_F(PreferencesTest, ARemovalTakesAWholeNameAndIsWrittenWithTheNextSet) {
     save(userFile(), Dictionary{{"a", Dictionary{{"b", true}}}, {"a/b", true}, {"", true}});
-    const std::string before = Support::bytesOf(userFile());
+    const std::string before = readFile(userFile());
     SystemPreferences preferences("cad");
     SystemPreferences copy = preferences;
     preferences.RemovePreference("");
     preferences.RemovePreference("a/b");
     preferences.RemovePreference("c", "no.plist", "nowhere");
     preferences.Flush();
-    EXPECT_EQ(Support::bytesOf(userFile()), before);
+    EXPECT_EQ(readFile(userFile()), before);
     EXPECT_FALSE(preferences.needsSaving());
     EXPECT_NE(preferences.GetPreference("a/b"), nullptr);
     preferences.RemovePreference("a");
     EXPECT_EQ(copy.GetPreference("a/b"), nullptr) << "a copy shares the domains";
     copy.SetPreference("new", true);
     preferences.Flush();
-    EXPECT_EQ(Support::bytesOf(userFile()), before) << "but writes what was set in itself";
+    EXPECT_EQ(readFile(userFile()), before) << "but writes what was set in itself";
     copy.Flush();
     const auto after = Base::PropertyList(userFile()).list();
     EXPECT_EQ(boost::any_cast<Dictionary&>(*after).size(), 2U);
@@ -168,7 +169,7 @@ TEST_F(PreferencesTest, AFileThatCannotBeReadIsSkippedAndNotLost) {
         fs::remove(user() / "cad.plist.damaged");
         Base::FileManager::replaceFile(userFile(), content);
         expectSkipped(reason);
-        EXPECT_EQ(Support::bytesOf(user() / "cad.plist.damaged"), content);
+        EXPECT_EQ(readFile(user() / "cad.plist.damaged"), content);
         EXPECT_EQ(textOf(SystemPreferences("cad").GetPreference("key")), "new");
     }
     site.block(userFile());
@@ -203,10 +204,10 @@ TEST_F(PreferencesTest, FurtherDirectoriesAreSearchedFirstOrLast) {
     EXPECT_EQ(textOf(preferences.GetPreference("all")), "anew");
     EXPECT_FALSE(preferences.needsSaving());
 
-    const std::string before = Support::bytesOf(site.root() / "unread" / "cad.plist");
+    const std::string before = readFile(site.root() / "unread" / "cad.plist");
     preferences.SetPreference("key", true, "cad.plist", unread);
     preferences.Flush(unread);
-    EXPECT_EQ(Support::bytesOf(site.root() / "unread" / "cad.plist.damaged"), before);
+    EXPECT_EQ(readFile(site.root() / "unread" / "cad.plist.damaged"), before);
 }
 
 TEST_F(PreferencesTest, WhatCannotBeWrittenIsToldAndKept) {
@@ -215,7 +216,7 @@ TEST_F(PreferencesTest, WhatCannotBeWrittenIsToldAndKept) {
     preferences.SetPreference("key", true);
     EXPECT_EQ(complaintOf([&] { preferences.Flush(); }),
               "Unable to save preferences\nThe path " + native(user()) + " is not a directory.\n\n");
-    EXPECT_EQ(Support::bytesOf(user()), "");
+    EXPECT_EQ(readFile(user()), "");
     fs::remove(user());
     preferences.SetPreference("other", 'c', preferences.AnyApplication(), preferences.CurrentUser());
     EXPECT_THAT(complaintOf([&] { preferences.Flush(); }), testing::HasSubstr("key 'other'"));

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "base/Coder.h"
+#include "base/FileManager.h"
 #include "kym/ApplicationOverlay.h"
 #include "kym/ArchiveMembers.h"
 #include "kym/ConfigApplication.h"
@@ -10,6 +11,7 @@
 #include "tests/support/SiteSupport.h"
 
 using namespace Kym;
+using Base::FileManager::readFile;
 using Support::cellsOf;
 using Texts = std::vector<std::string>;
 
@@ -113,7 +115,7 @@ std::string written(const boost::filesystem::path& file, Lists&... lists) {
     Base::Archiver archiver(file);
     (encodeMember(archiver, keyOf<Lists>(), lists), ...);
     archiver.finishEncoding();
-    return Support::contentOf(file);
+    return readFile(file);
 }
 
 template <typename... Lists>
@@ -155,7 +157,7 @@ TEST(Coding, KeepsNamesKeysAndOrderOfTheFile) {
     const Support::Scratch scratch;
     const auto file = scratch / "records.dat";
     const auto recorded = Support::recorded("records-1.dat");
-    EXPECT_EQ(written(file, variables, directories, overlays, applications), Support::contentOf(recorded));
+    EXPECT_EQ(written(file, variables, directories, overlays, applications), readFile(recorded));
     EXPECT_FALSE(applications[0].needsSaving());
 
     std::vector<EnvironmentVariable> variablesRead{{"kept", ""}};
@@ -168,8 +170,7 @@ TEST(Coding, KeepsNamesKeysAndOrderOfTheFile) {
     EXPECT_FALSE(overlays.at(0).needsSaving());
     EXPECT_FALSE(applications.at(0).needsSaving());
     EXPECT_EQ(applications[0].configurationName(), "");
-    EXPECT_EQ(written(file, variablesRead, directories, overlays, applications),
-              Support::contentOf(recorded));
+    EXPECT_EQ(written(file, variablesRead, directories, overlays, applications), readFile(recorded));
 }
 
 TEST(Coding, LeavesWhatAFileLacksButForgetsThePlatform) {

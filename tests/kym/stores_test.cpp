@@ -27,7 +27,7 @@
 using namespace Kym;
 using Base::Environment::setEnvVariable;
 using Base::FileManager::native;
-using Support::contentOf;
+using Base::FileManager::readFile;
 using Support::messageOf;
 using Texts = std::vector<std::string>;
 using Edits = std::vector<std::function<void()>>;
@@ -79,7 +79,7 @@ class Stores : public Support::SiteTest {
   protected:
     /// Every edit has the store written, but not forgotten when the file cannot be written.
     template <typename Store>
-    void checkSaving(Store& store, const fs::path& file, const Edits& all, const Texts& keys) {
+    void checkSaving(Store& store, const fs::path& file, const Edits& all) {
         EXPECT_FALSE(store.needsSaving());
         store.save();
         EXPECT_FALSE(fs::exists(file)) << "nothing was edited";
@@ -93,7 +93,6 @@ class Stores : public Support::SiteTest {
             fs::remove(file);
             store.save();
             EXPECT_FALSE(store.needsSaving());
-            EXPECT_EQ(Support::keysOf(file), keys);
         }
     }
 
@@ -221,22 +220,16 @@ TEST_F(SystemStore, SurvivesAFileThatCannotBeUnderstoodOrRead) {
         (Texts{"KYM_TEST_SITE", "broadcast", "versionFiles.tar.gz"}));
     fs::remove(file);
     system.tcEngDatabaseVariable = "MY_DATA";
-    checkSaving(
-        system, file, {[&] { system.settingsChanged(); }},
-        {"KymVersionString", "CadVersionDirectory", "PreviousCadVersionDirectory", "KymConfigPathEnvVarName",
-         "KymConfigFallbackDirectoryName", "KymApplicationDataDirectoryName", "BroadcastDirectoryName",
-         "BroadcastStartMessage", "SiteSettingsSuffix", "CadWindowsRegistryPath", "CadProductName",
-         "CadSupportedVersionString", "CadInstallPathVariable", "CadWebBrowserVariable",
-         "tcEngInstallPathVariable", "tcEngDatabaseVariable", "CadVersionDataFilename"});
+    checkSaving(system, file, {[&] { system.settingsChanged(); }});
     EXPECT_EQ(SystemInfo().tcEngDatabaseVariable, "MY_DATA");
-    const std::string whole = contentOf(file);
+    const std::string whole = readFile(file);
     {
         const Support::Unreadable held(file);
         EXPECT_EQ(SystemInfo().tcEngDatabaseVariable, "TC_DATA");
     }
     system.settingsChanged();
     system.save();
-    EXPECT_EQ(contentOf(file.string() + ".damaged"), whole);
+    EXPECT_EQ(readFile(file.string() + ".damaged"), whole);
     setEnvVariable("KYM_TEST_SITE", site.root().string());
     SiteInformation().settingsChanged();
     SiteInformation().save();
@@ -246,8 +239,7 @@ TEST_F(SystemStore, SurvivesAFileThatCannotBeUnderstoodOrRead) {
 TEST_F(Stores, AreWrittenWhenEditedAndReadBackWholly) {
     const fs::path baseFile = site.installation() / "config" / "baseSettings.dat";
     BaseSettings& base = BaseInformation();
-    checkSaving(base, baseFile, edits(base),
-                {"Common Variables", "Unix Variables", "Windows Variables", "Application List"});
+    checkSaving(base, baseFile, edits(base));
     BaseSettings baseRead;
     EXPECT_EQ(state(baseRead, baseRead.applicationList()), "C=c|U=u|W=w|Base KYM:nx");
     EXPECT_EQ(baseRead.applications()->unixVariables(0)->numberOfRowsInList(), 1);
@@ -259,9 +251,7 @@ TEST_F(Stores, AreWrittenWhenEditedAndReadBackWholly) {
     const fs::path directory = site.makeDirectory("cam");
     PluginSettings plugin(directory);
     plugin.pluginType = "Test";
-    checkSaving(
-        plugin, directory / "settings.dat", edits(plugin),
-        {"Plugin Type", "Common Variables", "Unix Variables", "Windows Variables", "Application List"});
+    checkSaving(plugin, directory / "settings.dat", edits(plugin));
     PluginSettings pluginRead(directory);
     EXPECT_EQ(state(pluginRead, pluginRead.applicationList()), "C=c|U=u|W=w|cam Plugin:nx");
     checkFailingLoad(pluginRead, directory / "settings.dat");
@@ -277,9 +267,7 @@ TEST_F(Stores, AreWrittenWhenEditedAndReadBackWholly) {
     all.push_back([&] { settings.setOverlay(settings.getOverlay("base", "nx")); });
     all.push_back([&] { Support::addRow(*settings.workDirectories(), {{"Path", "p"}}); });
     all.push_back([&] { settings.disablePlugins()->setValueForListColumnRow("", 0, std::string("true")); });
-    checkSaving(settings, file, all,
-                {"Work Directory List", "Common Variables", "Unix Variables", "Windows Variables",
-                 "Disabled Plugins", "Application List", "Application Overlay List"});
+    checkSaving(settings, file, all);
     ConfigurationSettings copy;
     copy.setDataFile(file);
     copy.load();
@@ -300,14 +288,7 @@ TEST_F(SiteStore, WritesItsFileWhenChangedAndReadsItBack) {
     settings.winExternalPluginsLocation = "no such directory";
     Edits all = variableEdits(settings);
     all.push_back([&] { settings.settingsChanged(); });
-    checkSaving(
-        settings, file, all,
-        {"UNIX NX Install Path Key", "Windows NX Install Path Key", "UNIX TcEng Install Path Key",
-         "Windows TcEng Install Path Key", "UNIX Portal Install Path Key", "Windows Portal Install Path Key",
-         "UNIX Browser Key", "Use Windows Registry Key", "Common Environment Variables Key",
-         "Unix Environment Variables Key", "Windows Environment Variables Key",
-         "Unix NX Plot Conf Directory Base Key", "Windows NX Plot Conf Directory Base Key",
-         "Unix External Plugins Location Key", "Windows External Plugins Location Key"});
+    checkSaving(settings, file, all);
     SiteSettings again;
     EXPECT_EQ(text({again.winNxInstallPath, again.winPlotConfBase}),
               "UGII_BASE_DIR=C:\\nx\nSDI_SERVER_CFG_BASE=S:\\plot\n");

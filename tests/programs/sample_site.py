@@ -64,9 +64,9 @@ class SiteTest(unittest.TestCase):
     def start(cls, program, *arguments, setting=(), **options):
         """`setting`: what runs the program with other variables where Wine sets its own."""
         options = {"env": cls.environment, "stdin": subprocess.DEVNULL, "capture_output": True, "encoding": "utf-8",
-                   **options}
+                   "timeout": TIME_LIMIT, **options}
         return subprocess.run([*EMULATOR, *setting, str(FOLDER / f"{program}{SUFFIX}"), *arguments],
-                              timeout=TIME_LIMIT, check=False, **options)
+                              check=False, **options)
 
     def output(self, program, *arguments, status=0):
         done = self.start(program, *arguments)

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -38,12 +37,6 @@ class Scratch {
   private:
     boost::filesystem::path mFolder;
 };
-
-/// The bytes of a file; empty when it cannot be read.
-inline std::string bytesOf(const boost::filesystem::path& file) {
-    std::ifstream stream(file.c_str(), std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 
 /// Switches loggers on (names separated by commas), which append to a file; those of before stop and let go
 /// of theirs.

@@ -4,7 +4,6 @@
 #include <stdexcept>
 
 #include <boost/filesystem/operations.hpp>
-#include <pugixml.hpp>
 
 #include "base/Environment.h"
 #include "base/FileManager.h"
@@ -60,7 +59,7 @@ void Site::startLog(const std::string& loggers) const {
 std::vector<std::string> Site::logLines() const {
     std::vector<std::string> lines;
     if (fs::exists(logFile())) {
-        std::istringstream text(contentOf(logFile()));
+        std::istringstream text(Base::FileManager::readFile(logFile()));
         for (std::string line; std::getline(text, line);) {
             lines.push_back(line);
         }
@@ -91,22 +90,6 @@ void addRow(Base::DataSourceInterface& table, const Cells& cells) {
     for (const auto& [column, text] : cells) {
         table.setValueForListColumnRow(column, row, text);
     }
-}
-
-std::string contentOf(const fs::path& file) {
-    return Base::FileManager::readFile(file);
-}
-
-std::vector<std::string> keysOf(const fs::path& archive) {
-    pugi::xml_document document;
-    if (!document.load_string(contentOf(archive).c_str())) {
-        throw std::runtime_error(archive.string() + " is no XML file");
-    }
-    std::vector<std::string> keys;
-    for (const pugi::xml_node& member : document.child("archive").children()) {
-        keys.push_back(member.attribute("key").value());
-    }
-    return keys;
 }
 
 }  // namespace Support

@@ -68,10 +68,4 @@ std::vector<std::string> cellsOf(const Base::DataSourceInterface& table, const s
 using Cells = std::vector<std::pair<std::string, std::string>>;  // of columns
 void addRow(Base::DataSourceInterface& table, const Cells& cells = {});
 
-/// The content of a file; an exception when it cannot be read.
-std::string contentOf(const boost::filesystem::path& file);
-
-/// The keys of a keyed archive's root object, in the order of the file.
-std::vector<std::string> keysOf(const boost::filesystem::path& archive);
-
 }  // namespace Support
