@@ -32,6 +32,7 @@ std::vector<Variables> layersOf(std::string_view input) {
         } else if (!isTooCostly(variable.name)) {
             layers.back().emplace_back(variable.name, variable.value);
             layers.back().back().comment = std::to_string(layers.size());
+            layers.back().back().type = static_cast<Kym::PlatformType>(layers.size() % 3);
         }
     }
     return layers;
@@ -54,7 +55,7 @@ void checkEqual(const Kym::VariableList& list, const Variables& expected) {
     for (std::size_t i = 0; i < expected.size(); ++i) {
         const Kym::VariableList::Entry& entry = list.entries()[i];
         require(entry.name == expected[i].name && *entry.comment == expected[i].comment &&
-                    entry.value == expected[i].value,
+                    entry.type == expected[i].type && entry.value == expected[i].value,
                 "a variable is merged as the rules say",
                 expected[i].name + '=' + expected[i].value + ", not " + std::string(entry.value));
     }

@@ -94,7 +94,10 @@ bool isSame(const Time& left, const Time& right) {
 void checkCounting(const Time& time, int count) {
     const std::int64_t first = secondsOf(Time(1755, 1, 1, 0, 0, 0, Time::Gmt));
     const std::int64_t last = secondsOf(Time(0x7fffffff, 12, 31, 23, 59, 59, Time::Gmt));
-    for (const auto& [add, length] : {std::pair(&Time::addSecond, 1), {&Time::addDay, 24 * 60 * 60}}) {
+    for (const auto& [add, length] : {std::pair(&Time::addSecond, 1),
+                                      {&Time::addMinute, 60},
+                                      {&Time::addHour, 3600},
+                                      {&Time::addDay, 24 * 60 * 60}}) {
         const std::int64_t distance = std::int64_t{count} * length, sum = secondsOf(time) + distance;
         Time moved = time;
         const bool isMoved = passes([&, add = add] { (moved.*add)(count); });

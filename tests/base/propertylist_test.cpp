@@ -63,18 +63,8 @@ TEST_F(PropertyListTest, IntegersComeInTheFirstTypeThatHoldsThem) {
     EXPECT_TRUE(list.getProperty("large").type() == typeid(unsigned long long));
 }
 
-// The judges are programs of the host; the recorded files above carry their verdict to Windows.
+// The judge is a program of the host; the recorded files above carry its verdict to Windows.
 class PropertyListJudge : public PropertyListTest {};
-
-TEST_F(PropertyListJudge, PlistlibReadsWhatIsWritten) {
-    const std::string command =
-        "python3 -c \"import plistlib, sys\n"
-        "one, other = [repr(plistlib.load(open(name, 'rb'))) for name in sys.argv[1:]]\n"
-        "sys.exit(one != other)\" '";
-    EXPECT_EQ(0, std::system((command + Support::recorded("own.plist").string() + "' '" +
-                              Support::recorded("plistlib.plist").string() + "'")
-                                 .c_str()));
-}
 
 TEST_F(PropertyListJudge, LibplistReadsWhatIsWrittenAndWritesWhatIsRead) {
     auto root = boost::any_cast<Dictionary>(*PropertyList(Support::recorded("own.plist")).list());
@@ -122,7 +112,6 @@ TEST_F(PropertyListTest, DamageIsToldWithFileLineAndReasonAndKept) {
         {"<plist/>", 1, "exactly one value"},
         {plist("<true/>\n<true/>"), 1, "exactly one value"},
         {plist("a"), 1, "no text in <plist>"},
-        {plist("<true>\n"), 3, "damaged file"},
         {plist("<string>a<b/></string>"), 2, "expected text only in <string>"},
         {plist("<set/>"), 2, "<set> is no value"},
         {plist("<dict>\n<true/></dict>"), 3, "expected <key>, found <true>"},
@@ -130,7 +119,6 @@ TEST_F(PropertyListTest, DamageIsToldWithFileLineAndReasonAndKept) {
         {plist("<dict>\n<key>a</key><key>b</key><true/></dict>"), 3, "the key 'a' has no value"},
         {plist("<array>text</array>"), 2, "no text in <array>"},
         {plist("<true>yes</true>"), 2, "no text in <true>"},
-        {plist("<dict><key>a</key>\n<true a='1' a='1'/></dict>"), 3, "an attribute stands twice"},
         {plist("<integer>1.5</integer>"), 2, "expected an integer, found '1.5'"},
         {plist("<integer>0x</integer>"), 2, "expected an integer"},
         {plist("<integer>18446744073709551616</integer>"), 2, "does not fit"},

@@ -53,20 +53,4 @@ TEST(FilteredRange, IteratorsOutliveTheView) {
     EXPECT_EQ(&*found, &names[2]);
 }
 
-TEST(NamePattern, MatchesWholeNames) {
-    const struct {
-        const char *pattern, *name;
-        bool matches;
-    } cases[] = {{"Common", "common", false},
-                 {"Common", "Common2", false},
-                 {"Common|Design", "Design", true},
-                 {"esig", "Design", false},
-                 {"", "", true},
-                 {"\\w+ü", "Menü", true}};
-    for (const auto& [pattern, name, matches] : cases) {
-        EXPECT_EQ(Base::NamePattern(pattern).matches(name), matches) << pattern << " / " << name;
-    }
-    EXPECT_ANY_THROW(Base::NamePattern("("));
-}
-
 }  // namespace

@@ -4,11 +4,9 @@
 
 #include <boost/filesystem/operations.hpp>
 
-#include "base/Environment.h"
 #include "base/FileManager.h"
 #include "base/platform/Registry.h"
 #include "base/platform/ShortPath.h"
-#include "base/platform/UserFolders.h"
 
 #include "gtest/gtest.h"
 #include "tests/support/ScratchSupport.h"
@@ -67,24 +65,6 @@ TEST(Registry, ReadsTextsWithinTheLimit) {
     EXPECT_EQ(Base::Platform::localMachineText(narrowKey, "Missing"), "");
     EXPECT_EQ(Base::Platform::localMachineText(narrowKey + "\xFF", "Value"), "");
     EXPECT_EQ(::RegDeleteTreeW(HKEY_LOCAL_MACHINE, key.c_str()), ERROR_SUCCESS);
-}
-
-#else
-
-TEST(UserFolders, FollowTheEnvironment) {
-    const Support::Scratch scratch;
-    const auto folder = [](const std::string& configured, const std::string& home) {
-        Base::Environment::setEnvVariable("XDG_CONFIG_HOME", configured);
-        Base::Environment::setEnvVariable("HOME", home);
-        return Base::Platform::applicationDataFolder();
-    };
-    EXPECT_EQ(folder("", ""), std::nullopt);
-    EXPECT_EQ(folder("relative", ""), std::nullopt);
-    EXPECT_EQ(folder("", (scratch / "home").string()), scratch / "home" / ".config");
-    EXPECT_TRUE(fs::is_directory(scratch / "home" / ".config"));
-    EXPECT_EQ(folder((scratch / "config").string(), (scratch / "home").string()), scratch / "config");
-    const fs::path file = scratch.write("file", "");
-    EXPECT_EQ(folder("", file.string()), std::nullopt);
 }
 
 #endif

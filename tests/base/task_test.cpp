@@ -115,38 +115,27 @@ TEST_F(StartTest, RandomArgumentsAndEnvironmentsArriveByteForByte) {
         return below(2000) == 0 ? made + std::string(31000, 'x') + made : made;  // as long as can be
     };
     const auto own = environment;
-    constexpr std::size_t together = 10;
-    for (std::size_t done = 0; done < startCount(); done += together) {
-        struct {
-            fs::path report;
-            Strings arguments, environment;
-        } starts[together];
-        int number = 0;
-        for (auto& [file, arguments, variables] : starts) {
-            file = scratch / ("report" + std::to_string(number++));
-            std::size_t size = 0;
-            for (std::size_t i = below(60); i > 0 && size < 500; --i) {
-                size += arguments.emplace_back(text(inArguments)).size();
-            }
-            environment = own;
-            environment["KYM_TEST_REPORT"] = file.string();
-            for (std::size_t i = below(100); i > 0; --i) {
-                environment["v" + std::to_string(i) + text(inNames).substr(0, 100)] = text(inValues);
-            }
-            for (const auto& [name, value] : environment) {
-                variables.push_back(name + '=' + value);
-            }
-            start(Support::childProgram(), arguments);
+    for (std::size_t done = 0; done < startCount(); ++done) {
+        Strings arguments, variables;
+        std::size_t size = 0;
+        for (std::size_t i = below(60); i > 0 && size < 500; --i) {
+            size += arguments.emplace_back(text(inArguments)).size();
         }
-        for (auto& [file, arguments, variables] : starts) {
-            Support::ChildReport got = Support::awaitReport(file);
-            ASSERT_EQ(got.arguments, arguments);
-            ASSERT_EQ(got.words, arguments);
-            std::erase(variables, "SystemRoot=C:\\windows");  // which the report leaves out
-            std::sort(got.environment.begin(), got.environment.end());
-            std::sort(variables.begin(), variables.end());
-            ASSERT_EQ(got.environment, variables);
+        environment = own;
+        for (std::size_t i = below(100); i > 0; --i) {
+            environment["v" + std::to_string(i) + text(inNames).substr(0, 100)] = text(inValues);
         }
+        for (const auto& [name, value] : environment) {
+            variables.push_back(name + '=' + value);
+        }
+        start(Support::childProgram(), arguments);
+        Support::ChildReport got = Support::awaitReport(report);
+        ASSERT_EQ(got.arguments, arguments);
+        ASSERT_EQ(got.words, arguments);
+        std::erase(variables, "SystemRoot=C:\\windows");  // which the report leaves out
+        std::sort(got.environment.begin(), got.environment.end());
+        std::sort(variables.begin(), variables.end());
+        ASSERT_EQ(got.environment, variables);
     }
 }
 

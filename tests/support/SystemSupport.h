@@ -15,11 +15,6 @@ namespace Support {
 /// environment variable moves.
 extern const bool onWindows;
 
-/// Writes a text under HKEY_LOCAL_MACHINE, making the key when it is missing; removes the key with all that
-/// it holds. `std::runtime_error` when that fails. Where the system has no registry, nothing happens.
-void writeLocalMachineText(const std::string& key, const std::string& valueName, const std::string& text);
-void deleteLocalMachineKey(const std::string& key);
-
 /// Sets the variable TZ for the run-time of this process. Give rules of the form "EST5EDT,M3.2.0,M11.1.0":
 /// Windows reads the names and the offset only and changes as in the United States since 2007.
 void useTimeZone(const std::string& rules);

@@ -10,11 +10,6 @@
 namespace Support {
 namespace {
 
-la_ssize_t append(archive*, void* bytes, const void* data, std::size_t size) {
-    static_cast<std::string*>(bytes)->append(static_cast<const char*>(data), size);
-    return static_cast<la_ssize_t>(size);
-}
-
 void check(archive* writer, bool good) {
     if (!good) {
         throw std::runtime_error(archive_error_string(writer));
@@ -33,13 +28,14 @@ std::string noise(std::size_t size) {
 
 std::string tarGz(const std::vector<TarEntry>& entries) {
     const Base::Platform::Utf8Locale utf8;
-    std::string bytes;
+    std::string bytes(std::size_t{1} << 22U, '\0');
+    std::size_t size = 0;
     archive* writer = archive_write_new();
     archive_write_add_filter_gzip(writer);
     archive_write_set_format_pax_restricted(writer);
     archive_write_set_options(writer, "hdrcharset=UTF-8");
     archive_write_set_bytes_in_last_block(writer, 1);
-    check(writer, archive_write_open(writer, &bytes, nullptr, append, nullptr) == ARCHIVE_OK);
+    check(writer, archive_write_open_memory(writer, bytes.data(), bytes.size(), &size) == ARCHIVE_OK);
     for (const TarEntry& entry : entries) {
         archive_entry* header = archive_entry_new();
         archive_entry_set_pathname_utf8(header, entry.name.c_str());
@@ -57,6 +53,7 @@ std::string tarGz(const std::vector<TarEntry>& entries) {
     }
     check(writer, archive_write_close(writer) == ARCHIVE_OK);
     archive_write_free(writer);
+    bytes.resize(size);
     return bytes;
 }
 

@@ -26,10 +26,6 @@ void become(uid_t user) {
 
 const bool onWindows = false;
 
-void writeLocalMachineText(const std::string&, const std::string&, const std::string&) {}
-
-void deleteLocalMachineKey(const std::string&) {}
-
 void useTimeZone(const std::string& rules) {
     ::setenv("TZ", rules.c_str(), 1);
 }

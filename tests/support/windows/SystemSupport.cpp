@@ -11,12 +11,6 @@
 namespace Support {
 namespace {
 
-void check(LSTATUS status, const std::string& key) {
-    if (status != ERROR_SUCCESS) {
-        throw std::runtime_error("HKEY_LOCAL_MACHINE\\" + key + ": error " + std::to_string(status));
-    }
-}
-
 // Opens a file, and closes it when the result is called.
 std::function<void()> open(const boost::filesystem::path& file, DWORD share) {
     const HANDLE handle = ::CreateFileW(file.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING,
@@ -30,16 +24,6 @@ std::function<void()> open(const boost::filesystem::path& file, DWORD share) {
 }  // namespace
 
 const bool onWindows = true;
-
-void writeLocalMachineText(const std::string& key, const std::string& valueName, const std::string& text) {
-    check(::RegSetKeyValueA(HKEY_LOCAL_MACHINE, key.c_str(), valueName.c_str(), REG_SZ, text.c_str(),
-                            static_cast<DWORD>(text.size() + 1)),
-          key);
-}
-
-void deleteLocalMachineKey(const std::string& key) {
-    check(::RegDeleteTreeA(HKEY_LOCAL_MACHINE, key.c_str()), key);
-}
 
 void useTimeZone(const std::string& rules) {
     ::_putenv_s("TZ", rules.c_str());
