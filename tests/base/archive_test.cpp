@@ -260,14 +260,8 @@ TEST_F(ArchiveTest, MisuseIsRefused) {
     EXPECT_THROW(archiver.getCoder(TypeInfo::of<std::vector<int>>()), ArchiveError);
     archiver.prepareCollection();
     EXPECT_THROW(archiver.finishEncoding(), std::logic_error);
-    archiver.finishCollection();
-    EXPECT_THROW(archiver.encode("Member", 1), std::logic_error);
     EXPECT_FALSE(boost::filesystem::exists(scratch / "archive"));
-
-    Unarchiver unarchiver(Support::recorded("archive-1.dat"));
-    EXPECT_THROW(unarchiver.endContainer(), std::logic_error);
-    std::vector<boost::any> foreign(1);
-    EXPECT_THROW(unarchiver.beginContainer(&foreign), std::logic_error);
+    EXPECT_THROW(Unarchiver(Support::recorded("archive-1.dat")).endContainer(), std::logic_error);
 }
 
 }  // namespace

@@ -139,16 +139,6 @@ TEST_F(StartTest, RandomArgumentsAndEnvironmentsArriveByteForByte) {
     }
 }
 
-TEST_F(StartTest, AProgramAndItsDirectoryMayHaveAnyName) {
-    const fs::path directory = scratch / "working directory \xE2\x82\xAC";
-    const fs::path program = directory / "a program \xC3\xA4.exe";
-    fs::create_directory(directory);
-    fs::copy_file(Support::childProgram(), program);
-    start(program, {}, directory);
-    const Support::ChildReport got = Support::awaitReport(report);
-    EXPECT_TRUE(fs::equivalent(got.directory, directory)) << got.directory;
-}
-
 TEST_F(StartTest, BatchFilesGetTheirArgumentsAndNothingElseRuns) {
     const fs::path folder = scratch / "b&c (100%) \xC3\xA4";
     fs::create_directory(folder);

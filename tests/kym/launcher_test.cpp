@@ -191,14 +191,14 @@ TEST_F(LauncherTest, EvaluatesValuesForWindowsPrograms) {
 
 TEST_F(LauncherTest, ExplainsWhereEveryValueComesFrom) {
     Base::Environment::setEnvVariable("EXPLAINED_PATH", "C:\\a;\\\\host\\c$\\t");
-    Base::Environment::setEnvVariable("Mixed_Case", "process");
+    Base::Environment::setEnvVariable("Mixed_Path", "process");
     Base::Environment::setEnvVariable("UGII_HTML_BROWSER", "of an outer launch");
     fill(Kym::SiteInformation().commonVariables(), {{"EXPLAINED_PATH", "D:\\s;$EXPLAINED_PATH"}});
     fill(Kym::BaseInformation().commonVariables(), {{"EXPLAINED_PATH", "${EXPLAINED_PATH};$MORE;C:/a"},
                                                     {"MORE", "E:/m:F:\\n"},
                                                     {"ROOTED_PATH", "b"},
                                                     {"CROSSED_PATH", "${MO"},
-                                                    {"mixed_case", "b"},
+                                                    {"mixed_path", "b"},
                                                     {"UGII_HTML_BROWSER", "mine"}});
     Kym::PluginsManagement().addPlugin(site.makeDirectory("plugins/cae"));
     for (const int plugin : {0, 1}) {
@@ -238,7 +238,7 @@ TEST_F(LauncherTest, ExplainsWhereEveryValueComesFrom) {
     EXPECT_THAT(told["CROSSED_PATH"], HasSubstr("E:\\m<application F:\\n<application "));
     EXPECT_EQ(told["A-B"], "configuration:set(config) :bad-name() ");
     EXPECT_THAT(told["UGII_HTML_BROWSER"], HasSubstr("base:ineffective(config) "));
-    EXPECT_EQ(told["MIXED_CASE"], "process:set() :superseded() ");
+    EXPECT_EQ(told["MIXED_PATH"], "process:set() :superseded() ");
     EXPECT_EQ(told["UGII_LOCAL_USER_DEFAULTS"], "launcher:set() :failed() ");
 }
 

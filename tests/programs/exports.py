@@ -1,8 +1,7 @@
 #!/usr/bin/env python3
-"""Compares what a built library exports with a list: exports.py LIST LIBRARY TOOL DEMANGLER.
+"""Compares what a built library exports with a list, in both directions: exports.py LIST LIBRARY TOOL DEMANGLER.
 
-TOOL is nm for a shared object, objdump for a DLL. The list has a line "class NAME" or "function SIGNATURE" for each
-thing. Fails when the library exports anything else, and when it lacks something of the list.
+TOOL is nm for a shared object, objdump for a DLL. The list has lines "class NAME" and "function SIGNATURE".
 """
 import re
 import subprocess

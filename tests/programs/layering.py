@@ -1,8 +1,5 @@
 #!/usr/bin/env python3
-"""Checks who includes whom: layering.py PROJECT INSTALLED-HEADERS-FILE.
-
-Prints one line per offence, as FILE:LINE: what is wrong, and fails when there is one.
-"""
+"""Checks who includes whom: layering.py PROJECT INSTALLED-HEADERS-FILE. Prints a line for each offence."""
 import pathlib
 import re
 import sys

@@ -15,14 +15,9 @@
 
 namespace Support {
 
-/// An installation and a directory of departments in a fresh temporary folder, whose name has a blank and a
-/// letter beyond ASCII:
-///
-///     ROOT/kym/config   ROOT/kym/plugins   ROOT/kym/data/install   ROOT/departments
-///
-/// KYM_BASE_DIR and KYM_UGSITE_DIR of this process name them; KYM_DEPT_DIR is removed. The folder goes away
-/// with the object. The library's stores live as long as the process, so that a process can have one site
-/// only: a second one throws. ctest runs every test in a process of its own.
+/// An installation "kym" and a directory "departments" in a fresh folder, to which KYM_BASE_DIR and
+/// KYM_UGSITE_DIR of this process lead; KYM_DEPT_DIR is removed. A process can have one site only, since the
+/// library's stores live as long: a second one throws.
 class Site {
   public:
     Site();
@@ -39,7 +34,7 @@ class Site {
     boost::filesystem::path makeFile(const boost::filesystem::path& relative,
                                      std::string_view content = "") const;
 
-    /// Stands a directory in the place of the file, so that the file can neither be read nor be replaced.
+    /// Stands a directory in the place of the file, which can neither be read nor be replaced.
     void block(const boost::filesystem::path& file) const;
 
     /// Switches loggers on (names separated by commas); the lines that were written since then, in order.

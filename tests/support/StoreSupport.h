@@ -24,12 +24,10 @@ struct Store {
     int generation() const;
 };
 
-/// Every kind of file that the library writes: "base", "site", "system", "plugin", "department", "properties"
-/// and "preferences".
+/// Every kind of file that the library writes.
 std::vector<std::string> storeKinds();
 
-/// The store of a kind, read from its file below a site's directory, to which the variables of the
-/// environment lead. The directories of the file are made.
+/// The store of a kind, read from its file below a site's directory; the directories of the file are made.
 Store openStore(const std::string& kind, const boost::filesystem::path& siteDirectory);
 
 /// The program that saves stores beside this process.

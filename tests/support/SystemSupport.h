@@ -15,8 +15,8 @@ namespace Support {
 /// environment variable moves.
 extern const bool onWindows;
 
-/// Sets the variable TZ for the run-time of this process. Give rules of the form "EST5EDT,M3.2.0,M11.1.0":
-/// Windows reads the names and the offset only and changes as in the United States since 2007.
+/// Sets the variable TZ for the run-time. Of rules as "EST5EDT,M3.2.0,M11.1.0", Windows reads the names and
+/// the offset only and changes as in the United States since 2007.
 void useTimeZone(const std::string& rules);
 
 /// The most memory that this process ever used at once, in bytes.
@@ -40,26 +40,24 @@ struct Unprivileged : State {
     Unprivileged();
 };
 
-/// A file or a directory can be neither renamed nor removed: on Windows because it is open, elsewhere because
-/// its directory is write-protected (which `Unprivileged` makes count).
+/// A file or a directory can be neither renamed nor removed: it is open on Windows, elsewhere its directory
+/// is write-protected (which `Unprivileged` makes count).
 struct Held : State {
     explicit Held(const boost::filesystem::path& file);
 };
 
-/// No file grows beyond a few bytes: the disk is full. Where the system cannot be told so, it is the file
-/// that is open for nobody else.
+/// No file grows beyond a few bytes; on Windows, the file is open for nobody else.
 struct FullDisk : State {
     explicit FullDisk(const boost::filesystem::path& file);
 };
 
-/// A file is there but cannot be read, whoever runs the test: on Windows because it is open for nobody else,
-/// elsewhere because a link that leads nowhere stands in its place.
+/// A file is there but cannot be read, whoever runs the test: it is open for nobody else, or a link that
+/// leads nowhere.
 struct Unreadable : State {
     explicit Unreadable(const boost::filesystem::path& file);
 };
 
-/// A program that runs beside this process, with its environment. When the object goes away, it is ended at
-/// once, wherever it is, as the user or the system can do at any time.
+/// A program that runs beside this process and is ended at once, wherever it is, when the object goes away.
 class Process {
   public:
     /// Starts the program; `std::runtime_error` when that fails.

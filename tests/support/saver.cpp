@@ -1,15 +1,8 @@
-// The program that tests kill, and let save beside others.
-//
-//   kym-test-saver save KIND SITE COUNT PROGRESS
-//       saves, COUNT times, the generation behind the one in the file; after each, PROGRESS grows by one byte
-//
-//   kym-test-saver prepare SITE
-//       makes the version directory of the department "cam"
-//
-//   kym-test-saver damage KIND SITE FILE STRIDE STEP
-//       loads FILE cut at every STRIDEth byte, and with it changed in each STEPth way of eight
-//
-// SITE is the directory of a site to which KYM_BASE_DIR and KYM_UGSITE_DIR lead.
+// The program that tests kill, and let save beside others, in a SITE to which KYM_BASE_DIR and KYM_UGSITE_DIR
+// lead:
+//   save KIND SITE COUNT PROGRESS: COUNT generations behind the one in the file; PROGRESS grows by a byte for
+//   each prepare SITE: makes the version directory of the department "cam" damage KIND SITE FILE STRIDE STEP:
+//   loads FILE cut at every STRIDEth byte, and with it changed in each STEPth way
 
 #include <algorithm>
 #include <chrono>
