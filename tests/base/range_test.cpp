@@ -33,7 +33,7 @@ TEST(FilteredRange, AsksThePredicateLateAndSeesTheRangeAsItIs) {
     std::list<int> numbers = {1};
     int asked = 0;
     const filtered_range view(numbers, [&asked](int number) { return ++asked > 0 && number > 1; });
-    const auto copy = view;
+    const auto copy = view;  // NOLINT(performance-unnecessary-copy-initialization): it is to see the same
     EXPECT_EQ(asked, 0);
     EXPECT_TRUE(view.empty());
     numbers.insert(numbers.end(), {5, 0, 7});

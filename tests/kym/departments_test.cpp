@@ -411,7 +411,7 @@ TEST_F(Manager, RenamesADepartmentToAFreeNameThatWindowsCanHave) {
     site.makeDirectory("departments/b/nx4/config");
     ConfigurationManager manager;
     const auto refused = [&](const std::string& name) {
-        const std::string message = messageOf([&] { manager.renameConfiguration(1, name); });
+        std::string message = messageOf([&] { manager.renameConfiguration(1, name); });
         EXPECT_EQ(namesOf(manager), "a|b") << name;
         EXPECT_TRUE(exists(site.departments() / "b/.dirinfo.plist")) << name;
         return message;

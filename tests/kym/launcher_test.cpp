@@ -75,7 +75,7 @@ class LauncherTest : public Support::SiteTest {
 
     /// A file that may be executed on both systems, but is no program of either.
     boost::filesystem::path makeProgram(const std::string& relative) {
-        const auto program = site.makeFile(relative, "exit");
+        auto program = site.makeFile(relative, "exit");
         Base::FileManager::setPermissions(program, 0775);
         return program;
     }
@@ -256,13 +256,13 @@ TEST_F(LauncherTest, ResolvesTheExecutableOrSaysWhy) {
         "Program ${NOWHERE}cad.exe is not found.\n  Original string = ${NOWHERE}cad.exe\n"
         "  Maybe a environment variable is set wrong.";
     const std::string notExecutable = " is not executable.\n";
-    for (const auto& [executable, message] : std::map<std::string, std::string>{
+    for (const auto& each : std::map<std::string, std::string>{
              {"${NOWHERE}cad.exe", notFound},
              {"", "Program  is not found.\n"},
              {"\xff", "Program \\xFF is not found.\n"},  // no path on Windows
              {"$BIN", notExecutable},
              {"${BIN}readme.txt", "Program " + native(text) + notExecutable}}) {
-        EXPECT_THAT([&] { resolve(executable); }, ThrowsMessage<std::runtime_error>(HasSubstr(message)));
+        EXPECT_THAT([&] { resolve(each.first); }, ThrowsMessage<std::runtime_error>(HasSubstr(each.second)));
     }
     EXPECT_THROW(resolve("${BIN"), std::exception);
 }

@@ -41,7 +41,7 @@ class StaleFilesTest : public Support::SiteTest {
     fs::path file(const fs::path& name, std::int64_t written) const {
         const fs::path made = Base::Platform::reachablePath(temp / name);
         fs::create_directories(made.parent_path());
-        std::ofstream{std::filesystem::path(made.native())};
+        const std::ofstream content{std::filesystem::path(made.native())};
         fs::last_write_time(made, written);
         return temp / name;
     }

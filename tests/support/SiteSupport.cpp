@@ -33,13 +33,13 @@ Site::~Site() {
 }
 
 fs::path Site::makeDirectory(const fs::path& relative) const {
-    const fs::path directory = root() / relative;
+    fs::path directory = root() / relative;
     fs::create_directories(directory);
     return directory;
 }
 
 fs::path Site::makeFile(const fs::path& relative, std::string_view content) const {
-    const fs::path file = root() / relative;
+    fs::path file = root() / relative;
     fs::create_directories(file.parent_path());
     Base::FileManager::replaceFile(file, content);
     return file;
@@ -77,9 +77,10 @@ std::string messageOf(const std::function<void()>& call) {
 }
 
 std::vector<std::string> cellsOf(const Base::DataSourceInterface& table, const std::string& column) {
-    std::vector<std::string> cells;
-    for (int row = 0; row < table.numberOfRowsInList(); ++row) {
-        cells.push_back(boost::any_cast<std::string>(table.valueForListColumnRow(column, row)));
+    std::vector<std::string> cells(static_cast<std::size_t>(table.numberOfRowsInList()));
+    int row = 0;
+    for (std::string& cell : cells) {
+        cell = boost::any_cast<std::string>(table.valueForListColumnRow(column, row++));
     }
     return cells;
 }

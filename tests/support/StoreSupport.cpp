@@ -90,7 +90,7 @@ Store propertiesStore(const fs::path& directory) {
 
 Store preferencesStore(const fs::path& directory) {
     const fs::path file = directory / "global.plist";
-    const std::string folder = directory.string();
+    const std::string& folder = directory.string();
     const auto preferences = std::make_shared<Kym::SystemPreferences>("cad");
     const auto load = [=] { preferences->addPath(folder, true); };
     load();
