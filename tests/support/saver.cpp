@@ -1,8 +1,9 @@
 // The program that tests kill, and let save beside others, in a SITE to which KYM_BASE_DIR and KYM_UGSITE_DIR
 // lead:
-//   save KIND SITE COUNT PROGRESS: COUNT generations behind the one in the file; PROGRESS grows by a byte for
-//   each prepare SITE: makes the version directory of the department "cam" damage KIND SITE FILE STRIDE STEP:
-//   loads FILE cut at every STRIDEth byte, and with it changed in each STEPth way
+//
+//   save KIND SITE COUNT PROGRESS: COUNT generations behind the one in the file, for each a byte in PROGRESS
+//   prepare SITE: makes the version directory of the department "cam"
+//   damage KIND SITE FILE STRIDE STEP: loads FILE cut at every STRIDEth byte, and changed in each STEPth way
 
 #include <algorithm>
 #include <chrono>
