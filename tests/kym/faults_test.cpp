@@ -83,15 +83,20 @@ TEST_P(FaultsOf, IsWrittenWithTheKeysAndDefaultsOfTheRecordedFile) {
 }
 
 TEST_P(FaultsOf, WhatOthersWroteIsReplacedOnlyWhenToldTo) {
-    const Store store = open();
-    store.edit(1);
-    store.save();
-    const std::string first = readFile(store.file);
-    const std::set<std::string> names = namesBeside(store.file);
+    Store store = open();
     const auto writtenByOthers = [&](const std::string& content) {
         fs::remove(store.file);
         std::ofstream(store.file.c_str(), std::ios::binary) << content;
     };
+    writtenByOthers(readFile(Support::recorded("store-" + GetParam() + ".dat")));
+    store = open();
+    store.edit(1);
+    writtenByOthers("of others");
+    EXPECT_THROW(store.save(), Base::FileChanged) << "this process never wrote it";
+    Base::saveOverChanges(store.file);
+    store.save();
+    const std::string first = readFile(store.file);
+    const std::set<std::string> names = namesBeside(store.file);
     const auto expectRefusalOver = [&](const std::string& content) {
         writtenByOthers(content);
         try {
