@@ -98,7 +98,8 @@ TEST(Applications, AreOrderedByCategoryThenDescription) {
     }
     for (std::size_t left = 0; left + 1 < list.size(); ++left) {
         EXPECT_TRUE(list[left] < list[left + 1]) << left;
-        EXPECT_FALSE(list[left + 1] < list[left] || list[left] < list[left]) << left;
+        const ConfigApplication same = list[left];
+        EXPECT_FALSE(list[left + 1] < list[left] || same < list[left]) << left;
     }
 }
 
