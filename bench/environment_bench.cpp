@@ -75,7 +75,7 @@ class Place {
         }
     }
 
-    std::map<std::string, std::string> byLibrary() const {
+    std::map<std::string, std::string> byLibrary() {
         std::map<std::string, std::string> env;
         mLauncher.buildEnvVarMap(mConfig, &mCommon, mApplication, env);
         return env;
@@ -180,20 +180,17 @@ int main(int argc, char** argv, char** envp) {
         Place place;
         for (const std::size_t perLayer : {50U, 1429U}) {
             const std::string size = std::to_string(perLayer * 7);
-            benchmark::RegisterBenchmark(("build/library/" + size).c_str(),
-                                         [&, perLayer](benchmark::State& state) {
-                                             place.setLayerSize(perLayer);
-                                             measureBuilding(state, [&] { return place.byLibrary(); });
-                                         })
-                ->UseManualTime()
-                ->Unit(benchmark::kMicrosecond);
-            benchmark::RegisterBenchmark(("build/transcription/" + size).c_str(),
-                                         [&, perLayer](benchmark::State& state) {
-                                             place.setLayerSize(perLayer);
-                                             measureBuilding(state, [&] { return place.byTranscription(); });
-                                         })
-                ->UseManualTime()
-                ->Unit(benchmark::kMicrosecond);
+            const auto measure = [&](const char* name, std::map<std::string, std::string> (Place::*build)()) {
+                benchmark::RegisterBenchmark((name + size).c_str(),
+                                             [&place, perLayer, build](benchmark::State& state) {
+                                                 place.setLayerSize(perLayer);
+                                                 measureBuilding(state, [&] { return (place.*build)(); });
+                                             })
+                    ->UseManualTime()
+                    ->Unit(benchmark::kMicrosecond);
+            };
+            measure("build/library/", &Place::byLibrary);
+            measure("build/transcription/", &Place::byTranscription);
         }
         benchmark::RegisterBenchmark("build/questions", [&](benchmark::State& state) {
             for ([[maybe_unused]] auto _ : state) {

