@@ -1,6 +1,5 @@
 #include "base/PropertyList.h"
 
-#include <cstdlib>
 #include <string>
 
 #include <boost/smart_ptr/make_shared.hpp>
@@ -61,22 +60,6 @@ TEST_F(PropertyListTest, IntegersComeInTheFirstTypeThatHoldsThem) {
         EXPECT_TRUE(integers.at(i).type() == *types[i]) << i;
     }
     EXPECT_TRUE(list.getProperty("large").type() == typeid(unsigned long long));
-}
-
-// The judge is a program of the host; the recorded files above carry its verdict to Windows.
-class PropertyListJudge : public PropertyListTest {};
-
-TEST_F(PropertyListJudge, LibplistReadsWhatIsWrittenAndWritesWhatIsRead) {
-    auto root = boost::any_cast<Dictionary>(*PropertyList(Support::recorded("own.plist")).list());
-    root.erase("special");  // numbers that it does not know
-    save(scratch / "list", root);
-    for (const auto& [from, to] : {std::pair("list", "binary"), {"binary", "answer"}}) {
-        const std::string files =
-            "-i '" + (scratch / from).string() + "' -o '" + (scratch / to).string() + "'";
-        ASSERT_EQ(0, std::system(("plistutil " + files).c_str())) << files;
-    }
-    EXPECT_EQ(readFile(scratch / "list"), rewritten(scratch / "answer"));
-    EXPECT_THROW(PropertyList(scratch / "binary"), PropertyListError);
 }
 
 TEST_F(PropertyListTest, FormsThatOthersMayWriteAreRead) {
