@@ -88,21 +88,6 @@ TEST(TableModels, ValidateVariables) {
     expect("Value", {"%TEMP", "${A", "{{}"}, false);
 }
 
-TEST(Applications, AreOrderedByCategoryThenDescription) {
-    const std::pair<const char*, const char*> ascending[] = {{"", "z"},    {"CAD", "B"},       {"CAD", "a"},
-                                                             {"CAD", "é"}, {"CAD tools", "A"}, {"cad", ""}};
-    std::vector<ConfigApplication> list;
-    for (const auto& [category, description] : ascending) {
-        list.emplace_back().category = category;
-        list.back().description = description;
-    }
-    for (std::size_t left = 0; left + 1 < list.size(); ++left) {
-        EXPECT_TRUE(list[left] < list[left + 1]) << left;
-        const ConfigApplication same = list[left];
-        EXPECT_FALSE(list[left + 1] < list[left] || same < list[left]) << left;
-    }
-}
-
 namespace {
 
 template <typename List>
