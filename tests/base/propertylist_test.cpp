@@ -50,18 +50,6 @@ TEST_F(PropertyListTest, FilesOfOtherToolsAreReadAndTheTextThatTheyAcceptedIsWri
     EXPECT_EQ(readFile(scratch / "list"), rewritten(Support::recorded("plistutil.plist")));
 }
 
-TEST_F(PropertyListTest, IntegersComeInTheFirstTypeThatHoldsThem) {
-    const PropertyList list(Support::recorded("own.plist"));
-    const auto integers = boost::any_cast<Array>(list.getProperty("integers"));
-    const std::type_info* const types[] = {&typeid(unsigned),  &typeid(unsigned),  &typeid(unsigned),
-                                           &typeid(long long), &typeid(int),       &typeid(int),
-                                           &typeid(long long), &typeid(long long), &typeid(long long)};
-    for (std::size_t i = 0; i < std::size(types); ++i) {
-        EXPECT_TRUE(integers.at(i).type() == *types[i]) << i;
-    }
-    EXPECT_TRUE(list.getProperty("large").type() == typeid(unsigned long long));
-}
-
 TEST_F(PropertyListTest, FormsThatOthersMayWriteAreRead) {
     const std::pair<std::string, std::string> cases[] = {
         {"<integer> 0x1F\n</integer>", "<integer>31</integer>"},
