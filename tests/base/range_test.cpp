@@ -18,17 +18,6 @@ using ByName = filtered_range<const Names, Base::NameFilter<std::string>>;
 static_assert(std::forward_iterator<ByName::iterator>);
 static_assert(std::is_same_v<std::iter_reference_t<ByName::iterator>, const std::string&>);
 
-TEST(FilteredRange, YieldsTheMatchingElementsInOrder) {
-    const struct {
-        std::vector<int> numbers, even;
-    } cases[] = {{{}, {}}, {{1}, {}}, {{2, 1, 3, 3, 4}, {2, 4}}, {{1, 3, 4}, {4}}, {{2, 2, 1}, {2, 2}}};
-    for (const auto& [numbers, even] : cases) {
-        const filtered_range view(numbers, [](int number) { return number % 2 == 0; });
-        EXPECT_EQ(std::vector<int>(view.begin(), view.end()), even);
-        EXPECT_EQ(view.empty(), even.empty());
-    }
-}
-
 TEST(FilteredRange, AsksThePredicateLateAndSeesTheRangeAsItIs) {
     std::list<int> numbers = {1};
     int asked = 0;
@@ -36,12 +25,11 @@ TEST(FilteredRange, AsksThePredicateLateAndSeesTheRangeAsItIs) {
     const auto copy = view;  // NOLINT(performance-unnecessary-copy-initialization): it is to see the same
     EXPECT_EQ(asked, 0);
     EXPECT_TRUE(view.empty());
-    numbers.insert(numbers.end(), {5, 0, 7});
+    numbers.insert(numbers.end(), {5, 0, 0, 7, 1});
     auto position = view.begin();
     EXPECT_EQ(position, copy.begin());
     EXPECT_EQ(*position++, 5);
-    *position += 10;
-    EXPECT_EQ(numbers.back(), 17);
+    EXPECT_EQ(*position, 7);
     EXPECT_EQ(std::next(position), copy.end());
 }
 
