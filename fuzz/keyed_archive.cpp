@@ -81,7 +81,7 @@ struct Settings {
     }
 
     static Kym::EnvironmentVariable variableOf(Fuzz::Source& source) {
-        Kym::EnvironmentVariable variable(source.text(), static_cast<Kym::PlatformType>(source.byte() % 3));
+        Kym::EnvironmentVariable variable{source.text(), static_cast<Kym::PlatformType>(source.byte() % 3)};
         variable.value = source.text();
         variable.comment = source.text();
         return variable;

@@ -96,7 +96,8 @@ boost::any valueOf(Fuzz::Source& source) {
             return PropertyList::Date{source.text()};
         default: {
             const unsigned shift = source.byte() % 64;
-            return integerOf(source.number() >> shift, source.byte() % 2 == 0);
+            const std::uint64_t bits = source.number() >> shift;  // before the sign, with any compiler
+            return integerOf(bits, source.byte() % 2 == 0);
         }
     }
 }
