@@ -1,13 +1,11 @@
 #include "base/FileManager.h"
 
 #include <cstdint>
-#include <fstream>
 #include <functional>
 #include <future>
 #include <memory>
 #include <set>
 #include <string>
-#include <vector>
 
 #include <boost/filesystem/exception.hpp>
 #include <boost/filesystem/operations.hpp>
@@ -41,13 +39,7 @@ class FileManagerTest : public testing::Test {
 
     fs::path deepFolder() const { return folder / std::string(200, 'd'); }
 
-    Names names() const {
-        Names result;
-        for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-            result.insert(entry.path().filename().string());
-        }
-        return result;
-    }
+    Names names() const { return Support::namesIn(folder); }
 
     fs::path make(const fs::path& name, std::string_view content) const {
         replaceFile(folder / name, content);

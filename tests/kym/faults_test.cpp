@@ -3,7 +3,6 @@
 #include <future>
 #include <iostream>
 #include <random>
-#include <set>
 #include <thread>
 
 #include <boost/filesystem/operations.hpp>
@@ -45,11 +44,7 @@ class Faults : public Support::SiteTest {
     ~Faults() override { fs::remove_all(Kym::SystemInformation().applicationDataPath()); }
 
     std::set<std::string> namesBeside(const fs::path& file) const {
-        std::set<std::string> names;
-        for (const fs::directory_entry& entry : fs::directory_iterator(file.parent_path())) {
-            names.insert(entry.path().filename().string());
-        }
-        return names;
+        return Support::namesIn(file.parent_path());
     }
 
     void pause(double atMost) {

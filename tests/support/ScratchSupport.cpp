@@ -15,6 +15,14 @@ void logTo(const std::string& loggers, const boost::filesystem::path& file) {
     Base::BaseKit::initialize(&answers);
 }
 
+std::set<std::string> namesIn(const boost::filesystem::path& folder) {
+    std::set<std::string> names;
+    for (const auto& entry : boost::filesystem::directory_iterator(folder)) {
+        names.insert(entry.path().filename().string());
+    }
+    return names;
+}
+
 boost::filesystem::path recorded(const std::string& name) {
     return boost::filesystem::path(KYM_TEST_DATA) / name;
 }

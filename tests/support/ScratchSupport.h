@@ -1,6 +1,7 @@
 #pragma once
 
 #include <fstream>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -41,6 +42,8 @@ class Scratch {
 /// Switches loggers on (names separated by commas), which append to a file; those of before stop and let go
 /// of theirs.
 void logTo(const std::string& loggers, const boost::filesystem::path& file);
+
+std::set<std::string> namesIn(const boost::filesystem::path& folder);
 
 /// A recorded file of tests/data.
 boost::filesystem::path recorded(const std::string& name);

@@ -1,5 +1,6 @@
 #include "tests/support/SystemSupport.h"
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <spawn.h>
@@ -20,6 +21,13 @@ void become(uid_t user) {
     if (::seteuid(user) != 0) {
         throw std::runtime_error("the user cannot be changed");
     }
+}
+
+void limitFileSize(rlim_t bytes) {
+    rlimit limit{};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = std::min(bytes, limit.rlim_max);
+    ::setrlimit(RLIMIT_FSIZE, &limit);
 }
 
 }  // namespace
@@ -54,18 +62,9 @@ Held::Held(const fs::path& file)
                     fs::remove_perms | fs::owner_write | fs::group_write | fs::others_write);
 }
 
-FullDisk::FullDisk(const fs::path&)
-    : State([] {
-          rlimit limit{};
-          ::getrlimit(RLIMIT_FSIZE, &limit);
-          limit.rlim_cur = limit.rlim_max;
-          ::setrlimit(RLIMIT_FSIZE, &limit);
-      }) {
-    rlimit limit{};
-    ::getrlimit(RLIMIT_FSIZE, &limit);
-    limit.rlim_cur = 100;
+FullDisk::FullDisk(const fs::path&) : State([] { limitFileSize(RLIM_INFINITY); }) {
     std::signal(SIGXFSZ, SIG_IGN);
-    ::setrlimit(RLIMIT_FSIZE, &limit);
+    limitFileSize(100);
 }
 
 Unreadable::Unreadable(const fs::path& file) : State([file] { fs::rename(file.string() + ".aside", file); }) {
