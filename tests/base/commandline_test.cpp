@@ -21,7 +21,7 @@ TEST(CommandLine, RefusesWhatCannotBePassed) {
     EXPECT_THROW(batchCommandLine("c", "s.bat", {"\r"}), Base::TaskError);
     EXPECT_THROW(programCommandLine("a\"b", {}), Base::TaskError);
     for (const std::string script :
-         {"a\"b.bat", "s.bat\\", "s.bat.", "s.bat ", "s.bat::$DATA", "a\n.bat", "s.exe"}) {
+         {"a\"b.bat", "s.bat\\", "s.bat.", "s.bat ", "x.exe:s.bat", "a\n.bat", "s.exe"}) {
         EXPECT_THROW(batchCommandLine("c", script, {}), Base::TaskError) << script;
     }
     try {

@@ -107,7 +107,7 @@ TEST_P(FaultsOf, WhatOthersWroteIsReplacedOnlyWhenToldTo) {
     store.edit(2);
     expectRefusalOver(first + "\n<!-- of others -->\n");
     Base::saveOverChanges(store.file);
-    expectRefusalOver(first + "\n<!-- changed once more -->\n");
+    expectRefusalOver(first + "\n<!-- of others --> ");
     Base::saveOverChanges(store.file);
     store.save();
     EXPECT_FALSE(store.needsSaving());

@@ -328,6 +328,8 @@ class KymTest(SiteTest):
         if not ON_WINDOWS:
             refusals += [(["launch", "design", "report", "--work-directory", "Parts"], "is offered on Windows only"),
                          (["documentation", "a.html"], "Internet Explorer\\iexplore.exe was not found.")]
+            with open("/dev/full", "wb") as full:
+                self.assertEqual(self.start("kym", "departments", capture_output=False, stdout=full).returncode, 1)
         for status, cases in (1, refusals), (2, misuses):
             for arguments, message in cases:
                 with self.subTest(arguments=arguments):
