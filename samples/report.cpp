@@ -1,5 +1,6 @@
 // The sample site's stand-in for a CAD program: writes what it was started with into the file that the
-// variable SAMPLE_REPORT names. The file appears only when it is complete.
+// variable SAMPLE_REPORT names. The file appears only when it is complete. Each text is indented by four
+// places; behind a line break in it stand three and a "+", so that no text is taken for two or for a heading.
 
 #include <algorithm>
 #include <cstdlib>
@@ -22,17 +23,25 @@ std::string utf8Text(const std::filesystem::path& path) {
     return std::string(text.begin(), text.end());
 }
 
+void writeTexts(std::ostream& out, const std::vector<std::string>& texts) {
+    for (const std::string& text : texts) {
+        out << "    ";
+        for (const char c : text) {
+            out << c << (c == '\n' ? "   +" : "");
+        }
+        out << '\n';
+    }
+}
+
 void writeReport(const std::filesystem::path& file, const std::vector<std::string>& arguments,
                  const std::vector<std::string>& environment) {
     std::ofstream out(file, std::ios::binary);
     out << "Arguments:\n";
-    for (const std::string& argument : arguments) {
-        out << "    " << argument << '\n';
-    }
-    out << "\nWorking directory:\n    " << utf8Text(std::filesystem::current_path()) << "\n\nEnvironment:\n";
-    for (const std::string& variable : environment) {
-        out << "    " << variable << '\n';
-    }
+    writeTexts(out, arguments);
+    out << "\nWorking directory:\n";
+    writeTexts(out, {utf8Text(std::filesystem::current_path())});
+    out << "\nEnvironment:\n";
+    writeTexts(out, environment);
     if (!out.flush()) {
         throw std::runtime_error("The report " + utf8Text(file) + " cannot be written.");
     }
@@ -46,6 +55,7 @@ int main(int argc, char** argv, char** envp) {
         if (!name) {
             throw std::runtime_error("SAMPLE_REPORT is not set; it names the file to be written.");
         }
+        std::cout << "Writing the report." << std::endl;
         std::vector<std::string> environment;
         for (char** variable = envp; *variable; ++variable) {
             environment.emplace_back(*variable);

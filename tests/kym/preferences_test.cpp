@@ -300,10 +300,10 @@ TEST_F(AppTest, DocumentationOpensInTheBrowserOfThisSystem) {
     Base::FileManager::setPermissions(browser, 0775);
 #if defined(_WIN32)
     fs::copy_file(Support::childProgram(), browser, fs::copy_options::overwrite_existing);
-    setEnvVariable("KYM_TEST_REPORT", native(site.root() / "report"));
+    setEnvVariable("SAMPLE_REPORT", native(site.root() / "report"));
     const std::string document = "file:///C:/D\xC3\xB6k \"1\"/%20&a=b.html#x";
     app.showDocumentation(document);
-    EXPECT_EQ(Support::awaitReport(site.root() / "report").arguments, Strings{document});
+    EXPECT_EQ(Support::awaitReport(site.root() / "report")["Arguments:"], Strings{document});
 #else
     EXPECT_THROW(app.showDocumentation("a.html"), Base::TaskError);
 #endif

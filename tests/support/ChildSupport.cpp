@@ -16,22 +16,14 @@ namespace {
 ChildReport parse(const std::string& content) {
     ChildReport report;
     std::istringstream in(content);
-    for (std::string record; std::getline(in, record, '\0');) {
-        const std::string text = record.substr(1);
-        switch (record.front()) {
-            case 'a':
-                report.arguments.push_back(text);
-                break;
-            case 'w':
-                report.words.push_back(text);
-                break;
-            case 'd':
-                report.directory = text;
-                break;
-            default:
-                if (!text.starts_with("WINE") && !text.starts_with("System")) {
-                    report.environment.push_back(text);
-                }
+    std::vector<std::string>* texts = &report[""];
+    for (std::string line; std::getline(in, line);) {
+        if (line.starts_with("    ")) {
+            texts->push_back(line.substr(4));
+        } else if (line.starts_with("   +")) {
+            texts->back() += '\n' + line.substr(4);
+        } else {
+            texts = &report[line];
         }
     }
     return report;
