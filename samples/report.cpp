@@ -55,7 +55,6 @@ int main(int argc, char** argv, char** envp) {
         if (!name) {
             throw std::runtime_error("SAMPLE_REPORT is not set; it names the file to be written.");
         }
-        std::cout << "Writing the report." << std::endl;
         std::vector<std::string> environment;
         for (char** variable = envp; *variable; ++variable) {
             environment.emplace_back(*variable);
