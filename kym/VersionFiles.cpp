@@ -13,6 +13,7 @@
 #include <boost/filesystem/operations.hpp>
 
 #include "base/FileManager.h"
+#include "base/Gzip.h"
 #include "base/platform/FileSystem.h"
 #include "base/platform/Utf8Locale.h"
 
@@ -84,8 +85,10 @@ void extract(const boost::filesystem::path& file, const boost::filesystem::path&
             moveInto(entry, directory.native());
         }
         // On a full disk, libarchive 3.6 fails to fill a file up to its size and then leaves it open, so that
-        // it could not be removed on Windows. Without the size it closes the file.
-        if (archive_entry_filetype(entry) == AE_IFREG && !archive_entry_hardlink(entry)) {
+        // it could not be removed on Windows. Without the size it closes the file, but then it forgets a hole
+        // at the end of a sparse one.
+        if (archive_entry_filetype(entry) == AE_IFREG && !archive_entry_hardlink(entry) &&
+            archive_entry_sparse_count(entry) == 0) {
             archive_entry_unset_size(entry);
         }
         succeeded(handle, archive_read_extract(handle.get(), entry, kExtractFlags));
@@ -94,6 +97,9 @@ void extract(const boost::filesystem::path& file, const boost::filesystem::path&
         throw std::runtime_error("Data file " + Base::FileManager::native(file) + " is empty.");
     }
     archive_read_close(handle.get());
+    if (boost::filesystem::is_regular_file(file)) {  // what can be read once more
+        Base::checkGzip(file);
+    }
 }
 
 }  // namespace

@@ -220,7 +220,8 @@ void addPreferencesCommand(CLI::App& program) {
     };
     const auto addKey = [&](CLI::App* command) {
         command->add_option("KEY", request->key, "Names of dictionaries and of the value, joined by \"/\"")
-            ->required();
+            ->required()
+            ->check([](const std::string& key) { return key.empty() ? "a key is expected" : std::string(); });
         return command;
     };
     const auto addChange = [&](const char* name, const char* text, const std::string& example,

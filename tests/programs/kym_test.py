@@ -10,6 +10,7 @@ import re
 import shutil
 import subprocess
 import sys
+import tempfile
 import time
 import unittest
 import uuid
@@ -324,6 +325,7 @@ class KymTest(SiteTest):
         misuses = [
             (["show", "design"], "APPLICATION is required"), ([], "subcommand is required"),
             (["start"], 'no command "start". There are: departments, applications,'),
+            (["preferences", "set", "", "x"], "KEY: a key is expected"),
             (["preferences", "set", "a", "-x"], 'that begins with a minus stands behind a "--"')]
         if not ON_WINDOWS:
             refusals += [(["launch", "design", "report", "--work-directory", "Parts"], "is offered on Windows only"),
@@ -335,6 +337,19 @@ class KymTest(SiteTest):
                 with self.subTest(arguments=arguments):
                     self.refused(message, "kym", *arguments, status=status)
                     self.assertEqual(self.departments(), before)
+
+    def test_unpacks_files_with_holes(self):
+        archive = self.site / "kym" / "data" / "install" / "versionFiles.tar.gz"
+        content = archive.read_bytes()
+        with tempfile.TemporaryDirectory() as folder:
+            with open(f"{folder}/table", "wb") as table:
+                table.write(b"x" * 4096)
+                table.truncate(1 << 20)
+            subprocess.run(["tar", "-C", folder, "-cSzf", archive, "table"], check=True)
+        self.kym("create", "holes")
+        archive.write_bytes(content)
+        self.assertEqual((self.site / "ugsite" / "holes" / "nx4" / "table").stat().st_size, 1 << 20)
+        self.kym("delete", "holes", "--yes")
 
     def test_creates_prepares_renames_and_deletes_departments(self):
         before = self.departments()

@@ -16,7 +16,7 @@ LEVEL_OF = {stem: number for number, stems in enumerate(HIGHER_LEVELS, 1) for st
 
 # What may be included in angle brackets besides the C++ standard library.
 THIRD_PARTY = {
-    "base": r"boost/|pugixml\.hpp$",
+    "base": r"boost/|(pugixml\.hpp|zlib\.h)$",
     "kym": r"boost/|archive\.h$|archive_entry\.h$",
     "programs": r"boost/|CLI/",
     "samples": r"boost/|CLI/|archive\.h$|archive_entry\.h$",
