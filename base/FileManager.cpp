@@ -5,7 +5,6 @@
 #include <locale>
 #include <map>
 #include <mutex>
-#include <set>
 #include <vector>
 
 #include <boost/algorithm/string/case_conv.hpp>
@@ -30,20 +29,20 @@ constexpr std::string_view temporarySuffix = ".kymtmp";
     throw fs::filesystem_error(what, file, error);
 }
 
-// Files are read by several threads, and saved by one.
-struct DamagedFiles {
-    std::mutex mutex;
-    std::set<path> files;
+// What this process knows of a file.
+struct Knowledge {
+    bool damaged = false;  // it could not be understood when it was read, or not all of it
+    FileState written;     // what this process wrote last
 };
 
-DamagedFiles& damagedFiles() {
-    static DamagedFiles files;
-    return files;
-}
+// Files are read by several threads, and saved by one.
+struct KnownFiles {
+    std::mutex mutex;
+    std::map<path, Knowledge> files;
+};
 
-// What this process wrote last into each file.
-std::map<path, FileState>& ownFiles() {
-    static std::map<path, FileState> files;
+KnownFiles& known() {
+    static KnownFiles files;
     return files;
 }
 
@@ -124,6 +123,9 @@ struct Expected {
 
 // Whether the target holds what is not expected. What is not there cannot be lost.
 bool hasChanged(const path& target, const Expected& expected, error_code& error) {
+    if (!expected.loaded.isKnown()) {
+        return false;
+    }
     const FileContent content = Platform::readFile(target, error);
     if (Platform::meansMissing(error)) {
         error.clear();
@@ -133,15 +135,14 @@ bool hasChanged(const path& target, const Expected& expected, error_code& error)
         return false;
     }
     const FileState present = FileState::of(content.text());
-    const auto own = ownFiles().find(keyOf(expected.file));
-    return present != expected.loaded && (own == ownFiles().end() || present != own->second);
+    return present != expected.loaded && present != known().files[keyOf(expected.file)].written;
 }
 
 void replace(Platform::ReplacementFile& replacement, const path& target, const Expected* expected,
              error_code& error) {
     const Platform::ReplacementLock lock(
         target.parent_path() / (temporaryPrefix(target) + "lock" + std::string(temporarySuffix)), error);
-    if (!error && expected && expected->loaded.isKnown() && hasChanged(target, *expected, error)) {
+    if (!error && expected && hasChanged(target, *expected, error)) {
         throw FileChanged(expected->file);
     }
     if (!error) {
@@ -322,7 +323,7 @@ void replaceFile(const path& file, std::string_view content, FileState& state) {
     if (!absent && !fs::exists(status)) {
         fail("Cannot tell what stands in the place of the file", file, error);
     }
-    const path key = keyOf(file);
+    Knowledge& knowledge = known().files[keyOf(file)];
     if (fs::exists(status)) {
         if (fs::is_directory(status)) {
             fail("Cannot replace the file", file, make_error_code(errc::is_a_directory));
@@ -337,7 +338,7 @@ void replaceFile(const path& file, std::string_view content, FileState& state) {
         if (!Platform::isWritable(target)) {
             fail("Cannot replace a write-protected file", file, make_error_code(errc::permission_denied));
         }
-        if (damagedFiles().files.count(key) != 0) {
+        if (knowledge.damaged) {
             copyDamaged(file, target);
         }
     }
@@ -346,14 +347,20 @@ void replaceFile(const path& file, std::string_view content, FileState& state) {
     if (error) {
         fail("Cannot replace the file", file, error);
     }
-    damagedFiles().files.erase(key);
     state = FileState::of(content);
-    ownFiles()[key] = state;
+    knowledge = {false, state};
 }
 
 void replaceFile(const path& file, std::string_view content) {
     FileState nothingKnown;
     replaceFile(file, content, nothingKnown);
+}
+
+void requireUnchanged(const path& file, const FileState& state) {
+    error_code error;
+    if (hasChanged(linkTarget(Platform::reachablePath(file)), {file, state}, error)) {
+        throw FileChanged(file);
+    }
 }
 
 FileState stateOf(const path& file) {
@@ -363,7 +370,7 @@ FileState stateOf(const path& file) {
 }
 
 void noteOwn(const path& file) {
-    ownFiles()[keyOf(file)] = FileState::of(loadFile(file).text());
+    known().files[keyOf(file)].written = FileState::of(loadFile(file).text());
 }
 
 bool createDirectory(const path& directory) {
@@ -386,19 +393,19 @@ void rename(const path& file, const path& newFile) {
     if (error) {
         throw fs::filesystem_error("Cannot rename", file, newFile, error);
     }
-    // What is known of the files goes with them.
+    // What is known of the files goes with them, and replaces what was known of earlier ones at the new path.
     const path oldKey = keyOf(file), newKey = keyOf(newFile);
-    const std::lock_guard lock(damagedFiles().mutex);
-    std::set<path> damaged;
-    for (const path& key : damagedFiles().files) {
-        damaged.insert(renamedKey(key, oldKey, newKey));
+    const std::lock_guard lock(known().mutex);
+    std::map<path, Knowledge> files;
+    for (const auto& [key, knowledge] : known().files) {
+        path newPlace = renamedKey(key, oldKey, newKey);
+        if (newPlace == key) {
+            files.emplace(key, knowledge);
+        } else {
+            files[std::move(newPlace)] = knowledge;
+        }
     }
-    damagedFiles().files = std::move(damaged);
-    std::map<path, FileState> own;
-    for (const auto& [key, state] : ownFiles()) {
-        own[renamedKey(key, oldKey, newKey)] = state;
-    }
-    ownFiles() = std::move(own);
+    known().files = std::move(files);
 }
 
 void removeAll(const path& file, const path& first) {
@@ -419,8 +426,8 @@ void removeAll(const path& file, const path& first) {
 
 void noteDamaged(const path& file) {
     path key = keyOf(file);
-    const std::lock_guard lock(damagedFiles().mutex);
-    damagedFiles().files.insert(std::move(key));
+    const std::lock_guard lock(known().mutex);
+    known().files[std::move(key)].damaged = true;
 }
 
 std::string nativeText(std::string_view text) {

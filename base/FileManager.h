@@ -73,6 +73,9 @@ void replaceFile(const path& file, std::string_view content);
 /// other process that saves by this function gets between the comparison and the replacement.
 void replaceFile(const path& file, std::string_view content, FileState& state);
 
+/// `FileChanged` when a replacement in that state would throw it now.
+void requireUnchanged(const path& file, const FileState& state);
+
 /// What the file holds now; a state that is not known when it cannot be read.
 FileState stateOf(const path& file);
 

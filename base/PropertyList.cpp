@@ -1,7 +1,5 @@
 #include "base/PropertyList.h"
 
-#include <utility>
-
 #include <boost/filesystem/exception.hpp>
 #include <boost/smart_ptr/make_shared.hpp>
 
@@ -9,6 +7,7 @@
 #include "base/FileManager.h"
 #include "base/PropertyListFormat.h"
 #include "base/XmlFile.h"
+#include "base/platform/FileSystem.h"
 
 namespace Base {
 
@@ -22,7 +21,6 @@ using boost::filesystem::path;
 }
 
 boost::shared_ptr<boost::any> readRoot(const path& file, FileState& state) {
-    namespace errc = boost::system::errc;
     try {
         const XmlFile xml(file);
         state = xml.state();
@@ -30,7 +28,7 @@ boost::shared_ptr<boost::any> readRoot(const path& file, FileState& state) {
     } catch (const XmlFile::Error& error) {
         failToRead(file, error.line(), error.what());
     } catch (const boost::filesystem::filesystem_error& error) {
-        if (error.code() == errc::no_such_file_or_directory || error.code() == errc::not_a_directory) {
+        if (Platform::meansMissing(error.code())) {
             state = FileState::missing();
             return nullptr;
         }

@@ -1,5 +1,7 @@
 #include "kym/Configuration.h"
 
+#include <algorithm>
+#include <set>
 #include <stdexcept>
 #include <utility>
 
@@ -27,9 +29,13 @@ constexpr const char* kType = "Type";
 constexpr const char* kCommonDepartment = "Common Department";
 constexpr const char* kDoFileCleanup = "Do File Cleanup Key";
 constexpr const char* kCleanupDays = "Cleanup Days Key";
-[[maybe_unused]] constexpr const char* kEnvironmentSettings = "Environment Settings Key";  // reserved
+constexpr const char* kEnvironmentSettings = "Environment Settings Key";  // reserved
+
+const std::set<std::string> knownProperties = {kDescription,   kType,        kCommonDepartment,
+                                               kDoFileCleanup, kCleanupDays, kEnvironmentSettings};
 
 constexpr unsigned kDirectoryPermissions = 0775;
+constexpr unsigned kFilePermissions = 0664;
 
 path settingsFile(const path& versionDirectory) {
     return versionDirectory / "config" / "configSettings.dat";
@@ -57,7 +63,9 @@ class BadProperty : public boost::bad_any_cast {
   public:
     BadProperty(const path& file, const char* key, const std::string& reason)
         : mMessage(Base::Text::readableLines(Base::FileManager::native(file) + ": the property \"" + key +
-                                             "\" " + reason)) {}
+                                             "\" " + reason)) {
+        Base::FileManager::noteDamaged(file);
+    }
     BadProperty(const BadProperty&) = default;
     BadProperty& operator=(const BadProperty&) = default;
     ~BadProperty() override;
@@ -173,8 +181,13 @@ void Configuration::save() {
     if (!needsSaving()) {
         return;
     }
+    const bool savesSettings = isUpdated();
+    if (savesSettings && mSettings.needsSaving()) {
+        Base::FileManager::requireUnchanged(mSettings.mDataFile,
+                                            mSettings.mFileState);  // before the first file
+    }
     saveProperties();
-    if (isUpdated()) {
+    if (savesSettings) {
         mSettings.save();
     }
     mNeedsSaving = false;
@@ -198,6 +211,11 @@ void Configuration::loadProperties() {
     takeProperty(list, kCommonDepartment, newCommonDepartment);
     takeProperty(list, kDoFileCleanup, newDoFileCleanup);
     takeProperty(list, kCleanupDays, newCleanupDays);
+    const auto& properties = boost::any_cast<const Base::PropertyList::Dictionary&>(*list.list());
+    if (std::any_of(properties.begin(), properties.end(),
+                    [](const auto& property) { return !knownProperties.contains(property.first); })) {
+        Base::FileManager::noteDamaged(list.file());
+    }
     mPropertiesState = list.fileState();
     description = std::move(newDescription);
     type = std::move(newType);
@@ -245,6 +263,7 @@ void Configuration::createNXVersionDirectory() {
             Base::FileManager::setPermissions(present.parent_path(), kDirectoryPermissions);
         }
         Base::FileManager::copyFile(previous, present);
+        Base::FileManager::setPermissions(present, kFilePermissions);  // the previous ones may be closed
     }
     try {
         made.finish();
@@ -254,7 +273,7 @@ void Configuration::createNXVersionDirectory() {
         }
         throw;
     }
-    mSettings.mFileState = {};
+    mSettings.mFileState = Base::FileState::missing();
     if (!Base::FileManager::isMissing(previous)) {
         mSettings.load();
     }

@@ -264,15 +264,19 @@ void ConfigurationManager::renameConfiguration(int index, const std::string& new
 void ConfigurationManager::deleteConfiguration(int index) {
     const Configuration& deleted = *configuration(index);
     const boost::filesystem::path file = deleted.propertyFile();
-    const bool hadProperties = !Base::FileManager::isMissing(file);
-    const std::string properties = hadProperties ? Base::FileManager::readFile(file) : std::string();
+    std::optional<std::string> properties;
+    try {
+        properties = Base::FileManager::readFile(file);
+    } catch (const boost::filesystem::filesystem_error&) {
+        // Nothing to put back when it cannot be deleted.
+    }
     try {
         // Without its properties, what an interruption leaves is no department that somebody would start
         // from.
         Base::FileManager::removeAll(deleted.path(), file.filename());
     } catch (...) {
-        if (hadProperties && Base::FileManager::isMissing(file)) {
-            runAfterFailure([&] { Base::FileManager::replaceFile(file, properties); });
+        if (properties && Base::FileManager::isMissing(file)) {
+            runAfterFailure([&] { Base::FileManager::replaceFile(file, *properties); });
         }
         throw;
     }

@@ -35,16 +35,12 @@ bool isLeftByPrograms(const fs::path& file) {
     return extensions.contains(file.extension().native());
 }
 
-bool saysGone(const error_code& error) {
-    return error == boost::system::errc::no_such_file_or_directory;
-}
-
 /// The files of a directory that programs leave, in the order of their names; none when it is gone.
 std::vector<fs::path> filesLeftIn(const fs::path& directory) {
     std::vector<fs::path> files;
     error_code error;
     fs::directory_iterator entry(Base::Platform::reachablePath(directory), error);
-    if (error && !saysGone(error)) {
+    if (error && !Base::Platform::meansMissing(error)) {
         throw fs::filesystem_error("Cannot list the directory", directory, error);
     }
     for (; entry != fs::directory_iterator(); ++entry) {
@@ -61,7 +57,7 @@ std::vector<fs::path> filesLeftIn(const fs::path& directory) {
 Time lastWriteTime(const fs::path& file) {
     error_code error;
     const std::time_t written = fs::last_write_time(Base::Platform::reachablePath(file), error);
-    if (saysGone(error)) {
+    if (Base::Platform::meansMissing(error)) {
         return {};
     }
     if (error) {
@@ -104,7 +100,7 @@ void removeStaleFiles(std::uint32_t days, const std::function<void(const StaleFi
         logInfo("  Removing ", file.path, " which is ", file.age, " days old.");
         error_code error;
         const bool wasThere = fs::remove(Base::Platform::reachablePath(file.path), error);
-        if (error && !saysGone(error)) {
+        if (error && !Base::Platform::meansMissing(error)) {
             throw fs::filesystem_error("Cannot remove the file", file.path, error);
         }
         if (wasThere && removed) {

@@ -1,10 +1,8 @@
 #include "Layers.h"
 
-#include <iterator>
 #include <map>
 #include <stdexcept>
 
-#include <boost/filesystem/fstream.hpp>
 #include <boost/filesystem/operations.hpp>
 
 #include "base/Unarchiver.h"
@@ -30,24 +28,15 @@ fs::path fileInInstallation(const char* name) {
     return Kym::SystemInformation().installPath() / "config" / name;
 }
 
-std::string contentOf(const fs::path& file) {
-    fs::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
 /// Saves both files of a department, or none: when the settings cannot be written, the properties, which come
-/// first, get their old content back.
+/// first, become what they were.
 void saveWhole(Kym::Configuration& department) {
-    const fs::path file = department.propertyFile();
-    const std::string before = contentOf(file);
+    Kym::Configuration before(department.path(), false);
+    before.loadProperties();
     try {
         department.save();
     } catch (...) {
-        if (contentOf(file) != before) {
-            const fs::path old = fs::unique_path(file.string() + ".%%%%%%%%");
-            fs::ofstream(old, std::ios::binary) << before;
-            fs::rename(old, file);
-        }
+        before.saveProperties();
         throw;
     }
 }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <boost/algorithm/string/join.hpp>
+#include <boost/filesystem/fstream.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <boost/regex/pattern_except.hpp>
 
@@ -88,6 +89,9 @@ TEST_F(Departments, ReadTheirPropertiesWhollyOrNotAtAll) {
         EXPECT_EQ(read.description + ' ' + read.type + ' ' + std::to_string(read.doFileCleanup) + ' ' +
                       std::to_string(read.cleanupDays),
                   isRefused ? "None Production 1 2" : expected);
+        read.save();
+        EXPECT_EQ(fs::remove(read.propertyFile().string() + ".damaged"),
+                  isRefused || content.find("Unknown") != content.npos);
     }
     Configuration department(site.root() / "departments/cam", false);
     site.makeFile("departments/cam/.dirinfo.plist", "<plist>");
@@ -124,6 +128,14 @@ TEST_F(Departments, WriteTheirPropertiesAndNoSettingsBeforeTheyAreUpdated) {
     department.save();
     EXPECT_TRUE(exists(department.versionPath() / "config/configSettings.dat"));
     EXPECT_FALSE(department.needsSaving());
+
+    const std::string saved = readFile(department.propertyFile());
+    fs::ofstream(department.versionPath() / "config/configSettings.dat") << "of others";
+    department.description = "edited";
+    department.settings()->setNeedsSaving(true);
+    department.setNeedsSaving(true);
+    EXPECT_THROW(department.save(), Base::FileChanged);
+    EXPECT_EQ(readFile(department.propertyFile()), saved) << "it comes before the settings";
 }
 
 TEST_F(Departments, TakeWhatADamagedSettingsFileHoldsAndKeepACopyOfIt) {
@@ -187,6 +199,7 @@ TEST_F(Departments, StartAReleaseWithItsFilesAndTheirOldSettings) {
     previous.setDataFile(config / "configSettings.dat");
     previous.setOverlay(previous.getOverlay("base", "nx"));
     previous.save();
+    Base::FileManager::setPermissions(config / "configSettings.dat", 0444);
 
     const fs::path before = fs::current_path();
     department.createNXVersionDirectory();
@@ -197,10 +210,18 @@ TEST_F(Departments, StartAReleaseWithItsFilesAndTheirOldSettings) {
     EXPECT_TRUE(department.settings()->hasOverlay("base", "nx"));
     EXPECT_TRUE(Support::onWindows || fs::status(department.versionPath()).permissions() == 0775);
     EXPECT_TRUE(Configuration(department.path(), true).settings()->hasOverlay("base", "nx"));
+    department.settings()->setNeedsSaving(true);
+    EXPECT_NO_THROW(department.save()) << "those of the previous release are write-protected";
 
     EXPECT_EQ(messageOf([&] { department.createNXVersionDirectory(); }),
               "Directory " + native(department.versionPath()) + " already exists.");
     EXPECT_TRUE(exists(unpacked)) << "a version directory that was there is left alone";
+
+    makeVersionFiles(Support::tarGz({{"config/", "", 0755}, {"config/configSettings.dat", "shipped"}}));
+    Configuration other = makeDepartment("other");
+    other.createNXVersionDirectory();
+    other.settings()->setNeedsSaving(true);
+    EXPECT_THROW(other.save(), Base::FileChanged) << "it never read what the archive brought";
 }
 
 TEST_F(Departments, AreMadeInAPathOfAnyLength) {
@@ -368,13 +389,18 @@ TEST_F(Manager, ListsUpdatedDepartmentsByWholeType) {
 
 TEST_F(Manager, CreatesADepartmentPreparedForTheReleaseOrNone) {
     const std::string whole = Support::tarGz({{"lib/", "", 0555}, {"noise", Support::noise(100'000)}});
-    makeVersionFiles(whole.substr(0, whole.size() / 2));
+    std::string changed = whole;
+    changed[whole.size() / 2] ^= 1;
     makeDepartment("zebra");
     ConfigurationManager manager;
     const fs::path directory = site.departments() / "change_me";
-    EXPECT_NE(messageOf([&] { manager.createConfiguration(); }).find("truncated"), std::string::npos);
-    EXPECT_FALSE(exists(directory));
-    EXPECT_EQ(namesOf(manager), "zebra");
+    for (const auto& [archive, reason] : {std::pair(whole.substr(0, whole.size() / 2), "truncated"),
+                                          std::pair(changed, "incorrect data check")}) {
+        makeVersionFiles(archive);
+        EXPECT_NE(messageOf([&] { manager.createConfiguration(); }).find(reason), std::string::npos);
+        EXPECT_FALSE(exists(directory));
+        EXPECT_EQ(namesOf(manager), "zebra");
+    }
 
     makeVersionFiles(whole);
     manager.createConfiguration();
@@ -498,6 +524,8 @@ TEST_F(Manager, DeletesADepartmentWhollyOrKeepsItADepartment) {
         EXPECT_EQ(readFile(properties), before) << "what was not saved stays unsaved";
         EXPECT_NE(fs::last_write_time(properties), 1'000'000'000) << "it goes first, and comes back";
     }
+    fs::remove(properties);
+    fs::create_directory(properties);
     manager.deleteConfiguration(1);
     EXPECT_EQ(namesOf(manager), "a|c");
     EXPECT_FALSE(exists(site.departments() / "b"));
