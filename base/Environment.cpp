@@ -20,12 +20,16 @@ bool continuesName(char c) {
     return beginsName(c) || (c >= '0' && c <= '9');
 }
 
+bool isPathOfSomething(const std::string& value) {
+    const std::optional<FileManager::path> path = FileManager::pathOf(value);
+    return path && path->is_absolute() && FileManager::exists(*path);
+}
+
 }  // namespace
 
 ExpansionError::~ExpansionError() = default;
 
-Expander::Expander(Lookup lookup, StandsForItself standsForItself)
-    : mLookup(std::move(lookup)), mStandsForItself(std::move(standsForItself)) {}
+Expander::Expander(Lookup lookup, Lasts lasts) : mLookup(std::move(lookup)), mLasts(std::move(lasts)) {}
 Expander::~Expander() = default;
 
 void Expander::expand(std::string& text) {
@@ -45,13 +49,19 @@ void Expander::expandVariable(std::string_view name, std::string& value) {
         variable = mVariables.emplace(name, Known{State::untouched, 0, 0}).first;
     }
     Known& known = variable->second;
+    const bool isOlder = known.state == State::expanded;
     if (known.state == State::untouched) {
         known.state = State::open;
         known.begin = mResult.size();
         run({&*variable, value, 0});
     }
     if (known.state == State::expanded) {
-        value.assign(mResult, known.begin, known.end - known.begin);
+        const auto expansion = std::string_view(mResult).substr(known.begin, known.end - known.begin);
+        if (isOlder && mLasts && !mLasts(expansion)) {
+            Expander(mLookup).expandVariable(name, value);
+        } else {
+            value = expansion;
+        }
         known.state = State::literal;
     }
 }
@@ -121,24 +131,23 @@ void Expander::resolve(std::string_view name, std::string_view reference) {
     if (variable != mVariables.end() && variable->second.state == State::open) {
         throw ExpansionError("The variable " + std::string(name) + " refers to itself: " + chain(name));
     }
-    const std::optional<std::string_view> value = mLookup(name);
+    const std::optional<Value> value = mLookup(name);
     if (!value) {
         append(reference, mFrames.back().variable);
         return;
     }
     if (variable == mVariables.end()) {
-        const bool isFinished =
-            value->find('$') == std::string_view::npos || (mStandsForItself && mStandsForItself(*value));
+        const bool isFinished = value->standsForItself || value->text.find('$') == std::string_view::npos;
         const State state = isFinished ? State::literal : State::untouched;
         variable = mVariables.emplace(name, Known{state, 0, 0}).first;
     }
     if (variable->second.state == State::literal) {
-        append(*value, &*variable);
+        append(value->text, &*variable);
         return;
     }
     variable->second.state = State::open;
     variable->second.begin = mResult.size();
-    mFrames.push_back({&*variable, *value, 0});
+    mFrames.push_back({&*variable, value->text, 0});
 }
 
 void Expander::append(std::string_view text, const Variables::value_type* variable) {
@@ -196,24 +205,23 @@ std::vector<std::string> environmentStrings() {
 }
 
 std::string& expandEnvVariables(std::string& text, const VariableMap& variables) {
-    Expander([&](std::string_view name) -> std::optional<std::string_view> {
+    Expander([&](std::string_view name) -> std::optional<Expander::Value> {
         const auto found = variables.find(std::string(name));
-        return found == variables.end() ? std::nullopt : std::optional<std::string_view>(found->second);
+        return found == variables.end() ? std::nullopt : std::optional(Expander::Value{found->second});
     }).expand(text);
     return text;
 }
 
 std::string& expandEnvVariables(std::string& text) {
     std::deque<std::string> values;
-    const auto lookup = [&](std::string_view name) -> std::optional<std::string_view> {
+    Expander([&](std::string_view name) -> std::optional<Expander::Value> {
         std::optional<std::string> value = Platform::environmentValue(std::string(name));
-        return value ? std::optional<std::string_view>(values.emplace_back(std::move(*value))) : std::nullopt;
-    };
-    const auto isPathOfSomething = [](std::string_view value) {
-        const FileManager::path path{std::string(value)};
-        return path.is_absolute() && FileManager::exists(path);
-    };
-    Expander(lookup, isPathOfSomething).expand(text);
+        if (!value) {
+            return std::nullopt;
+        }
+        const std::string& kept = values.emplace_back(std::move(*value));
+        return Expander::Value{kept, kept.find('$') != std::string::npos && isPathOfSomething(kept)};
+    }).expand(text);
     return text;
 }
 

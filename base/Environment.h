@@ -54,18 +54,24 @@ std::string& expandEnvVariables(std::string& text);
 /// however many refer to it.
 ///
 /// A variable given to `expandVariable` is finished: what refers to it afterwards takes its value as the
-/// look-up then gives it, word for word, so that the results do not depend on what was expanded first. After
-/// an `ExpansionError` an expander is of no more use.
+/// look-up then gives it, word for word. After an `ExpansionError` an expander is of no more use.
 class Expander {
   public:
+    struct Value {
+        std::string_view text;
+        bool standsForItself = false;  ///< although there is a "$" in it
+    };
+
     /// The value of a variable, or nothing when it is not there. The text must stay as it is until the call
     /// that asked for it has returned.
-    using Lookup = std::function<std::optional<std::string_view>(std::string_view name)>;
+    using Lookup = std::function<std::optional<Value>(std::string_view name)>;
 
-    /// Whether a value stands for itself although there is a "$" in it.
-    using StandsForItself = std::function<bool(std::string_view value)>;
+    /// Whether the expansion of a variable that was made for another one still holds when `expandVariable` is
+    /// called for it. It does not where variables that were finished meanwhile have got other values than
+    /// their expansions.
+    using Lasts = std::function<bool(std::string_view expansion)>;
 
-    explicit Expander(Lookup lookup, StandsForItself standsForItself = {});
+    explicit Expander(Lookup lookup, Lasts lasts = {});
     ~Expander();
     Expander(const Expander&) = delete;
     Expander& operator=(const Expander&) = delete;
@@ -109,7 +115,7 @@ class Expander {
     std::string chain(std::string_view last) const;
 
     Lookup mLookup;
-    StandsForItself mStandsForItself;
+    Lasts mLasts;
     std::string mResult;     // all that was expanded, so that a variable met again is copied from there
     std::size_t mBegin = 0;  // where the text that is being expanded begins in the result
     std::pmr::monotonic_buffer_resource mMemory;

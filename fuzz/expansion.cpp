@@ -86,9 +86,10 @@ auto resultOf(const Call& call) -> std::optional<decltype(call())> {
 
 /// All variables expanded in that order; nothing when one of them cannot be.
 std::optional<VariableMap> expandAll(VariableMap variables, const std::vector<std::string>& order) {
-    Base::Environment::Expander expander([&](std::string_view name) -> std::optional<std::string_view> {
+    using Base::Environment::Expander;
+    Expander expander([&](std::string_view name) -> std::optional<Expander::Value> {
         const auto found = variables.find(std::string(name));
-        return found == variables.end() ? std::nullopt : std::optional<std::string_view>(found->second);
+        return found == variables.end() ? std::nullopt : std::optional(Expander::Value{found->second});
     });
     return resultOf<Base::Environment::ExpansionError>([&] {
         for (const std::string& name : order) {

@@ -203,11 +203,15 @@ std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
     }
 
     logInfo("Evaluating the completed environment");
-    const auto lookup = [&](std::string_view name) -> std::optional<std::string_view> {
+    using Base::Environment::Expander;
+    const auto lookup = [&](std::string_view name) -> std::optional<Expander::Value> {
         const Entry* const entry = variables.last(name);
-        return entry && isSet(*entry) ? std::optional(entry->value) : std::nullopt;
+        return entry && isSet(*entry) ? std::optional(Expander::Value{entry->value, !entry->mayRefer})
+                                      : std::nullopt;
     };
-    std::optional<Base::Environment::Expander> expander(std::in_place, lookup);
+    // The separators of finished values have been put right, which shows where they are not put right again.
+    const auto lasts = [](std::string_view expansion) { return !keepsSeparators(expansion); };
+    std::optional<Expander> expander(std::in_place, lookup, lasts);
     std::vector<std::map<std::string, std::string>::value_type*> pathLists;
     const bool verbose = verboseLogger().isOn();
     constexpr std::size_t sizeLimit = std::size_t{64} << 20U;
@@ -222,6 +226,7 @@ std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
         try {
             if (entry.mayRefer) {
                 expander->expandVariable(entry.name, value);
+                entry.mayRefer = false;
             }
             size += value.size();
             if (size > sizeLimit) {
@@ -233,7 +238,7 @@ std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
                 throwFailure(entry, error);
             }
             record->failed(entry.name, error.what());
-            expander.emplace(lookup);
+            expander.emplace(lookup, lasts);
         } catch (const std::exception& error) {
             throwFailure(entry, error);
         }

@@ -85,8 +85,12 @@ std::string collapseSeparators(std::string_view text) {
     return result.append(text, copied);
 }
 
+bool keepsSeparators(std::string_view value) {
+    return value.find("http:") != std::string_view::npos;
+}
+
 void normalizeSeparators(std::string& value) {
-    if (value.find('/') != std::string::npos && value.find("http:") == std::string::npos) {
+    if (value.find('/') != std::string::npos && !keepsSeparators(value)) {
         replaceSlashes(value);
     }
 }

@@ -14,7 +14,10 @@ namespace Kym {
 /// its first group. The "\\" that begins a network path follows none and stays.
 std::string collapseSeparators(std::string_view text);
 
-/// Puts every separator into the Windows form, except in a value that holds "http:".
+/// Whether separators stay as they are in a value: it holds "http:".
+bool keepsSeparators(std::string_view value);
+
+/// Puts every separator into the Windows form, except in a value that keeps its separators.
 void normalizeSeparators(std::string& value);
 
 /// Cleans a list of paths: doubled separators are collapsed, ":" between paths becomes ";" while drive
