@@ -1,12 +1,23 @@
 #include "kym/LaunchRecord.h"
 
 #include <algorithm>
+#include <numeric>
+#include <stdexcept>
 
 #include "base/Environment.h"
 #include "base/FileManager.h"
 #include "kym/LaunchText.h"
 
 namespace Kym {
+
+namespace {
+
+constexpr std::size_t sizeLimit = std::size_t{256} << 20U;
+
+// More parts than layers give a list are told as one; each of them is looked for in the whole list.
+constexpr std::size_t partLimit = 200;
+
+}  // namespace
 
 void LaunchRecord::beginLayer(const char* name) {
     mLayer = name;
@@ -27,7 +38,16 @@ LaunchRecord::History& LaunchRecord::historyOf(std::string_view name) {
     return added;
 }
 
-void LaunchRecord::addStep(History& history, Change change, std::string_view value) const {
+void LaunchRecord::checkSize(std::size_t added) {
+    mSize += added;
+    if (mSize > sizeLimit) {
+        throw std::runtime_error("The explanation of the environment grows beyond " +
+                                 std::to_string(sizeLimit) + " bytes.");
+    }
+}
+
+void LaunchRecord::addStep(History& history, Change change, std::string_view value) {
+    checkSize(value.size());
     const bool ofLayer = change <= Change::withoutEffect;
     history.explanation.steps.push_back(
         {change, ofLayer ? mLayer : "", ofLayer ? mFile : "", std::string(value)});
@@ -37,16 +57,31 @@ void LaunchRecord::merged(std::string_view name, std::size_t place, std::string_
                           const Inherited& inherited, bool counts) {
     History& history = historyOf(name);
     const std::size_t step = history.explanation.steps.size();
-    Parts& parts = history.partsOfEntries[place];
+    Merged& entry = history.entries[place];
+    const std::size_t earlierLength =
+        std::accumulate(entry.parts.begin(), entry.parts.end(), std::size_t{0},
+                        [](std::size_t length, const Part& part) { return length + part.length; });
     Parts changed;
+    const auto add = [&changed](const Part& part) {
+        if (!changed.empty() && changed.back().step == part.step) {
+            changed.back().length += part.length;
+        } else if (part.length != 0) {
+            changed.push_back(part);
+        }
+    };
     std::size_t copied = 0;
     for (const auto& [begin, end] : inherited) {
-        changed.push_back({begin - copied, step});
-        changed.insert(changed.end(), parts.begin(), parts.end());
+        add({begin - copied, step});
+        if (end - begin == earlierLength) {
+            std::for_each(entry.parts.begin(), entry.parts.end(), add);
+        } else {
+            add({end - begin, step});  // what an expression has made of the earlier value
+        }
         copied = end;
     }
-    changed.push_back({value.size() - copied, step});
-    parts = std::move(changed);
+    add({value.size() - copied, step});
+    checkSize(changed.size() * sizeof(Part));
+    entry = {std::move(changed), step};
 
     if (!counts) {
         addStep(history, Change::withoutEffect, value);
@@ -86,11 +121,16 @@ void LaunchRecord::dropped(std::string_view name, Change change) {
 /// the last step brought it all.
 LaunchRecord::Parts LaunchRecord::expandedParts(const History& history, const Environment& environment,
                                                 const std::string& expanded) const {
+    const Merged& merged = history.entries.at(history.entry);
+    const Parts whole = {{expanded.size(), merged.step}};
+    if (merged.parts.size() > partLimit) {
+        return whole;
+    }
     Parts parts;
     std::string together;
     try {
         std::size_t begin = 0;
-        for (const Part& part : history.partsOfEntries.at(history.entry)) {
+        for (const Part& part : merged.parts) {
             std::string text = history.merged.substr(begin, part.length);
             begin += part.length;
             Base::Environment::expandEnvVariables(text, environment);
@@ -101,10 +141,7 @@ LaunchRecord::Parts LaunchRecord::expandedParts(const History& history, const En
         together.clear();
     }
     normalizeSeparators(together);
-    if (together != expanded) {
-        parts = {{expanded.size(), history.partsOfEntries.at(history.entry).back().step}};
-    }
-    return parts;
+    return together == expanded ? parts : whole;
 }
 
 void LaunchRecord::tracePaths(const std::string& name, const Environment& environment) {

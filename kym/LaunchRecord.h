@@ -14,7 +14,8 @@
 namespace Kym {
 
 /// Takes down how the variables of an environment come about while it is built. Whoever builds one tells the
-/// record, if there is one, what was done; nothing is decided here.
+/// record, if there is one, what was done; nothing is decided here. `std::runtime_error` when that grows
+/// beyond all bounds.
 class LaunchRecord {
   public:
     using Change = VariableExplanation::Change;
@@ -53,10 +54,14 @@ class LaunchRecord {
         std::size_t length;
         std::size_t step;  // the one that brought it
     };
-    using Parts = std::vector<Part>;
+    using Parts = std::vector<Part>;  // none of them empty, and no two of one step side by side
+    struct Merged {
+        Parts parts;
+        std::size_t step = 0;  // the latest
+    };
     struct History {
         VariableExplanation explanation;
-        std::map<std::size_t, Parts> partsOfEntries;
+        std::map<std::size_t, Merged> entries;
         std::size_t entry = 0;  // the one that counts
         std::string merged;     // its value before it is evaluated
         std::string value;      // the present one
@@ -65,11 +70,13 @@ class LaunchRecord {
     Parts expandedParts(const History& history, const Environment& environment,
                         const std::string& expanded) const;
     History& historyOf(std::string_view name);
-    void addStep(History& history, Change change, std::string_view value) const;
+    void addStep(History& history, Change change, std::string_view value);
+    void checkSize(std::size_t added);
 
     std::map<std::string, History, std::less<>> mHistories;
     std::string mLayer;
     std::string mFile;
+    std::size_t mSize = 0;  // of all that was taken down, in bytes
 };
 
 }  // namespace Kym

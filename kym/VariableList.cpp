@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <boost/algorithm/string/replace.hpp>
+#include <boost/iterator/function_output_iterator.hpp>
 #include <boost/regex.hpp>
 
 #include "kym/CharacterClass.h"
@@ -18,6 +19,32 @@ namespace Kym {
 namespace {
 
 using Inherited = LaunchRecord::Inherited;
+
+/// How far a value may grow by what it takes over. Values that double from layer to layer must not use up the
+/// memory.
+class Growth {
+  public:
+    explicit Growth(const EnvironmentVariable& variable) : mVariable(variable) {}
+
+    void check(std::size_t size) const {
+        constexpr std::size_t limit = std::size_t{1} << 20U;
+        if (size > std::max(limit, mVariable.value.size())) {
+            throw std::runtime_error("The value of the variable " + mVariable.name +
+                                     " refers to itself and grows beyond " + std::to_string(limit) +
+                                     " bytes.");
+        }
+    }
+
+    void checkWork(std::size_t bytes) const {
+        if (bytes > std::size_t{1} << 30U) {
+            throw std::runtime_error("The value of the variable " + mVariable.name +
+                                     " refers to itself too often.");
+        }
+    }
+
+  private:
+    const EnvironmentVariable& mVariable;
+};
 
 /// Whether the text means itself as the replacement text of a substitution, once its backslashes are doubled.
 bool isPlainReplacement(std::string_view text) {
@@ -45,17 +72,27 @@ bool isPlainReplacement(std::string_view text) {
 /// The new value of a layered merge, by its definition: every $NAME and ${NAME} in the value is replaced by
 /// the current value. The name is part of a regular expression, and the current value, with its backslashes
 /// doubled, is the replacement text of the substitution, in which "$1", "$&" and "$$" have their usual
-/// meaning.
+/// meaning. Both may make a result, and work, of any size out of short texts.
 std::string substituteByExpression(const std::string& name, const std::string& value,
-                                   std::string_view current, Inherited* inherited) {
+                                   std::string_view current, const Growth& growth, Inherited* inherited) {
     const boost::regex ownName("\\$" + name + "|\\$\\{" + name + "\\}");
     const std::string replacement = boost::replace_all_copy(std::string(current), "\\", "\\\\");
     std::string result;
+    const auto append = [&](char c) {
+        growth.check(result.size() + 1);
+        result.push_back(c);
+    };
+    // The formatter copies the rest of the text for each "$" in it.
+    const auto verbs = static_cast<std::size_t>(std::count(replacement.begin(), replacement.end(), '$'));
+    const std::size_t workOfOne = replacement.size() * (1 + verbs);
+    std::size_t work = 0;
     auto copied = value.begin();
     for (boost::sregex_iterator match(value.begin(), value.end(), ownName), end; match != end; ++match) {
         result.append(copied, (*match)[0].first);
         const std::size_t begin = result.size();
-        result += match->format(replacement);
+        work += workOfOne;
+        growth.checkWork(work);
+        match->format(boost::make_function_output_iterator(append), replacement);
         if (inherited) {
             inherited->emplace_back(begin, result.size());
         }
@@ -80,7 +117,7 @@ std::size_t referenceLength(std::string_view text, std::size_t place, std::strin
 
 /// The same where name and current value mean themselves, without the cost of an expression.
 std::string substituteLiterally(std::string_view name, std::string_view text, std::string_view current,
-                                Inherited* inherited) {
+                                const Growth& growth, Inherited* inherited) {
     std::string result;
     result.reserve(text.size() + current.size());
     std::size_t copied = 0;
@@ -88,6 +125,7 @@ std::string substituteLiterally(std::string_view name, std::string_view text, st
         const std::size_t length = referenceLength(text, dollar, name);
         if (length != 0) {
             result.append(text, copied, dollar - copied);
+            growth.check(result.size() + current.size());
             result.append(current);
             if (inherited) {
                 inherited->emplace_back(result.size() - current.size(), result.size());
@@ -113,22 +151,6 @@ VariableList::Entry newEntry(const EnvironmentVariable& record, std::uint32_t tu
             true,
             true,
             false};
-}
-
-constexpr std::size_t sizeLimit = std::size_t{1} << 20U;
-
-void refuseBeyond(std::size_t limit, std::size_t size, const std::string& name) {
-    if (size > limit) {
-        throw std::runtime_error("The value of the variable " + name + " refers to itself and grows beyond " +
-                                 std::to_string(sizeLimit) + " bytes.");
-    }
-}
-
-/// Values that double from layer to layer must not use up the memory before their size is known.
-void checkGrowth(const EnvironmentVariable& variable, std::string_view current) {
-    const auto references =
-        static_cast<std::size_t>(std::count(variable.value.begin(), variable.value.end(), '$'));
-    refuseBeyond(64 * sizeLimit, variable.value.size() + references * current.size(), variable.name);
 }
 
 }  // namespace
@@ -259,7 +281,7 @@ void VariableList::mergeLayered(const EnvironmentVariable& variable, bool verbos
 
 /// Gives the entry the variable's value, with its references to itself replaced by the entry's earlier value.
 void VariableList::substitute(const EnvironmentVariable& variable, Entry& entry, Inherited* inherited) {
-    checkGrowth(variable, entry.value);
+    const Growth growth(variable);
     const bool literally = entry.plainName && isPlainReplacement(entry.value);
     const std::size_t reference = literally ? referenceLength(variable.value, 0, variable.name) : 0;
     if (reference != 0 && entry.ownText && variable.value.find('$', 1) == std::string::npos) {
@@ -269,8 +291,8 @@ void VariableList::substitute(const EnvironmentVariable& variable, Entry& entry,
         entry.ownText->append(variable.value, reference);  // mostly a setting adds to the end of a list
     } else {
         std::string text =
-            literally ? substituteLiterally(variable.name, variable.value, entry.value, inherited)
-                      : substituteByExpression(variable.name, variable.value, entry.value, inherited);
+            literally ? substituteLiterally(variable.name, variable.value, entry.value, growth, inherited)
+                      : substituteByExpression(variable.name, variable.value, entry.value, growth, inherited);
         if (!entry.ownText) {
             entry.ownText = &mTexts.emplace_back();
         }
@@ -278,7 +300,7 @@ void VariableList::substitute(const EnvironmentVariable& variable, Entry& entry,
     }
     entry.value = *entry.ownText;
     entry.mayRefer = true;
-    refuseBeyond(sizeLimit, entry.value.size(), variable.name);
+    growth.check(entry.value.size());
 }
 
 std::optional<std::string_view> VariableList::valueOf(std::string_view name) const {

@@ -1,3 +1,5 @@
+#include <stdexcept>
+
 #include <gtest/gtest.h>
 
 #include "kym/ConfigApplication.h"
@@ -44,6 +46,26 @@ TEST(Merge, KeepsPlaceNameAndTypeOfTheFirstOfAName) {
         merged.mergePlain({"C", "4"});
     });
     EXPECT_EQ(text(plain), "A=${A}x #later 2\nB=2 # 0\nA=3 # 0\nC=4 # 0\n");
+}
+
+TEST(Merge, RefusesShortTextsThatMakeALongOne) {
+    const auto times = [](std::size_t count, const std::string& text) {
+        std::string all;
+        for (; count > 0; --count) {
+            all += text;
+        }
+        return all;
+    };
+    const EnvironmentVariable cases[][2] = {{{"A|q", times(100'000, "c")}, {"A|q", times(100'000, "q")}},
+                                            {{"A|q", times(400'000, "$1")}, {"A|q", times(100'000, "q")}},
+                                            {{"X", times(40'000, "$`")}, {"X", times(40'000, "x") + "$X"}},
+                                            {{"X", times(40'000, "x")}, {"X", times(40'000, "$X")}}};
+    for (const auto& [first, second] : cases) {
+        Variables list = {first};
+        EXPECT_THROW(merge(list, second), std::runtime_error);
+    }
+    Variables list = {{"X", "x"}};
+    EXPECT_NO_THROW(merge(list, {"X", times(1'100'000, "x") + "$OTHER"})) << "it takes over nothing";
 }
 
 TEST(Merge, AddsCadLibrariesInFrontOfPath) {
