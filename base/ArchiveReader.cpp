@@ -48,10 +48,6 @@ std::string describe(pugi::xml_node node) {
     return std::string("an unknown element '") + node.name() + "'";
 }
 
-bool isBlank(const char* text) {
-    return Text::trimmed(text).empty();
-}
-
 }  // namespace
 
 ArchiveReader::ArchiveReader(const boost::filesystem::path& file) : mFile(file) {
@@ -137,7 +133,7 @@ CoderBase* ArchiveReader::coderOf(pugi::xml_node object) {
     if (type) {
         if (!mLastCoder || std::strcmp(mLastCoder->name().c_str(), type.value()) != 0) {
             mTypeName = type.value();
-            mLastCoder = known(CoderBase::find(mTypeName));
+            mLastCoder = notedIfUnknown(CoderBase::find(mTypeName));
         }
         return mLastCoder;
     }
@@ -146,10 +142,10 @@ CoderBase* ArchiveReader::coderOf(pugi::xml_node object) {
     if (!encoded || !Text::decodeBase64(encoded.value(), name)) {
         fail(object, keyOf(object), "damaged file: an object without a type");
     }
-    return known(CoderBase::find(name));
+    return notedIfUnknown(CoderBase::find(name));
 }
 
-CoderBase* ArchiveReader::known(CoderBase* coder) const {
+CoderBase* ArchiveReader::notedIfUnknown(CoderBase* coder) const {
     if (!coder) {
         FileManager::noteDamaged(mFile);
     }
@@ -191,7 +187,7 @@ std::vector<boost::any>* ArchiveReader::items() {
         return &frame.items->entries;
     }
     auto items = std::make_unique<Items>();
-    bool hasText = !isBlank(frame.node.value());
+    bool hasText = !Text::isBlank(frame.node.value());
     for (pugi::xml_node node = frame.node.first_child(); !XmlFile::isNone(node); node = node.next_sibling()) {
         const Kind kind = kindOf(node);
         if (kind == Kind::Object) {
@@ -204,7 +200,7 @@ std::vector<boost::any>* ArchiveReader::items() {
         } else if (node.type() == pugi::node_element) {
             FileManager::noteDamaged(mFile);
         } else {
-            hasText = hasText || !isBlank(node.value());
+            hasText = hasText || !Text::isBlank(node.value());
         }
     }
     if (hasText) {
@@ -264,10 +260,10 @@ const ArchiveReader::Members& ArchiveReader::listMembers(Frame& frame) {
         return *frame.members;
     }
     auto members = std::make_unique<Members>();
-    bool hasText = !isBlank(frame.node.value());
+    bool hasText = !Text::isBlank(frame.node.value());
     for (const pugi::xml_node node : frame.node.children()) {
         if (node.type() != pugi::node_element) {
-            hasText = hasText || !isBlank(node.value());
+            hasText = hasText || !Text::isBlank(node.value());
             continue;
         }
         checkAttributes(node);

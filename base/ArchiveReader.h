@@ -123,7 +123,7 @@ class ArchiveReader {
     std::string_view joinedText(pugi::xml_node node, const std::string& key);
     const Members& listMembers(Frame& frame);
     std::string_view unusualKey(pugi::xml_node node);
-    CoderBase* known(CoderBase* coder) const;
+    CoderBase* notedIfUnknown(CoderBase* coder) const;
     void noteSkippedMembers(const Frame& frame) const;
     void checkAttributes(pugi::xml_node node) const;
     [[noreturn]] void fail(int line, const std::string& key, const std::string& reason) const;

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-/// What the writers and readers of text files need to know about bytes. Internal to base/.
+/// What the writers and readers of text files need to know about bytes.
 namespace Base::Text {
 
 /// The offset of the first byte that an XML 1.0 file in UTF-8 cannot carry: malformed UTF-8, a control
@@ -35,6 +35,9 @@ std::string readableLines(std::string_view text);
 
 /// `text` without the XML white space at its ends.
 std::string_view trimmed(std::string_view text);
+inline bool isBlank(std::string_view text) {
+    return trimmed(text).empty();
+}
 
 /// Append the base64 form of `bytes`, in one line.
 void appendBase64(std::string& out, std::string_view bytes);

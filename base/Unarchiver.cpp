@@ -15,15 +15,8 @@ using Kind = ArchiveReader::Kind;
 
 std::string composeMessage(const std::string& file, int line, const std::string& key,
                            const std::string& reason) {
-    std::string message = file;
-    if (line > 0) {
-        message += ':' + std::to_string(line);
-    }
-    message += ": ";
-    if (!key.empty()) {
-        message += "key '" + key + "': ";
-    }
-    return message + reason;
+    return file + (line > 0 ? ':' + std::to_string(line) : "") + ": " +
+           (key.empty() ? "" : "key '" + key + "': ") + reason;
 }
 
 }  // namespace

@@ -80,7 +80,6 @@ class BASE_EXPORT Unarchiver {
     T* decodeObject(const std::string& key, T* target) {
         return static_cast<T*>(decodeObject(key, target, TypeInfo::of<T>()));
     }
-    void* decodeObject(const std::string& key, void* target, const TypeInfo& type);
 
     /// The item list of the collection that is current: one entry for each item, in order. Items of a type
     /// name that nobody registered are left out. The entries are empty; what an item holds stays in the
@@ -95,6 +94,8 @@ class BASE_EXPORT Unarchiver {
     ObjectContainer& currentContainer();
 
   private:
+    void* decodeObject(const std::string& key, void* target, const TypeInfo& type);
+
     std::unique_ptr<ArchiveReader> mReader;
 };
 

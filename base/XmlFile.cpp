@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <boost/algorithm/string/predicate.hpp>
+#include <boost/container/small_vector.hpp>
 
 #include "base/FileManager.h"
 #include "base/Text.h"
@@ -100,10 +101,6 @@ void checkText(std::string_view text) {
     }
 }
 
-bool isBlank(const char* text) {
-    return Text::trimmed(text).empty();
-}
-
 }  // namespace
 
 XmlFile::Error::~Error() = default;
@@ -155,23 +152,20 @@ int XmlFile::lineAt(std::ptrdiff_t offset) const {
 }
 
 bool XmlFile::repeatsAttribute(pugi::xml_node element) {
+    boost::container::small_vector<std::string_view, 16> names;
     for (pugi::xml_attribute one = element.first_attribute(); !isNone(one); one = one.next_attribute()) {
-        for (pugi::xml_attribute other = one.next_attribute(); !isNone(other);
-             other = other.next_attribute()) {
-            if (std::string_view(one.name()) == other.name()) {
-                return true;
-            }
-        }
+        names.emplace_back(one.name());
     }
-    return false;
+    std::sort(names.begin(), names.end());
+    return std::adjacent_find(names.begin(), names.end()) != names.end();
 }
 
 bool XmlFile::holdsOnlyElements(pugi::xml_node element) {
-    if (!isBlank(element.value())) {
+    if (!Text::isBlank(element.value())) {
         return false;
     }
     for (const pugi::xml_node child : element.children()) {
-        if (child.type() != pugi::node_element && !isBlank(child.value())) {
+        if (child.type() != pugi::node_element && !Text::isBlank(child.value())) {
             return false;
         }
     }

@@ -10,6 +10,12 @@
 
 namespace Kym {
 
+/// Keys that several kinds of settings have.
+inline const std::string commonVariablesKey = "Common Variables";
+inline const std::string unixVariablesKey = "Unix Variables";
+inline const std::string winVariablesKey = "Windows Variables";
+inline const std::string applicationListKey = "Application List";
+
 /// Writes a record or a list of records under the key, by the coder that is registered for its type.
 template <typename Object>
 void encodeMember(Base::Archiver& archiver, const std::string& key, Object& object) {

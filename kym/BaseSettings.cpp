@@ -12,14 +12,6 @@
 #include "kym/VariableList.h"
 
 namespace Kym {
-namespace {
-
-const std::string commonVariablesKey = "Common Variables";
-const std::string unixVariablesKey = "Unix Variables";
-const std::string winVariablesKey = "Windows Variables";
-const std::string applicationListKey = "Application List";
-
-}  // namespace
 
 BaseSettings::BaseSettings() : mDataFile(SystemInformation().installPath() / "config" / "baseSettings.dat") {
     load();

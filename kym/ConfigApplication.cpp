@@ -19,9 +19,6 @@ const std::string programKey = "Program";
 const std::string argumentsKey = "Arguments";
 const std::string addUgLibsToPathKey = "Add UG Libs To Path";
 const std::string disableCustomizationKey = "Disable Customization";
-const std::string commonVariablesKey = "Common Variables";
-const std::string unixVariablesKey = "Unix Variables";
-const std::string winVariablesKey = "Windows Variables";
 const std::string disableApplicationKey = "Disable Application";
 const std::string platformKey = "Platform";
 
@@ -168,17 +165,11 @@ bool ApplicationListSource::setValueForListColumnRow(const std::string& column, 
 }
 
 void ApplicationListSource::insertRow(int row) {
-    if (mList) {
-        insertDefaultRow(*mList, row);
-        mEdited = true;
-    }
+    insertDefaultRow(mList, row, mEdited);
 }
 
 void ApplicationListSource::deleteRows(const std::vector<int>& rows) {
-    if (mList) {
-        eraseRows(*mList, rows);
-        mEdited = true;
-    }
+    eraseRows(mList, rows, mEdited);
 }
 
 ConfigApplication& ApplicationListSource::application(int index) {

@@ -16,11 +16,7 @@ namespace Kym {
 namespace {
 
 constexpr const char* kWorkDirectoryList = "Work Directory List";
-constexpr const char* kCommonVariables = "Common Variables";
-constexpr const char* kUnixVariables = "Unix Variables";
-constexpr const char* kWindowsVariables = "Windows Variables";
 constexpr const char* kDisabledPlugins = "Disabled Plugins";
-constexpr const char* kApplicationList = "Application List";
 constexpr const char* kApplicationOverlayList = "Application Overlay List";
 
 template <typename Overlays>
@@ -45,11 +41,11 @@ void ConfigurationSettings::load() {
         Base::Unarchiver unarchiver(mDataFile);
         mFileState = unarchiver.fileState();
         replaceMember(unarchiver, kWorkDirectoryList, mWorkDirectories);
-        replaceMember(unarchiver, kCommonVariables, mCommonVariables);
-        replaceMember(unarchiver, kUnixVariables, mUnixVariables);
-        replaceMember(unarchiver, kWindowsVariables, mWinVariables);
+        replaceMember(unarchiver, commonVariablesKey, mCommonVariables);
+        replaceMember(unarchiver, unixVariablesKey, mUnixVariables);
+        replaceMember(unarchiver, winVariablesKey, mWinVariables);
         replaceMember(unarchiver, kDisabledPlugins, mDisabledPlugins);
-        replaceMember(unarchiver, kApplicationList, mApplications);
+        replaceMember(unarchiver, applicationListKey, mApplications);
         replaceMember(unarchiver, kApplicationOverlayList, mOverlays);
     } catch (const std::exception&) {
         // A department whose settings cannot be read or understood is still offered, with what could be read.
@@ -65,11 +61,11 @@ void ConfigurationSettings::save() {
     ApplicationMarks marks(mApplications);
     Base::Archiver archiver(mDataFile);
     encodeMember(archiver, kWorkDirectoryList, mWorkDirectories);
-    encodeMember(archiver, kCommonVariables, mCommonVariables);
-    encodeMember(archiver, kUnixVariables, mUnixVariables);
-    encodeMember(archiver, kWindowsVariables, mWinVariables);
+    encodeMember(archiver, commonVariablesKey, mCommonVariables);
+    encodeMember(archiver, unixVariablesKey, mUnixVariables);
+    encodeMember(archiver, winVariablesKey, mWinVariables);
     encodeMember(archiver, kDisabledPlugins, mDisabledPlugins);
-    encodeMember(archiver, kApplicationList, mApplications);
+    encodeMember(archiver, applicationListKey, mApplications);
     encodeMember(archiver, kApplicationOverlayList, mOverlays);
     archiver.finishEncoding(mFileState);
     marks.written();

@@ -89,17 +89,11 @@ bool EnvVariableListSource::setValueForListColumnRow(const std::string& column, 
 }
 
 void EnvVariableListSource::insertRow(int row) {
-    if (mList) {
-        insertDefaultRow(*mList, row);
-        mEdited = true;
-    }
+    insertDefaultRow(mList, row, mEdited);
 }
 
 void EnvVariableListSource::deleteRows(const std::vector<int>& rows) {
-    if (mList) {
-        eraseRows(*mList, rows);
-        mEdited = true;
-    }
+    eraseRows(mList, rows, mEdited);
 }
 
 bool EnvVariableListSource::valueIsValid(const std::string& column, int row) const {

@@ -341,17 +341,16 @@ fs::path Launcher::getAndCheckExecutable(const ConfigApplication& app, const Env
     std::string text = app.program;
     text = collapseSeparators(Base::Environment::expandEnvVariables(text, env));
     logVerbose("expanded executable string = ", text);
-    if (!Base::FileManager::existsAt(text)) {
-        const std::optional<fs::path> absent = Base::FileManager::pathOf(text);
-        fail("Program " + (absent ? native(*absent) : text) + " is not found.\n  Original string = " +
+    const std::optional<fs::path> program = Base::FileManager::pathOf(text);
+    if (!program || !Base::FileManager::exists(*program)) {
+        fail("Program " + (program ? native(*program) : text) + " is not found.\n  Original string = " +
              app.program + "\n  Maybe a environment variable is set wrong.");
     }
-    fs::path program(text);
     // A directory that can be entered counts as executable for the file system, but cannot be started.
-    if (Base::FileManager::isDirectory(program) || !Base::FileManager::isExecutable(program)) {
-        fail("Program " + native(program) + " is not executable.\n");
+    if (Base::FileManager::isDirectory(*program) || !Base::FileManager::isExecutable(*program)) {
+        fail("Program " + native(*program) + " is not executable.\n");
     }
-    return program;
+    return *program;
 }
 
 void Launcher::checkCadEnvironment(EnvironmentMap& env) const {

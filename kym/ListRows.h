@@ -33,30 +33,39 @@ inline bool isTrue(const std::string& cell) {
 }
 
 /// Inserts a default record before `row`; at the end when `row` is negative or the size of the list.
-/// `std::out_of_range` for a row beyond that.
+/// `std::out_of_range` for a row beyond that. Without a list, nothing happens.
 template <typename Record>
-void insertDefaultRow(std::vector<Record>& list, int row) {
-    const std::size_t position = row < 0 ? list.size() : static_cast<std::size_t>(row);
-    if (position > list.size()) {
+void insertDefaultRow(std::vector<Record>* list, int row, bool& edited) {
+    if (!list) {
+        return;
+    }
+    const std::size_t position = row < 0 ? list->size() : static_cast<std::size_t>(row);
+    if (position > list->size()) {
         throw std::out_of_range("a row cannot be inserted beyond the end of the list");
     }
-    list.insert(list.begin() + static_cast<std::ptrdiff_t>(position), Record());
+    list->insert(list->begin() + static_cast<std::ptrdiff_t>(position), Record());
+    edited = true;
 }
 
 /// Erases the rows from the highest index to the lowest; an index that occurs twice erases two records.
-/// `std::out_of_range`, and nothing erased, when one of these steps would meet no record.
+/// `std::out_of_range`, and nothing erased, when one of these steps would meet no record. Without a list,
+/// nothing happens.
 template <typename Record>
-void eraseRows(std::vector<Record>& list, std::vector<int> rows) {
+void eraseRows(std::vector<Record>* list, std::vector<int> rows, bool& edited) {
+    if (!list) {
+        return;
+    }
     std::sort(rows.begin(), rows.end());
-    std::size_t left = list.size();
+    std::size_t left = list->size();
     for (auto row = rows.rbegin(); row != rows.rend(); ++row, --left) {
         if (static_cast<std::size_t>(*row) >= left) {
             throw std::out_of_range("a row to be deleted is not in the list");
         }
     }
     for (auto row = rows.rbegin(); row != rows.rend(); ++row) {
-        list.erase(list.begin() + *row);
+        list->erase(list->begin() + *row);
     }
+    edited = true;
 }
 
 }  // namespace Kym

@@ -17,10 +17,6 @@ namespace Kym {
 namespace {
 
 constexpr const char* kPluginType = "Plugin Type";
-constexpr const char* kCommonVariables = "Common Variables";
-constexpr const char* kUnixVariables = "Unix Variables";
-constexpr const char* kWindowsVariables = "Windows Variables";
-constexpr const char* kApplicationList = "Application List";
 [[maybe_unused]] constexpr const char* kDisabledPlugins =
     "Disabled Plugins";  // reserved, not in a plugin's file
 
@@ -43,10 +39,10 @@ void PluginSettings::load() {
     Base::Unarchiver unarchiver(mDataFile);
     MemberReader members(unarchiver);
     members.readValue(kPluginType, pluginType);
-    members.readObject(kCommonVariables, mCommonVariables);
-    members.readObject(kUnixVariables, mUnixVariables);
-    members.readObject(kWindowsVariables, mWinVariables);
-    members.readObject(kApplicationList, mApplications);
+    members.readObject(commonVariablesKey, mCommonVariables);
+    members.readObject(unixVariablesKey, mUnixVariables);
+    members.readObject(winVariablesKey, mWinVariables);
+    members.readObject(applicationListKey, mApplications);
     members.take();
     mFileState = unarchiver.fileState();
 }
@@ -58,10 +54,10 @@ void PluginSettings::save() {
     ApplicationMarks marks(mApplications);
     Base::Archiver archiver(mDataFile);
     archiver.encode(kPluginType, pluginType);
-    encodeMember(archiver, kCommonVariables, mCommonVariables);
-    encodeMember(archiver, kUnixVariables, mUnixVariables);
-    encodeMember(archiver, kWindowsVariables, mWinVariables);
-    encodeMember(archiver, kApplicationList, mApplications);
+    encodeMember(archiver, commonVariablesKey, mCommonVariables);
+    encodeMember(archiver, unixVariablesKey, mUnixVariables);
+    encodeMember(archiver, winVariablesKey, mWinVariables);
+    encodeMember(archiver, applicationListKey, mApplications);
     archiver.finishEncoding(mFileState);
     marks.written();
     setVariablesEdited(false);

@@ -23,9 +23,9 @@ namespace Kym {
 namespace {
 
 const std::string useWindowsRegistryKey = "Use Windows Registry Key";
-const std::string commonVariablesKey = "Common Environment Variables Key";
-const std::string unixVariablesKey = "Unix Environment Variables Key";
-const std::string winVariablesKey = "Windows Environment Variables Key";
+const std::string commonEnvironmentKey = "Common Environment Variables Key";
+const std::string unixEnvironmentKey = "Unix Environment Variables Key";
+const std::string winEnvironmentKey = "Windows Environment Variables Key";
 const std::string unixExternalPluginsKey = "Unix External Plugins Location Key";
 const std::string winExternalPluginsKey = "Windows External Plugins Location Key";
 
@@ -81,9 +81,9 @@ void SiteSettings::load() {
         members.readObject(derived.key, this->*derived.member);
     }
     members.readValue(useWindowsRegistryKey, useWindowsRegistry);
-    members.readObject(commonVariablesKey, mCommonVariables);
-    members.readObject(unixVariablesKey, mUnixVariables);
-    members.readObject(winVariablesKey, mWinVariables);
+    members.readObject(commonEnvironmentKey, mCommonVariables);
+    members.readObject(unixEnvironmentKey, mUnixVariables);
+    members.readObject(winEnvironmentKey, mWinVariables);
     for (const Derived& derived : plotConfigurations) {
         members.readObject(derived.key, this->*derived.member);
     }
@@ -105,9 +105,9 @@ void SiteSettings::save() {
         encodeMember(archiver, derived.key, this->*derived.member);
     }
     archiver.encode(useWindowsRegistryKey, useWindowsRegistry);
-    encodeMember(archiver, commonVariablesKey, mCommonVariables);
-    encodeMember(archiver, unixVariablesKey, mUnixVariables);
-    encodeMember(archiver, winVariablesKey, mWinVariables);
+    encodeMember(archiver, commonEnvironmentKey, mCommonVariables);
+    encodeMember(archiver, unixEnvironmentKey, mUnixVariables);
+    encodeMember(archiver, winEnvironmentKey, mWinVariables);
     for (const Derived& derived : plotConfigurations) {
         encodeMember(archiver, derived.key, this->*derived.member);
     }

@@ -151,17 +151,15 @@ const path& SystemInfo::installPath() const {
 }
 
 const path& SystemInfo::applicationDataPath() const {
-    static bool computed = false;
-    static path data;
-    if (computed) {
-        return data;
+    static std::optional<path> data;
+    if (data) {
+        return *data;
     }
-    computed = true;  // also when there is no such folder: the system is asked once
     const std::optional<path> folder = Base::Platform::applicationDataFolder();
     if (!folder) {
+        data.emplace();  // the system is asked once
         throw std::runtime_error("ERROR: Problem getting user's application data folder.");
     }
-    computed = false;
     const path wanted = *folder / KymApplicationDataDirectoryName;
     if (!boost::filesystem::exists(wanted)) {
         boost::filesystem::create_directory(wanted);
@@ -169,9 +167,7 @@ const path& SystemInfo::applicationDataPath() const {
     } else if (!boost::filesystem::is_directory(wanted)) {
         throw std::runtime_error("The path " + native(wanted) + " is not a directory.\n");
     }
-    data = wanted;
-    computed = true;
-    return data;
+    return data.emplace(wanted);
 }
 
 const path& SystemInfo::localDepartmentsPath() const {

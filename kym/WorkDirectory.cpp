@@ -58,17 +58,11 @@ bool WorkDirectoryListSource::setValueForListColumnRow(const std::string& column
 }
 
 void WorkDirectoryListSource::insertRow(int row) {
-    if (mList) {
-        insertDefaultRow(*mList, row);
-        mEdited = true;
-    }
+    insertDefaultRow(mList, row, mEdited);
 }
 
 void WorkDirectoryListSource::deleteRows(const std::vector<int>& rows) {
-    if (mList) {
-        eraseRows(*mList, rows);
-        mEdited = true;
-    }
+    eraseRows(mList, rows, mEdited);
 }
 
 }  // namespace Kym

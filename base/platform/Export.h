@@ -1,7 +1,7 @@
 #pragma once
 
 // BASE_EXPORT marks what the library offers across its boundary; everything else stays inside it.
-// KYM_STATIC is defined where the objects are linked straight into a program (tests, benchmarks, fuzzers),
+// KYM_STATIC is defined where the objects are linked straight into a program (tests, fuzzers),
 // KYM_BUILDING_LIBRARY while the shared library itself is compiled.
 #if defined(_WIN32)
 #if defined(KYM_BUILDING_LIBRARY)

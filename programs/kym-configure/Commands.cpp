@@ -35,7 +35,7 @@ void finishEdit(const Layer& layer, bool dryRun) {
             ": somebody else has changed the file since this command read it. Nothing was "
             "saved. Run the command again.");
     }
-    std::cout << "Saved the layer " << layer.path << ".\n";
+    std::cout << "Saved the layer " << printable(layer.path) << ".\n";
 }
 
 int& exitStatus() {

@@ -1,6 +1,4 @@
-#include <algorithm>
 #include <map>
-#include <set>
 
 #include <boost/algorithm/string/case_conv.hpp>
 

@@ -1,6 +1,5 @@
 #include "SettingCommands.h"
 
-#include <algorithm>
 #include <iostream>
 #include <memory>
 #include <stdexcept>

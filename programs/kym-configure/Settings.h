@@ -25,5 +25,5 @@ struct Setting {
     std::function<std::string(const std::string&)> brokenRule = [](const std::string&) { return ""; };
 };
 
-/// The named settings of a layer; `types` are those that a department can have.
+/// The named settings of a layer.
 std::vector<Setting> settingsOf(const Layer& layer);

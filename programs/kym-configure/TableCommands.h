@@ -4,5 +4,5 @@ namespace CLI {
 class App;
 }
 
-/// Adds the commands that list and edit tables: tables, show, set, add, delete.
+/// Adds the commands that list and edit layers' tables: layers, tables, show, set, add, delete.
 void addTableCommands(CLI::App& program);

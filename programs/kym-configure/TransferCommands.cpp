@@ -46,10 +46,14 @@ void exportLayer(const Request& request) {
     if (!out) {
         throw std::runtime_error("The file " + nativeText(request.file) + " could not be written.");
     }
-    std::cout << "Wrote the layer " << layer.path << " into " << nativeText(request.file) << ".\n";
+    std::cout << "Wrote the layer " << printable(layer.path) << " into " << nativeText(request.file) << ".\n";
 }
 
 using boost::json::value;
+
+std::string shown(const value& json) {
+    return printable(boost::json::serialize(json));
+}
 
 /// Tells, for people, what is different under a place of a document.
 void tellChanges(const value& before, const value& after, const std::string& place) {
@@ -87,11 +91,11 @@ void tellChanges(const value& before, const value& after, const std::string& pla
     }
     std::cout << printable(place);
     if (before.is_null()) {
-        std::cout << " added: " << after << '\n';
+        std::cout << " added: " << shown(after) << '\n';
     } else if (after.is_null()) {
-        std::cout << " removed: " << before << '\n';
+        std::cout << " removed: " << shown(before) << '\n';
     } else {
-        std::cout << ' ' << before << " becomes " << after << '\n';
+        std::cout << ' ' << shown(before) << " becomes " << shown(after) << '\n';
     }
 }
 
@@ -125,7 +129,7 @@ void importLayer(const Request& request) {
     requireKnownNames(site, layer, names);
     const value after = boost::json::parse(layerToJson(layer).document());
     if (before == after) {
-        std::cout << "The layer " << layer.path << " is the same already.\n";
+        std::cout << "The layer " << printable(layer.path) << " is the same already.\n";
         return;
     }
     tellChanges(before, after, layer.path);

@@ -1,6 +1,5 @@
 #include "Export.h"
 
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
@@ -22,20 +21,13 @@ struct Request {
     std::string file;  // empty: standard output
 };
 
-std::string jsonText(const Environment& environment) {
-    Json result = Json::object();
-    for (const auto& [name, value] : environment) {
-        result.add(name, value);
-    }
-    return result.document();
-}
-
 void exportEnvironment(const Request& request) {
     Departments departments;
     const Environment environment = Launchable(departments, request.choice).plan().environment;
-    std::string text = request.format == "batch"        ? batchScript(environment)
-                       : request.format == "powershell" ? powerShellScript(environment)
-                                                        : jsonText(environment);
+    std::string text = request.format == "batch" ? batchScript(environment)
+                       : request.format == "powershell"
+                           ? powerShellScript(environment)
+                           : Json::object({environment.begin(), environment.end()}).document();
     if (request.file.empty()) {
         std::cout << text;
         return;

@@ -25,14 +25,6 @@ struct Request {
 
 using Environment = std::map<std::string, std::string>;
 
-Json asJson(const Environment& environment) {
-    Json result = Json::object();
-    for (const auto& [name, value] : environment) {
-        result.add(name, value);
-    }
-    return result;
-}
-
 void show(const Request& request) {
     Departments departments;
     const Kym::LaunchPlan plan = Launchable(departments, request.choice).plan();
@@ -43,7 +35,7 @@ void show(const Request& request) {
                           {"arguments", Json::array(plan.arguments)},
                           {"workingDirectory", plan.workingDirectory},
                           {"cleanupDays", plan.cleanupDays ? Json(std::uint64_t{*plan.cleanupDays}) : Json()},
-                          {"environment", asJson(plan.environment)}})
+                          {"environment", Json::object({plan.environment.begin(), plan.environment.end()})}})
                          .document();
         return;
     }
@@ -90,7 +82,7 @@ Json orNull(const std::string* text) {
 }
 
 void tell(const Outcome& outcome) {
-    std::cout << outcome.name;
+    std::cout << printable(outcome.name);
     if (!outcome.after) {
         std::cout << (outcome.before
                           ? " names nothing that exists and is not set: " + printable(*outcome.before)
