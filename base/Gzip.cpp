@@ -1,13 +1,12 @@
 #include "base/Gzip.h"
 
+#include <fstream>
 #include <memory>
 #include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
 #include <zlib.h>
-
-#include <boost/filesystem/fstream.hpp>
 
 #include "base/FileManager.h"
 
@@ -19,7 +18,10 @@ void checkGzip(const boost::filesystem::path& file) {
         throw std::bad_alloc();
     }
     const std::unique_ptr<z_stream, int (*)(z_stream*)> end(&stream, ::inflateEnd);
-    boost::filesystem::ifstream in(file, std::ios::binary);
+    std::ifstream in(file.c_str(), std::ios::binary);
+    if (!in) {
+        throw std::runtime_error(FileManager::native(file) + " cannot be read.");
+    }
     std::vector<Bytef> packed(1U << 16U), unpacked(1U << 16U);
     const auto more = [&] {
         if (stream.avail_in == 0) {

@@ -102,6 +102,7 @@ TEST(ProcessEnvironment, TakesAndGivesValues) {
         EXPECT_THROW(setEnvVariable(bad, "x"), Base::BaseException) << bad;
         EXPECT_EQ(getEnvVariable(bad), "") << bad;
     }
+    EXPECT_THROW(setEnvVariable(name, std::string("A\0B", 3)), Base::BaseException);
 }
 
 }  // namespace

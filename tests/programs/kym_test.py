@@ -295,6 +295,13 @@ class KymTest(SiteTest):
                     self.refused("The text at /environment/SAMPLE_ODD is not UTF-8", "kym", "show", "design", "report",
                                  "--json")
 
+        def test_says_what_could_not_be_written(self):
+            self.refused("/dev/full cannot be written", "kym", "export", "design", "report", "--format", "json",
+                         "--output", "/dev/full")
+            self.refused("/dev/full could not be written", "kym-configure", "export", "base", "/dev/full")
+            with open("/dev/full", "wb") as full:
+                self.assertEqual(self.start("kym", "departments", capture_output=False, stdout=full).returncode, 1)
+
     def test_the_nearest_layer_supplies_an_application_unless_one_is_named(self):
         for department, application, arguments in (
                 ("design", "viewer", ["-read-only"]), ("design", "Base KYM:viewer", []),
@@ -330,8 +337,6 @@ class KymTest(SiteTest):
         if not ON_WINDOWS:
             refusals += [(["launch", "design", "report", "--work-directory", "Parts"], "is offered on Windows only"),
                          (["documentation", "a.html"], "Internet Explorer\\iexplore.exe was not found.")]
-            with open("/dev/full", "wb") as full:
-                self.assertEqual(self.start("kym", "departments", capture_output=False, stdout=full).returncode, 1)
         for status, cases in (1, refusals), (2, misuses):
             for arguments, message in cases:
                 with self.subTest(arguments=arguments):
