@@ -49,7 +49,6 @@ void Expander::expandVariable(std::string_view name, std::string& value) {
         variable = mVariables.emplace(name, Known{State::untouched, 0, 0}).first;
     }
     Known& known = variable->second;
-    const bool isOlder = known.state == State::expanded;
     if (known.state == State::untouched) {
         known.state = State::open;
         known.begin = mResult.size();
@@ -57,13 +56,21 @@ void Expander::expandVariable(std::string_view name, std::string& value) {
     }
     if (known.state == State::expanded) {
         const auto expansion = std::string_view(mResult).substr(known.begin, known.end - known.begin);
-        if (isOlder && mLasts && !mLasts(expansion)) {
-            Expander(mLookup).expandVariable(name, value);
+        if (mMayBeStale && mLasts && !mLasts(expansion)) {
+            if (!mFresh) {
+                mFresh = std::make_unique<Expander>(mLookup);
+            }
+            mFresh->expandVariable(name, value);
         } else {
             value = expansion;
         }
         known.state = State::literal;
     }
+}
+
+void Expander::finishedOtherwise() {
+    mMayBeStale = true;
+    mFresh.reset();
 }
 
 void Expander::run(const Frame& outermost) {

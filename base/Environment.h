@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <functional>
 #include <map>
+#include <memory>
 #include <memory_resource>
 #include <optional>
 #include <string>
@@ -66,9 +67,8 @@ class Expander {
     /// that asked for it has returned.
     using Lookup = std::function<std::optional<Value>(std::string_view name)>;
 
-    /// Whether the expansion of a variable that was made for another one still holds when `expandVariable` is
-    /// called for it. It does not where variables that were finished meanwhile have got other values than
-    /// their expansions.
+    /// Whether an expansion holds although variables that it went through have been finished since, with
+    /// other values than their expansions.
     using Lasts = std::function<bool(std::string_view expansion)>;
 
     explicit Expander(Lookup lookup, Lasts lasts = {});
@@ -81,6 +81,10 @@ class Expander {
 
     /// Expands the value of a variable, in place.
     void expandVariable(std::string_view name, std::string& value);
+
+    /// A finished variable has got another value than its expansion. What goes through it is expanded once
+    /// more where it does not last.
+    void finishedOtherwise();
 
   private:
     enum class State {
@@ -116,6 +120,8 @@ class Expander {
 
     Lookup mLookup;
     Lasts mLasts;
+    bool mMayBeStale = false;
+    std::unique_ptr<Expander> mFresh;  // has expanded nothing since a variable was finished otherwise
     std::string mResult;     // all that was expanded, so that a variable met again is copied from there
     std::size_t mBegin = 0;  // where the text that is being expanded begins in the result
     std::pmr::monotonic_buffer_resource mMemory;

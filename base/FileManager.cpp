@@ -294,6 +294,10 @@ void setPermissions(const path& file, unsigned mode) {
     fs::permissions(Platform::reachablePath(file), static_cast<fs::perms>(mode & 07777U));
 }
 
+void makeWritable(const path& file) {
+    fs::permissions(Platform::reachablePath(file), fs::add_perms | fs::owner_write);
+}
+
 path workDirectory() {
     return fs::current_path();
 }
@@ -393,7 +397,7 @@ void rename(const path& file, const path& newFile) {
     if (error) {
         throw fs::filesystem_error("Cannot rename", file, newFile, error);
     }
-    // What is known of the files goes with them, and replaces what was known of earlier ones at the new path.
+    // What is known of the files goes with them.
     const path oldKey = keyOf(file), newKey = keyOf(newFile);
     const std::lock_guard lock(known().mutex);
     std::map<path, Knowledge> files;

@@ -50,6 +50,9 @@ bool hasExecutableExtension(std::string_view name, std::string_view extensions);
 /// `boost::filesystem::filesystem_error` on failure.
 void setPermissions(const path& file, unsigned mode);
 
+/// Lets the owner write an existing file. `boost::filesystem::filesystem_error` on failure.
+void makeWritable(const path& file);
+
 /// The current working directory of this process.
 path workDirectory();
 void changeWorkDirectory(const path& directory);

@@ -29,6 +29,7 @@ FileState FileState::of(std::string_view content) {
     FileState state;
     state.mKind = Kind::Content;
     state.mSize = content.size();
+    static_assert(sizeof(std::size_t) == sizeof state.mSum);
     state.mSum = std::hash<std::string_view>()(content);
     return state;
 }

@@ -34,7 +34,7 @@ void checkGzip(const boost::filesystem::path& file) {
     if (!more() || packed[0] != 0x1F || packed[1] != 0x8B) {
         return;
     }
-    // A file may have several members. What follows the last one is no part of it.
+    // A file may have several members. What begins otherwise is no part of it.
     while (more() && *stream.next_in == 0x1F) {
         int result = Z_OK;
         while (result == Z_OK && more()) {

@@ -1,6 +1,7 @@
 #include "kym/Configuration.h"
 
 #include <algorithm>
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <utility>
@@ -11,6 +12,7 @@
 #include "base/NewDirectory.h"
 #include "base/PropertyList.h"
 #include "base/Text.h"
+#include "kym/AfterFailure.h"
 #include "kym/LeafName.h"
 #include "kym/Loggers.h"
 #include "kym/SystemInfo.h"
@@ -29,13 +31,12 @@ constexpr const char* kType = "Type";
 constexpr const char* kCommonDepartment = "Common Department";
 constexpr const char* kDoFileCleanup = "Do File Cleanup Key";
 constexpr const char* kCleanupDays = "Cleanup Days Key";
-constexpr const char* kEnvironmentSettings = "Environment Settings Key";  // reserved
+[[maybe_unused]] constexpr const char* kEnvironmentSettings = "Environment Settings Key";  // reserved
 
-const std::set<std::string> knownProperties = {kDescription,   kType,        kCommonDepartment,
-                                               kDoFileCleanup, kCleanupDays, kEnvironmentSettings};
+const std::set<std::string> knownProperties = {kDescription, kType, kCommonDepartment, kDoFileCleanup,
+                                               kCleanupDays};
 
 constexpr unsigned kDirectoryPermissions = 0775;
-constexpr unsigned kFilePermissions = 0664;
 
 path settingsFile(const path& versionDirectory) {
     return versionDirectory / "config" / "configSettings.dat";
@@ -186,9 +187,21 @@ void Configuration::save() {
         Base::FileManager::requireUnchanged(mSettings.mDataFile,
                                             mSettings.mFileState);  // before the first file
     }
+    const boost::filesystem::path file = propertyFile();
+    std::optional<std::string> before;
+    if (savesSettings && !Base::FileManager::isMissing(file)) {
+        before = Base::FileManager::readFile(file);
+    }
     saveProperties();
     if (savesSettings) {
-        mSettings.save();
+        try {
+            mSettings.save();
+        } catch (...) {
+            if (before && mPropertiesState != Base::FileState::of(*before)) {
+                runAfterFailure([&] { Base::FileManager::replaceFile(file, *before, mPropertiesState); });
+            }
+            throw;
+        }
     }
     mNeedsSaving = false;
 }
@@ -262,8 +275,11 @@ void Configuration::createNXVersionDirectory() {
         if (Base::FileManager::createDirectory(present.parent_path())) {
             Base::FileManager::setPermissions(present.parent_path(), kDirectoryPermissions);
         }
+        if (Base::FileManager::exists(present)) {
+            Base::FileManager::makeWritable(present);
+        }
         Base::FileManager::copyFile(previous, present);
-        Base::FileManager::setPermissions(present, kFilePermissions);  // the previous ones may be closed
+        Base::FileManager::makeWritable(present);  // also when the previous ones are closed
     }
     try {
         made.finish();

@@ -12,6 +12,7 @@
 #include "base/FileManager.h"
 #include "base/ParallelLoop.h"
 #include "base/SmartAssert.h"
+#include "kym/AfterFailure.h"
 #include "kym/CharacterClass.h"
 #include "kym/DepartmentName.h"
 #include "kym/DirectoryScan.h"
@@ -53,15 +54,6 @@ void makeNewDirectory(const boost::filesystem::path& directory) {
     const std::string message = alreadyExists(directory);
     logInfo("Error: ", message);
     throw std::runtime_error(message);
-}
-
-template <typename Action>
-void runAfterFailure(const Action& action) {
-    try {
-        action();
-    } catch (const std::exception& error) {
-        logInfo("Error: ", error.what());  // the failure itself is what the caller is told
-    }
 }
 
 template <typename Configurations>
@@ -265,10 +257,8 @@ void ConfigurationManager::deleteConfiguration(int index) {
     const Configuration& deleted = *configuration(index);
     const boost::filesystem::path file = deleted.propertyFile();
     std::optional<std::string> properties;
-    try {
+    if (!Base::FileManager::isMissing(file) && !Base::FileManager::isDirectory(file)) {
         properties = Base::FileManager::readFile(file);
-    } catch (const boost::filesystem::filesystem_error&) {
-        // Nothing to put back when it cannot be deleted.
     }
     try {
         // Without its properties, what an interruption leaves is no department that somebody would start

@@ -209,7 +209,7 @@ std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
         return entry && isSet(*entry) ? std::optional(Expander::Value{entry->value, !entry->mayRefer})
                                       : std::nullopt;
     };
-    // The separators of finished values have been put right, which shows where they are not put right again.
+    // The separators of finished values are put right, which shows where they are not put right once more.
     const auto lasts = [](std::string_view expansion) { return !keepsSeparators(expansion); };
     std::optional<Expander> expander(std::in_place, lookup, lasts);
     std::vector<std::map<std::string, std::string>::value_type*> pathLists;
@@ -245,7 +245,9 @@ std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
         if (record) {
             record->evaluated(entry.name, LaunchRecord::Change::expanded, value);
         }
-        normalizeSeparators(value);
+        if (normalizeSeparators(value)) {
+            expander->finishedOtherwise();
+        }
         if (record) {
             record->evaluated(entry.name, LaunchRecord::Change::separators, value);
         }

@@ -14,8 +14,8 @@ namespace {
 
 constexpr std::size_t sizeLimit = std::size_t{256} << 20U;
 
-// More parts than layers give a list are told as one; each of them is looked for in the whole list.
-constexpr std::size_t partLimit = 200;
+// Each part is looked for in the whole list. Where that would take too long, they are told as one.
+constexpr std::size_t workLimit = sizeLimit;
 
 }  // namespace
 
@@ -123,7 +123,7 @@ LaunchRecord::Parts LaunchRecord::expandedParts(const History& history, const En
                                                 const std::string& expanded) const {
     const Merged& merged = history.entries.at(history.entry);
     const Parts whole = {{expanded.size(), merged.step}};
-    if (merged.parts.size() > partLimit) {
+    if (merged.parts.size() * expanded.size() > workLimit) {
         return whole;
     }
     Parts parts;

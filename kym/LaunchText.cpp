@@ -89,10 +89,12 @@ bool keepsSeparators(std::string_view value) {
     return value.find("http:") != std::string_view::npos;
 }
 
-void normalizeSeparators(std::string& value) {
-    if (value.find('/') != std::string::npos && !keepsSeparators(value)) {
+bool normalizeSeparators(std::string& value) {
+    const bool changes = value.find('/') != std::string::npos && !keepsSeparators(value);
+    if (changes) {
         replaceSlashes(value);
     }
+    return changes;
 }
 
 std::string separatedPaths(std::string_view value) {

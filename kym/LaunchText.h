@@ -17,8 +17,9 @@ std::string collapseSeparators(std::string_view text);
 /// Whether separators stay as they are in a value: it holds "http:".
 bool keepsSeparators(std::string_view value);
 
-/// Puts every separator into the Windows form, except in a value that keeps its separators.
-void normalizeSeparators(std::string& value);
+/// Puts every separator into the Windows form, except in a value that keeps its separators. False when that
+/// changes nothing.
+bool normalizeSeparators(std::string& value);
 
 /// Cleans a list of paths: doubled separators are collapsed, ":" between paths becomes ";" while drive
 /// letters keep theirs, quotes go, empty and repeated paths are dropped (the first stays; comparison is

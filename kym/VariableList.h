@@ -50,7 +50,7 @@ class VariableList {
     /// The layered merge: replaces value and comment of the variable of that name, or appends the variable. A
     /// reference to the variable's own name in the new value stands for the earlier value. A name that makes
     /// no valid regular expression throws `boost::regex_error`; a value that refers to itself and grows
-    /// beyond 1 MiB throws `std::runtime_error`.
+    /// beyond 1 MiB, or does so too often to be done in a second, throws `std::runtime_error`.
     void mergeLayered(const EnvironmentVariable& variable);
     void mergeLayered(const std::vector<EnvironmentVariable>& variables);
 

@@ -28,19 +28,6 @@ fs::path fileInInstallation(const char* name) {
     return Kym::SystemInformation().installPath() / "config" / name;
 }
 
-/// Saves both files of a department, or none: when the settings cannot be written, the properties, which come
-/// first, become what they were.
-void saveWhole(Kym::Configuration& department) {
-    Kym::Configuration before(department.path(), false);
-    before.loadProperties();
-    try {
-        department.save();
-    } catch (...) {
-        before.saveProperties();
-        throw;
-    }
-}
-
 Layer layerOf(Kym::PluginSettings& plugin) {
     Layer result;
     result.path = pluginPrefix + plugin.name();
@@ -68,7 +55,7 @@ Layer layerOf(Kym::Configuration& department) {
         if (department.isUpdated()) {
             makeFolderOf(file);
         }
-        saveWhole(department);
+        department.save();
     };
     return result;
 }

@@ -189,7 +189,7 @@ TEST_F(LauncherTest, ExplainsWhereEveryValueComesFrom) {
     // What takes over all of itself again and again, nothing first and then a text.
     fill(config.settings()->commonVariables(), Variables(40, {"EMPTY", "$EMPTY$EMPTY"}));
     fill(config.settings()->commonVariables(), {{"LONG_PATH", "a"}});
-    fill(config.settings()->commonVariables(), Variables(18, {"LONG_PATH", "$LONG_PATH$LONG_PATH"}));
+    fill(config.settings()->commonVariables(), Variables(18, {"LONG_PATH", "$LONG_PATH;$LONG_PATH"}));
 
     const char* const changes[] = {"set",      "extended",   "replaced", "removed", "ineffective", "bad-name",
                                    "expanded", "separators", "cleaned",  "failed",  "superseded"};
@@ -216,7 +216,7 @@ TEST_F(LauncherTest, ExplainsWhereEveryValueComesFrom) {
               "configuration:replaced(config) :separators() ");
     EXPECT_EQ(told["ROOTED_PATH"], "base:set(config) application:extended(cam) C:\\a\\b<application ");
     EXPECT_THAT(told["CROSSED_PATH"], HasSubstr("E:\\m<application F:\\n<application "));
-    EXPECT_THAT(told["LONG_PATH"], HasSubstr("aaa<configuration "));
+    EXPECT_THAT(told["LONG_PATH"], HasSubstr("a<configuration "));
     EXPECT_EQ(told["A-B"], "configuration:set(config) :bad-name() ");
     EXPECT_THAT(told["UGII_HTML_BROWSER"], HasSubstr("base:ineffective(config) "));
     EXPECT_EQ(told["MIXED_PATH"], "process:set() :superseded() ");

@@ -345,16 +345,15 @@ class KymTest(SiteTest):
 
     def test_unpacks_files_with_holes(self):
         archive = self.site / "kym" / "data" / "install" / "versionFiles.tar.gz"
-        content = archive.read_bytes()
+        self.addCleanup(archive.write_bytes, archive.read_bytes())
         with tempfile.TemporaryDirectory() as folder:
             with open(f"{folder}/table", "wb") as table:
                 table.write(b"x" * 4096)
                 table.truncate(1 << 20)
             subprocess.run(["tar", "-C", folder, "-cSzf", archive, "table"], check=True)
         self.kym("create", "holes")
-        archive.write_bytes(content)
+        self.addCleanup(self.kym, "delete", "holes", "--yes")
         self.assertEqual((self.site / "ugsite" / "holes" / "nx4" / "table").stat().st_size, 1 << 20)
-        self.kym("delete", "holes", "--yes")
 
     def test_creates_prepares_renames_and_deletes_departments(self):
         before = self.departments()
