@@ -122,7 +122,7 @@ void LaunchRecord::dropped(std::string_view name, Change change) {
 LaunchRecord::Parts LaunchRecord::expandedParts(const History& history, const Environment& environment,
                                                 const std::string& expanded) const {
     const Merged& merged = history.entries.at(history.entry);
-    const Parts whole = {{expanded.size(), merged.step}};
+    Parts whole = {{expanded.size(), merged.step}};
     if (merged.parts.size() * expanded.size() > workLimit) {
         return whole;
     }
