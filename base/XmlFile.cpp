@@ -4,9 +4,9 @@
 #include <charconv>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include <boost/algorithm/string/predicate.hpp>
-#include <boost/container/small_vector.hpp>
 
 #include "base/FileManager.h"
 #include "base/Text.h"
@@ -101,6 +101,16 @@ void checkText(std::string_view text) {
     }
 }
 
+// Comparing each with each would take minutes where a damaged file has a hundred thousand of them.
+bool repeatsOneOfMany(pugi::xml_node element) {
+    std::vector<std::string_view> names;
+    for (const pugi::xml_attribute attribute : element.attributes()) {
+        names.emplace_back(attribute.name());
+    }
+    std::sort(names.begin(), names.end());
+    return std::adjacent_find(names.begin(), names.end()) != names.end();
+}
+
 }  // namespace
 
 XmlFile::Error::~Error() = default;
@@ -152,12 +162,20 @@ int XmlFile::lineAt(std::ptrdiff_t offset) const {
 }
 
 bool XmlFile::repeatsAttribute(pugi::xml_node element) {
-    boost::container::small_vector<std::string_view, 16> names;
+    constexpr int few = 8;
+    int count = 0;
     for (pugi::xml_attribute one = element.first_attribute(); !isNone(one); one = one.next_attribute()) {
-        names.emplace_back(one.name());
+        if (++count > few) {
+            return repeatsOneOfMany(element);
+        }
+        for (pugi::xml_attribute other = one.next_attribute(); !isNone(other);
+             other = other.next_attribute()) {
+            if (std::string_view(one.name()) == other.name()) {
+                return true;
+            }
+        }
     }
-    std::sort(names.begin(), names.end());
-    return std::adjacent_find(names.begin(), names.end()) != names.end();
+    return false;
 }
 
 bool XmlFile::holdsOnlyElements(pugi::xml_node element) {
