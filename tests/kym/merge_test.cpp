@@ -61,9 +61,9 @@ TEST(Merge, RefusesShortTextsThatMakeALongOne) {
                                             {{"A|q", times(400'000, "$1")}, {"A|q", times(100'000, "q")}},
                                             {{"X", times(40'000, "$`")}, {"X", times(40'000, "x") + "$X"}},
                                             {{"X", times(40'000, "x")}, {"X", times(40'000, "$X")}}};
-    for (const auto& [first, second] : cases) {
-        Variables list = {first};
-        EXPECT_THAT([&] { merge(list, second); },
+    for (const auto& variables : cases) {
+        Variables list = {variables[0]};
+        EXPECT_THAT([&] { merge(list, variables[1]); },
                     testing::ThrowsMessage<std::runtime_error>(testing::HasSubstr(" refers to itself ")));
     }
     Variables list = {{"X", "x"}};
