@@ -42,6 +42,44 @@ namespace {
     throw std::runtime_error(Base::Text::readableLines(message));
 }
 
+/// The directory that the program starts in. When its text cannot be expanded, it stays as it is and
+/// `failure` tells why; without a place for that, the error is thrown.
+std::string startDirectory(const WorkDirectory* workDir, const Launcher::EnvironmentMap& env,
+                           std::string* failure) {
+    std::string directory = workDir ? workDir->path : "${USERPROFILE}";
+    try {
+        Base::Environment::expandEnvVariables(directory, env);
+    } catch (const Base::Environment::ExpansionError& error) {
+        if (!failure) {
+            throw;
+        }
+        *failure = error.what();
+    }
+    return directory;
+}
+
+/// The names of the variables that Windows takes for that of `name`, whose letters differ in case only.
+std::vector<std::string> otherSpellings(const std::string& name, const Launcher::EnvironmentMap& env) {
+    std::vector<std::string> spellings;
+    for (const auto& [other, value] : env) {
+        if (other != name && other.size() == name.size() &&
+            boost::iequals(other, name, std::locale::classic())) {
+            spellings.push_back(other);
+        }
+    }
+    return spellings;
+}
+
+/// Takes variables out of the environment and tells `record`, unless that is null, why.
+void drop(const std::vector<std::string>& names, LaunchRecord::Change reason, Launcher::EnvironmentMap& env,
+          LaunchRecord* record) {
+    for (const std::string& name : names) {
+        if (env.erase(name) != 0 && record) {
+            record->dropped(name, reason);
+        }
+    }
+}
+
 }  // namespace
 
 /// Whose environment is being assembled.
@@ -174,31 +212,11 @@ std::vector<VariableExplanation> Launcher::explain(const Configuration& config,
 std::string Launcher::finish(const std::vector<std::string>& superseded, const WorkDirectory* workDir,
                              EnvironmentMap& env, LaunchRecord* record) const {
     const std::string defaultsName = "UGII_LOCAL_USER_DEFAULTS";
-    std::string directory = workDir ? workDir->path : "${USERPROFILE}";
     std::string failure;
-    try {
-        Base::Environment::expandEnvVariables(directory, env);
-    } catch (const Base::Environment::ExpansionError& error) {
-        if (!record) {
-            throw;
-        }
-        failure = error.what();
-    }
-    std::vector<std::string> unseen = superseded;
-    if (env.erase("") != 0 && record) {  // no program gets a variable without a name
-        record->dropped("", LaunchRecord::Change::invalidName);
-    }
-    for (const auto& [name, value] : env) {
-        if (name != defaultsName && name.size() == defaultsName.size() &&
-            boost::iequals(name, defaultsName, std::locale::classic())) {
-            unseen.push_back(name);
-        }
-    }
-    for (const std::string& name : unseen) {
-        if (env.erase(name) != 0 && record) {
-            record->dropped(name, LaunchRecord::Change::superseded);
-        }
-    }
+    const std::string directory = startDirectory(workDir, env, record ? &failure : nullptr);
+    drop({""}, LaunchRecord::Change::invalidName, env, record);  // no program gets a variable without a name
+    drop(superseded, LaunchRecord::Change::superseded, env, record);
+    drop(otherSpellings(defaultsName, env), LaunchRecord::Change::superseded, env, record);
     env[defaultsName] = directory + "\\nx90_user.dpv";
     if (record) {
         record->beginLayer("launcher");
@@ -211,16 +229,6 @@ std::string Launcher::finish(const std::vector<std::string>& superseded, const W
 }
 
 void Launcher::launch(const LaunchPlan& plan) const {
-    if (plan.cleanupDays) {
-        removeStaleFiles(*plan.cleanupDays);
-    }
-    if (LoggerStream line{infoLogger()}) {
-        line << "Starting application " << native(plan.executable) << std::endl << "  with arguments: ";
-        for (const std::string& argument : plan.arguments) {
-            line << argument << ' ';
-        }
-        line << std::endl;
-    }
     Base::Task task;
     task.setArguments(plan.arguments);
     task.setLaunchPath(plan.executable);
@@ -230,6 +238,16 @@ void Launcher::launch(const LaunchPlan& plan) const {
             fail("The working directory " + plan.workingDirectory + " is no path: it is not UTF-8.");
         }
         task.setCurrentDirectoryPath(*directory);
+    }
+    if (plan.cleanupDays) {
+        removeStaleFiles(*plan.cleanupDays);
+    }
+    if (LoggerStream line{infoLogger()}) {
+        line << "Starting application " << native(plan.executable) << std::endl << "  with arguments: ";
+        for (const std::string& argument : plan.arguments) {
+            line << argument << ' ';
+        }
+        line << std::endl;
     }
     task.setEnvironment(plan.environment);
     task.launch();

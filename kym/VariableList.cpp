@@ -140,17 +140,17 @@ std::string substituteLiterally(std::string_view name, std::string_view text, st
 
 VariableList::Entry newEntry(const EnvironmentVariable& record, std::uint32_t turn) {
     const Characters characters = charactersOf(record.name);
-    return {record.name,
-            record.value,
-            nullptr,
-            &record.comment,
-            record.type,
-            turn,
-            characters.onlyWords && !record.name.empty(),
-            characters.anySmall,
-            true,
-            true,
-            false};
+    return {.name = record.name,
+            .value = record.value,
+            .ownText = nullptr,
+            .comment = &record.comment,
+            .type = record.type,
+            .turn = turn,
+            .plainName = characters.onlyWords && !record.name.empty(),
+            .smallLetters = characters.anySmall,
+            .mayRefer = true,
+            .changed = true,
+            .overruled = false};
 }
 
 }  // namespace

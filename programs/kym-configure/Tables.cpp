@@ -22,9 +22,10 @@ std::shared_ptr<Base::DataSourceInterface> owned(Base::DataSourceInterface* sour
     return {std::shared_ptr<void>(), source};
 }
 
-class Names : public Base::DataSourceInterface {
+/// Rows whose cells are texts.
+class TextRows : public Base::DataSourceInterface {
   public:
-    explicit Names(std::vector<std::vector<std::string>> rows, std::vector<std::string> columns)
+    TextRows(std::vector<std::vector<std::string>> rows, std::vector<std::string> columns)
         : mRows(std::move(rows)), mColumns(std::move(columns)) {}
     int numberOfRowsInList() const override { return static_cast<int>(mRows.size()); }
     boost::any valueForListColumnRow(const std::string& column, int row) const override {
@@ -46,7 +47,7 @@ Table departmentList(Site& site) {
     }
     Table result{"departments",
                  columns,
-                 std::make_shared<Names>(std::move(rows), columns),
+                 std::make_shared<TextRows>(std::move(rows), columns),
                  {},
                  "Departments come, go and get ready with kym create, kym delete and kym prepare."};
     result.rowLayers = site.departments();
@@ -63,7 +64,7 @@ Table pluginList(Site& site) {
     }
     Table result{"plugins",
                  columns,
-                 std::make_shared<Names>(std::move(rows), columns),
+                 std::make_shared<TextRows>(std::move(rows), columns),
                  {},
                  "Plugins are directories: those in the folder plugins of the installation, and those in the "
                  "folder that the setting site/winExternalPluginsLocation names."};
