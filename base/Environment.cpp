@@ -29,8 +29,7 @@ bool isPathOfSomething(const std::string& value) {
 
 ExpansionError::~ExpansionError() = default;
 
-Expander::Expander(Lookup lookup, Lasts lasts) : mLookup(std::move(lookup)), mLasts(std::move(lasts)) {}
-Expander::~Expander() = default;
+Expander::Expander(Lookup lookup) : mLookup(std::move(lookup)) {}
 
 void Expander::expand(std::string& text) {
     if (text.find('$') == std::string::npos) {
@@ -40,9 +39,9 @@ void Expander::expand(std::string& text) {
     text.assign(mResult, mBegin);
 }
 
-void Expander::expandVariable(std::string_view name, std::string& value) {
-    if (value.find('$') == std::string::npos) {
-        return;
+std::string_view Expander::expandVariable(std::string_view name, std::string_view value) {
+    if (value.find('$') == std::string_view::npos) {
+        return value;
     }
     auto variable = mVariables.find(name);
     if (variable == mVariables.end()) {
@@ -54,23 +53,11 @@ void Expander::expandVariable(std::string_view name, std::string& value) {
         known.begin = mResult.size();
         run({&*variable, value, 0});
     }
-    if (known.state == State::expanded) {
-        const auto expansion = std::string_view(mResult).substr(known.begin, known.end - known.begin);
-        if (mMayBeStale && mLasts && !mLasts(expansion)) {
-            if (!mFresh) {
-                mFresh = std::make_unique<Expander>(mLookup);
-            }
-            mFresh->expandVariable(name, value);
-        } else {
-            value = expansion;
-        }
-        known.state = State::literal;
+    if (known.state != State::expanded) {
+        return value;
     }
-}
-
-void Expander::finishedOtherwise() {
-    mMayBeStale = true;
-    mFresh.reset();
+    known.state = State::literal;
+    return std::string_view(mResult).substr(known.begin, known.end - known.begin);
 }
 
 void Expander::run(const Frame& outermost) {

@@ -67,24 +67,18 @@ class Expander {
     /// that asked for it has returned.
     using Lookup = std::function<std::optional<Value>(std::string_view name)>;
 
-    /// Whether an expansion holds although variables that it went through have been finished since, with
-    /// other values than their expansions.
-    using Lasts = std::function<bool(std::string_view expansion)>;
-
-    explicit Expander(Lookup lookup, Lasts lasts = {});
-    ~Expander();
+    explicit Expander(Lookup lookup);
     Expander(const Expander&) = delete;
     Expander& operator=(const Expander&) = delete;
 
     /// Expands a text, in place.
     void expand(std::string& text);
 
-    /// Expands the value of a variable, in place.
-    void expandVariable(std::string_view name, std::string& value);
+    /// The expansion of a variable's value. It stays until the next call, and as long as the value does.
+    std::string_view expandVariable(std::string_view name, std::string_view value);
 
-    /// A finished variable has got another value than its expansion. What goes through it is expanded once
-    /// more where it does not last.
-    void finishedOtherwise();
+    /// Whether an expansion has gone through the variable.
+    bool hasMet(std::string_view name) const { return mVariables.contains(name); }
 
   private:
     enum class State {
@@ -119,9 +113,6 @@ class Expander {
     std::string chain(std::string_view last) const;
 
     Lookup mLookup;
-    Lasts mLasts;
-    bool mMayBeStale = false;
-    std::unique_ptr<Expander> mFresh;  // has expanded nothing since a variable was finished otherwise
     std::string mResult;     // all that was expanded, so that a variable met again is copied from there
     std::size_t mBegin = 0;  // where the text that is being expanded begins in the result
     std::pmr::monotonic_buffer_resource mMemory;

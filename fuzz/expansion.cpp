@@ -93,7 +93,8 @@ std::optional<VariableMap> expandAll(VariableMap variables, const std::vector<st
     });
     return resultOf<Base::Environment::ExpansionError>([&] {
         for (const std::string& name : order) {
-            expander.expandVariable(name, variables.at(name));
+            std::string& value = variables.at(name);
+            value = expander.expandVariable(name, value);
         }
         return variables;
     });

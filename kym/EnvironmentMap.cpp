@@ -209,25 +209,37 @@ std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
         return entry && isSet(*entry) ? std::optional(Expander::Value{entry->value, !entry->mayRefer})
                                       : std::nullopt;
     };
-    // The separators of finished values are put right, which shows where they are not put right once more.
-    const auto lasts = [](std::string_view expansion) { return !keepsSeparators(expansion); };
-    std::optional<Expander> expander(std::in_place, lookup, lasts);
+    std::optional<Expander> expander(std::in_place, lookup);
+    // What the expander has gone through before the separators of a finished value were put right shows in
+    // values whose own separators stay. Those are expanded by one that has met only what has not changed
+    // since.
+    std::optional<Expander> fresh;
+    bool anyPutRight = false;
     std::vector<std::map<std::string, std::string>::value_type*> pathLists;
     const bool verbose = verboseLogger().isOn();
     constexpr std::size_t sizeLimit = std::size_t{64} << 20U;
     std::size_t size = 0;
     for (Entry* const next : order) {
         Entry& entry = *next;
-        std::string value = entry.ownText ? std::move(*entry.ownText) : std::string(entry.value);
         if (verbose) {
             LoggerStream(verboseLogger())
-                << "  Expanding variable " << entry.name << "=" << value << std::endl;
+                << "  Expanding variable " << entry.name << "=" << entry.value << std::endl;
         }
+        std::string value;
         try {
-            if (entry.mayRefer) {
-                expander->expandVariable(entry.name, value);
-                entry.mayRefer = false;
+            if (entry.mayRefer && entry.value.find('$') != std::string_view::npos) {
+                std::string_view expansion = expander->expandVariable(entry.name, entry.value);
+                if (anyPutRight && keepsSeparators(expansion)) {
+                    if (!fresh) {
+                        fresh.emplace(lookup);
+                    }
+                    expansion = fresh->expandVariable(entry.name, entry.value);
+                }
+                value = expansion;
+            } else {
+                value = entry.ownText ? std::move(*entry.ownText) : entry.value;
             }
+            entry.mayRefer = false;
             size += value.size();
             if (size > sizeLimit) {
                 throw std::runtime_error("The environment grows beyond " + std::to_string(sizeLimit) +
@@ -238,7 +250,9 @@ std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
                 throwFailure(entry, error);
             }
             record->failed(entry.name, error.what());
-            expander.emplace(lookup, lasts);
+            value = entry.value;
+            expander.emplace(lookup);
+            fresh.reset();
         } catch (const std::exception& error) {
             throwFailure(entry, error);
         }
@@ -246,7 +260,10 @@ std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
             record->evaluated(entry.name, LaunchRecord::Change::expanded, value);
         }
         if (normalizeSeparators(value)) {
-            expander->finishedOtherwise();
+            anyPutRight = true;
+            if (fresh && fresh->hasMet(entry.name)) {
+                fresh.reset();
+            }
         }
         if (record) {
             record->evaluated(entry.name, LaunchRecord::Change::separators, value);
