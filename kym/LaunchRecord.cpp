@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t sizeLimit = std::size_t{256} << 20U;
 
-// Each part is looked for in the whole list. Where that would take too long, they are told as one.
+// Each part is looked for in the whole list. Where that would take too long, all parts are told as one.
 constexpr std::size_t workLimit = sizeLimit;
 
 }  // namespace
@@ -38,16 +38,17 @@ LaunchRecord::History& LaunchRecord::historyOf(std::string_view name) {
     return added;
 }
 
-void LaunchRecord::checkSize(std::size_t added) {
+void LaunchRecord::checkSize(const History& history, std::size_t added) {
     mSize += added;
     if (mSize > sizeLimit) {
         throw std::runtime_error("The explanation of the environment grows beyond " +
-                                 std::to_string(sizeLimit) + " bytes.");
+                                 std::to_string(sizeLimit) + " bytes at the variable " +
+                                 history.explanation.name + ".");
     }
 }
 
 void LaunchRecord::addStep(History& history, Change change, std::string_view value) {
-    checkSize(value.size());
+    checkSize(history, value.size());
     const bool ofLayer = change <= Change::withoutEffect;
     history.explanation.steps.push_back(
         {change, ofLayer ? mLayer : "", ofLayer ? mFile : "", std::string(value)});
@@ -80,7 +81,7 @@ void LaunchRecord::merged(std::string_view name, std::size_t place, std::string_
         copied = end;
     }
     add({value.size() - copied, step});
-    checkSize(changed.size() * sizeof(Part));
+    checkSize(history, changed.size() * sizeof(Part));
     entry = {std::move(changed), step};
 
     if (!counts) {
@@ -120,10 +121,11 @@ void LaunchRecord::dropped(std::string_view name, Change change) {
 /// Each part is expanded on its own. Where that does not give the value, a reference crosses two of them, and
 /// the last step brought it all.
 LaunchRecord::Parts LaunchRecord::expandedParts(const History& history, const Environment& environment,
-                                                const std::string& expanded) const {
+                                                const std::string& expanded) {
     const Merged& merged = history.entries.at(history.entry);
     Parts whole = {{expanded.size(), merged.step}};
-    if (merged.parts.size() * expanded.size() > workLimit) {
+    mWork += merged.parts.size() * expanded.size();
+    if (mWork > workLimit) {
         return whole;
     }
     Parts parts;
@@ -136,6 +138,9 @@ LaunchRecord::Parts LaunchRecord::expandedParts(const History& history, const En
             Base::Environment::expandEnvVariables(text, environment);
             parts.push_back({text.size(), part.step});
             together += text;
+            if (together.size() > expanded.size()) {
+                return whole;
+            }
         }
     } catch (const Base::Environment::ExpansionError&) {
         together.clear();

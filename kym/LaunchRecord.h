@@ -67,16 +67,16 @@ class LaunchRecord {
         std::string value;      // the present one
     };
 
-    Parts expandedParts(const History& history, const Environment& environment,
-                        const std::string& expanded) const;
+    Parts expandedParts(const History& history, const Environment& environment, const std::string& expanded);
     History& historyOf(std::string_view name);
     void addStep(History& history, Change change, std::string_view value);
-    void checkSize(std::size_t added);
+    void checkSize(const History& history, std::size_t added);
 
     std::map<std::string, History, std::less<>> mHistories;
     std::string mLayer;
     std::string mFile;
     std::size_t mSize = 0;  // of all that was taken down, in bytes
+    std::size_t mWork = 0;  // for the parts of lists, in bytes that are looked through
 };
 
 }  // namespace Kym

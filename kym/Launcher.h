@@ -49,7 +49,8 @@ class KYM_EXPORT Launcher {
                     const ConfigApplication& app, const WorkDirectory* workDir) const;
 
     /// How the variables that such a plan hands over come to their values, and what became of those that it
-    /// does not; by name. The executable may be missing. Errors as of `buildEnvVarMap`; changes nothing.
+    /// does not; by name. The executable may be missing. Errors as of `buildEnvVarMap`, and
+    /// `std::runtime_error` when there is more than 256 MiB to tell; changes nothing.
     std::vector<VariableExplanation> explain(const Configuration& config, const Configuration* commonConfig,
                                              const ConfigApplication& app,
                                              const WorkDirectory* workDir) const;

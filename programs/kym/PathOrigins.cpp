@@ -64,6 +64,9 @@ std::vector<Stretch> stretchesOf(const std::string& merged, const std::string& e
             text.append(merged, copied, reference.begin - copied);
             const std::size_t begin = text.size();
             text += evaluatedValue(*found, *step);
+            if (text.size() > evaluated.size()) {  // such as a value that grew too large to be expanded
+                return {};
+            }
             stretches.push_back({begin, text.size(), &*found});
             copied = reference.end;
         }

@@ -4,7 +4,10 @@
 #include <gtest/gtest.h>
 
 #include "kym/ConfigApplication.h"
+#include "kym/EnvironmentMap.h"
 #include "kym/VariableList.h"
+
+#include "tests/support/SystemSupport.h"
 
 using Kym::EnvironmentVariable;
 
@@ -68,6 +71,31 @@ TEST(Merge, RefusesShortTextsThatMakeALongOne) {
     }
     Variables list = {{"X", "x"}};
     EXPECT_NO_THROW(merge(list, {"X", times(1'100'000, "x") + "$OTHER"})) << "it takes over nothing";
+
+    const EnvironmentVariable start[] = {
+        {"X", times(1'000'000, "x")}, {"X_PATH", "$X"}, {"X_PATH", "${X_PATH}Y"}};
+    const EnvironmentVariable doubled("X_PATH",
+                                      "$X_PATH$X_PATH");  // each "$X" of it ends in a reference to XY
+    Kym::LaunchRecord record;
+    Kym::VariableList explained(&record);
+    for (const EnvironmentVariable& variable : start) {
+        explained.mergeLayered(variable);
+    }
+    for (int i = 0; i < 11; ++i) {
+        explained.mergeLayered(doubled);
+    }
+    std::map<std::string, std::string> environment;
+    Kym::fillEnvironmentMap(std::move(explained), environment);
+    EXPECT_EQ(environment.at("X_PATH"), times(2048, "$XY"));
+    EXPECT_LT(Support::peakMemory() >> 20U, 512U) << "more than one copy of a long text was made";
+
+    Variables many = {{"X", times(1'000'000, "x")}};
+    for (int i = 0; i < 70; ++i) {
+        many.emplace_back("Y" + std::to_string(i), "$X");
+    }
+    EXPECT_THAT(
+        [&] { Kym::fillEnvironmentMap(Kym::VariableList(many), environment); },
+        testing::ThrowsMessage<std::runtime_error>(testing::HasSubstr("grows beyond 67108864 bytes")));
 }
 
 TEST(Merge, AddsCadLibrariesInFrontOfPath) {
