@@ -96,16 +96,15 @@ void extract(const boost::filesystem::path& file, const boost::filesystem::path&
     if (archive_format(handle.get()) == ARCHIVE_FORMAT_EMPTY) {
         throw std::runtime_error("Data file " + Base::FileManager::native(file) + " is empty.");
     }
-    archive_read_close(handle.get());
-    if (boost::filesystem::is_regular_file(file)) {  // what can be read once more
-        Base::checkGzip(file);
-    }
 }
 
 }  // namespace
 
 void unpackVersionFiles(const boost::filesystem::path& archive, const boost::filesystem::path& directory) {
     const boost::filesystem::path file = Base::Platform::reachablePath(boost::filesystem::absolute(archive));
+    if (boost::filesystem::is_regular_file(file)) {  // what can be read twice
+        Base::checkGzip(file);
+    }
     if (Base::Platform::reachablePath(directory) != directory) {
         extract(file, Base::Platform::boundlessPath(directory));  // too long for a working directory
         return;

@@ -26,12 +26,14 @@ std::string noise(std::size_t size) {
     return text;
 }
 
-std::string tarGz(const std::vector<TarEntry>& entries) {
+std::string tar(const std::vector<TarEntry>& entries, bool compressed) {
     const Base::Platform::Utf8Locale utf8;
     std::string bytes(std::size_t{1} << 22U, '\0');
     std::size_t size = 0;
     archive* writer = archive_write_new();
-    archive_write_add_filter_gzip(writer);
+    if (compressed) {
+        archive_write_add_filter_gzip(writer);
+    }
     archive_write_set_format_pax_restricted(writer);
     archive_write_set_options(writer, "hdrcharset=UTF-8");
     archive_write_set_bytes_in_last_block(writer, 1);

@@ -21,7 +21,12 @@ std::string noise(std::size_t size);
 /// The time of change that every entry carries.
 constexpr long long tarEntryTime = 1'000'000'000;
 
-/// The bytes of a gzip-compressed tar archive with these entries.
-std::string tarGz(const std::vector<TarEntry>& entries);
+/// The bytes of a tar archive with these entries.
+std::string tar(const std::vector<TarEntry>& entries, bool compressed);
+
+/// The same, compressed by gzip.
+inline std::string tarGz(const std::vector<TarEntry>& entries) {
+    return tar(entries, true);
+}
 
 }  // namespace Support
