@@ -11,8 +11,9 @@ namespace Base {
 /// The bytes of a file. Unlike a string's, they are not set to anything before they are read.
 class FileContent {
   public:
-    /// No larger file is read.
-    static constexpr std::size_t sizeLimit = std::size_t{1} << 30U;
+    /// No larger file is read, so that a bad one cannot take all memory: what is made of it can be many times
+    /// its size.
+    static constexpr std::size_t sizeLimit = std::size_t{64} << 20U;
 
     char* data() { return mBytes.get(); }
     std::size_t size() const { return mSize; }

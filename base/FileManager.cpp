@@ -35,7 +35,7 @@ struct Knowledge {
     FileState written;     // what this process wrote last
 };
 
-// Files are read by several threads, and saved by one.
+// Several threads may read and save files at once.
 struct KnownFiles {
     std::mutex mutex;
     std::map<path, Knowledge> files;
@@ -53,6 +53,20 @@ bool isMissing(const fs::file_status& status, const error_code& error) {
 
 path keyOf(const path& file) {
     return fs::absolute(file).lexically_normal();
+}
+
+Knowledge knowledgeOf(const path& file) {
+    const path key = keyOf(file);
+    const std::lock_guard lock(known().mutex);
+    const auto found = known().files.find(key);
+    return found == known().files.end() ? Knowledge() : found->second;
+}
+
+template <typename Change>
+void learn(const path& file, const Change& change) {
+    path key = keyOf(file);
+    const std::lock_guard lock(known().mutex);
+    change(known().files[std::move(key)]);
 }
 
 // Where a file is, whose path was `key`, when what was at `from` is at `to`.
@@ -135,7 +149,7 @@ bool hasChanged(const path& target, const Expected& expected, error_code& error)
         return false;
     }
     const FileState present = FileState::of(content.text());
-    return present != expected.loaded && present != known().files[keyOf(expected.file)].written;
+    return present != expected.loaded && present != knowledgeOf(expected.file).written;
 }
 
 void replace(Platform::ReplacementFile& replacement, const path& target, const Expected* expected,
@@ -294,10 +308,6 @@ void setPermissions(const path& file, unsigned mode) {
     fs::permissions(Platform::reachablePath(file), static_cast<fs::perms>(mode & 07777U));
 }
 
-void makeWritable(const path& file) {
-    fs::permissions(Platform::reachablePath(file), fs::add_perms | fs::owner_write);
-}
-
 path workDirectory() {
     return fs::current_path();
 }
@@ -327,7 +337,6 @@ void replaceFile(const path& file, std::string_view content, FileState& state) {
     if (!absent && !fs::exists(status)) {
         fail("Cannot tell what stands in the place of the file", file, error);
     }
-    Knowledge& knowledge = known().files[keyOf(file)];
     if (fs::exists(status)) {
         if (fs::is_directory(status)) {
             fail("Cannot replace the file", file, make_error_code(errc::is_a_directory));
@@ -342,7 +351,7 @@ void replaceFile(const path& file, std::string_view content, FileState& state) {
         if (!Platform::isWritable(target)) {
             fail("Cannot replace a write-protected file", file, make_error_code(errc::permission_denied));
         }
-        if (knowledge.damaged) {
+        if (knowledgeOf(file).damaged) {
             copyDamaged(file, target);
         }
     }
@@ -352,7 +361,7 @@ void replaceFile(const path& file, std::string_view content, FileState& state) {
         fail("Cannot replace the file", file, error);
     }
     state = FileState::of(content);
-    knowledge = {false, state};
+    learn(file, [&state](Knowledge& knowledge) { knowledge = {false, state}; });
 }
 
 void replaceFile(const path& file, std::string_view content) {
@@ -374,16 +383,31 @@ FileState stateOf(const path& file) {
 }
 
 void noteOwn(const path& file) {
-    known().files[keyOf(file)].written = FileState::of(loadFile(file).text());
+    const FileState state = FileState::of(loadFile(file).text());
+    learn(file, [&state](Knowledge& knowledge) { knowledge.written = state; });
 }
 
 bool createDirectory(const path& directory) {
     return fs::create_directory(Platform::reachablePath(directory));
 }
 
+void ensureDirectory(const path& directory) {
+    if (!FileManager::exists(directory)) {
+        createDirectory(directory);
+        setPermissions(directory, 0775);
+    } else if (!isDirectory(directory)) {
+        throw std::runtime_error("The path " + native(directory) + " is not a directory.\n");
+    }
+}
+
 void copyFile(const path& file, const path& copy) {
-    fs::copy_file(Platform::reachablePath(file), Platform::reachablePath(copy),
-                  fs::copy_options::overwrite_existing);
+    const path target = Platform::reachablePath(copy);
+    constexpr auto writable = fs::add_perms | fs::owner_write;
+    if (fs::exists(target)) {
+        fs::permissions(target, writable);
+    }
+    fs::copy_file(Platform::reachablePath(file), target, fs::copy_options::overwrite_existing);
+    fs::permissions(target, writable);
 }
 
 void rename(const path& file, const path& newFile) {
@@ -429,9 +453,7 @@ void removeAll(const path& file, const path& first) {
 }
 
 void noteDamaged(const path& file) {
-    path key = keyOf(file);
-    const std::lock_guard lock(known().mutex);
-    known().files[std::move(key)].damaged = true;
+    learn(file, [](Knowledge& knowledge) { knowledge.damaged = true; });
 }
 
 std::string nativeText(std::string_view text) {

@@ -50,9 +50,6 @@ bool hasExecutableExtension(std::string_view name, std::string_view extensions);
 /// `boost::filesystem::filesystem_error` on failure.
 void setPermissions(const path& file, unsigned mode);
 
-/// Lets the owner write an existing file. `boost::filesystem::filesystem_error` on failure.
-void makeWritable(const path& file);
-
 /// The current working directory of this process.
 path workDirectory();
 void changeWorkDirectory(const path& directory);
@@ -93,7 +90,12 @@ void noteDamaged(const path& file);
 /// `boost::filesystem::filesystem_error` on failure.
 bool createDirectory(const path& directory);
 
-/// Copies a file, replacing what stands at the new path. `boost::filesystem::filesystem_error` on failure.
+/// Makes the directory, with the permissions 0775, unless there is one; its parent must exist.
+/// `std::runtime_error` when something else stands there, `boost::filesystem::filesystem_error` on failure.
+void ensureDirectory(const path& directory);
+
+/// Copies a file, replacing what stands at the new path. The copy can be written, also when one of the two
+/// is write-protected. `boost::filesystem::filesystem_error` on failure.
 void copyFile(const path& file, const path& copy);
 
 /// Renames a file, a link or a directory. What stands at the new path is never replaced; where letter case

@@ -38,6 +38,10 @@ class PropertyList {
 
     using Date = PropertyListDate;
 
+    /// How deeply dictionaries and arrays may be nested, in a file that is read as well as in one that is
+    /// written.
+    static constexpr int depthLimit = 512;
+
     /// No file and no root.
     PropertyList();
 

@@ -11,10 +11,6 @@
 /// The XML text of property lists. Internal to base/; `PropertyList` is what others use.
 namespace Base {
 
-/// How deeply dictionaries and arrays may be nested, in a file that is read as well as in one that is
-/// written.
-inline constexpr int kPropertyListDepth = 512;
-
 /// A value that a property list cannot carry. The message names the key.
 class UnfitValue : public BaseException {
   public:

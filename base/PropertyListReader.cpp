@@ -46,8 +46,8 @@ class Reader {
             return name == "true";
         }
         if (name == "dict" || name == "array") {
-            if (depth > kPropertyListDepth) {
-                fail(node, "nested more than " + std::to_string(kPropertyListDepth) + " deep");
+            if (depth > PropertyList::depthLimit) {
+                fail(node, "nested more than " + std::to_string(PropertyList::depthLimit) + " deep");
             }
             checkHoldsOnlyElements(node);
             return name == "dict" ? dictionary(node, depth) : array(node, depth);

@@ -121,8 +121,8 @@ class Writer {
     }
 
     void open(std::string_view name, bool empty) {
-        if (mDepth == kPropertyListDepth) {
-            fail("nested more than " + std::to_string(kPropertyListDepth) + " deep");
+        if (mDepth == PropertyList::depthLimit) {
+            fail("nested more than " + std::to_string(PropertyList::depthLimit) + " deep");
         }
         indent();
         ++mDepth;

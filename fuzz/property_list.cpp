@@ -105,13 +105,13 @@ boost::any valueOf(Fuzz::Source& source) {
 /// Whether a property list can carry a value.
 bool isFit(const boost::any& value, int depth = 1) {
     if (const auto* dictionary = boost::any_cast<PropertyList::Dictionary>(&value)) {
-        return depth <= Base::kPropertyListDepth &&
+        return depth <= Base::PropertyList::depthLimit &&
                std::all_of(dictionary->begin(), dictionary->end(), [depth](const auto& entry) {
                    return Base::Text::isXml(entry.first) && isFit(entry.second, depth + 1);
                });
     }
     if (const auto* array = boost::any_cast<PropertyList::Array>(&value)) {
-        return depth <= Base::kPropertyListDepth &&
+        return depth <= Base::PropertyList::depthLimit &&
                std::all_of(array->begin(), array->end(),
                            [depth](const boost::any& element) { return isFit(element, depth + 1); });
     }

@@ -4,8 +4,6 @@
 #include <optional>
 #include <stdexcept>
 
-#include <boost/filesystem/operations.hpp>
-
 #include "base/Archiver.h"
 #include "base/Environment.h"
 #include "base/FileManager.h"
@@ -161,12 +159,7 @@ const path& SystemInfo::applicationDataPath() const {
         throw std::runtime_error("ERROR: Problem getting user's application data folder.");
     }
     const path wanted = *folder / KymApplicationDataDirectoryName;
-    if (!boost::filesystem::exists(wanted)) {
-        boost::filesystem::create_directory(wanted);
-        Base::FileManager::setPermissions(wanted, 0775);
-    } else if (!boost::filesystem::is_directory(wanted)) {
-        throw std::runtime_error("The path " + native(wanted) + " is not a directory.\n");
-    }
+    Base::FileManager::ensureDirectory(wanted);
     return data.emplace(wanted);
 }
 

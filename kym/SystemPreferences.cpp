@@ -5,7 +5,6 @@
 #include <utility>
 
 #include <boost/container/small_vector.hpp>
-#include <boost/filesystem/operations.hpp>
 #include <boost/smart_ptr/make_shared.hpp>
 
 #include "base/Environment.h"
@@ -78,16 +77,6 @@ void collect(const Dictionary& dictionary, const std::string& prefix, const path
         if (hasMore) {
             collect(*inner, key + '/', file, seen);
         }
-    }
-}
-
-void makeDirectory(path directory) {
-    directory.remove_trailing_separator();
-    if (!boost::filesystem::exists(directory)) {
-        boost::filesystem::create_directory(directory);
-        Base::FileManager::setPermissions(directory, 0775);
-    } else if (!boost::filesystem::is_directory(directory)) {
-        throw Base::BaseException("The path " + native(directory) + " is not a directory.\n");
     }
 }
 
@@ -235,6 +224,11 @@ void SystemPreferences::SetPreference(const std::string& key, const boost::any& 
     const path file = path(directory) / fileName;
     logInfo("Setting Preference '", key, "' and placing it in ", file);
     const Names names = namesOf(key);
+    if (names.size() > Base::PropertyList::depthLimit) {
+        throw Base::BaseException("A key of " + std::to_string(names.size()) +
+                                  " names cannot be set: no file holds more than " +
+                                  std::to_string(Base::PropertyList::depthLimit) + " within one another.");
+    }
     Domain& target = domain(file);
     boost::any* place = target.root.get();
     for (const std::string& name : names) {
@@ -274,7 +268,7 @@ void SystemPreferences::Flush(const std::string& directory) {
     logInfo("Flushing ", directory, " preferences");
     logInfo("Preparing user's preference directory");
     try {
-        makeDirectory(directory);
+        Base::FileManager::ensureDirectory(path(directory).remove_trailing_separator());
         logInfo("Checking to save global preferences");
         write(path(directory) / mGlobalFile);
         logInfo("Checking to save application preferences");

@@ -61,8 +61,9 @@ class KYM_EXPORT SystemPreferences {
                                                 const std::string& directory) const;
 
     /// Sets a value; dictionaries that the key names are made when they are missing. `Base::BaseException`,
-    /// and nothing has changed, when there is something else where the key names a dictionary. A domain that
-    /// was not read begins empty; when it is written over a file that was there, a copy of that is kept.
+    /// and nothing has changed, when there is something else where the key names a dictionary, or when it has
+    /// more names than `Base::PropertyList::depthLimit`. A domain that was not read begins empty; when it is
+    /// written over a file that was there, a copy of that is kept.
     void SetPreference(const std::string& key, const boost::any& value, const std::string& fileName,
                        const std::string& directory);
 

@@ -106,6 +106,12 @@ TEST_F(PreferencesTest, AKeyNamesDictionariesInOneDomainUntilItIsWritten) {
     EXPECT_EQ(Support::messageOf([&] { preferences.SetPreference("a/b/c/d/e", true); }),
               "The preference 'a/b/c/d/e' cannot be set in " + native(userFile()) +
                   ": what would have to hold 'd' is not a dictionary.");
+    std::string deepest = "deep";
+    for (int names = 1; names < Base::PropertyList::depthLimit; ++names) {
+        deepest += "/x";
+    }
+    EXPECT_THROW(preferences.SetPreference(deepest + "/x", true), Base::BaseException);
+    preferences.SetPreference(deepest, true);
     EXPECT_EQ(textOf(preferences.GetPreference("a/b/c")), "again");
     EXPECT_EQ(textOf(preferences.GetPreference("ab")), "department");
     EXPECT_EQ(preferences.GetPreference("ab", "cad.plist", preferences.CurrentUser()), nullptr);
