@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <optional>
-#include <set>
 #include <stdexcept>
 #include <utility>
 
@@ -33,9 +32,6 @@ constexpr const char* kDoFileCleanup = "Do File Cleanup Key";
 constexpr const char* kCleanupDays = "Cleanup Days Key";
 [[maybe_unused]] constexpr const char* kEnvironmentSettings = "Environment Settings Key";  // reserved
 
-const std::set<std::string> knownProperties = {kDescription, kType, kCommonDepartment, kDoFileCleanup,
-                                               kCleanupDays};
-
 constexpr unsigned kDirectoryPermissions = 0775;
 
 path settingsFile(const path& versionDirectory) {
@@ -62,11 +58,7 @@ Base::PropertyList readProperties(const path& file) {
 // What a property is not: there, or of the kind that it should be.
 class BadProperty : public boost::bad_any_cast {
   public:
-    BadProperty(const path& file, const char* key, const std::string& reason)
-        : mMessage(Base::Text::readableLines(Base::FileManager::native(file) + ": the property \"" + key +
-                                             "\" " + reason)) {
-        Base::FileManager::noteDamaged(file);
-    }
+    explicit BadProperty(const std::string& message) : mMessage(Base::Text::readableLines(message)) {}
     BadProperty(const BadProperty&) = default;
     BadProperty& operator=(const BadProperty&) = default;
     ~BadProperty() override;
@@ -79,6 +71,11 @@ class BadProperty : public boost::bad_any_cast {
 
 BadProperty::~BadProperty() = default;
 
+[[noreturn]] void failToTake(const path& file, const char* key, const std::string& reason) {
+    Base::FileManager::noteDamaged(file);
+    throw BadProperty(Base::FileManager::native(file) + ": the property \"" + key + "\" " + reason);
+}
+
 const char* kindOf(const std::string&) {
     return "a text";
 }
@@ -89,17 +86,19 @@ const char* kindOf(std::uint32_t) {
     return "an integer from 0 to 4294967295";
 }
 
+/// How many properties were taken: one, or none when the list has none of that key.
 template <typename Value>
-void takeProperty(const Base::PropertyList& list, const char* key, Value& target) {
+std::size_t takeProperty(const Base::PropertyList& list, const char* key, Value& target) {
     const boost::any& property = list.getProperty(key);
     if (property.empty()) {
-        return;
+        return 0;
     }
     const auto* value = boost::any_cast<Value>(&property);
     if (!value) {
-        throw BadProperty(list.file(), key, std::string("is not ") + kindOf(target) + '.');
+        failToTake(list.file(), key, std::string("is not ") + kindOf(target) + '.');
     }
     target = *value;
+    return 1;
 }
 
 }  // namespace
@@ -182,15 +181,15 @@ void Configuration::save() {
     if (!needsSaving()) {
         return;
     }
-    const bool savesSettings = isUpdated();
-    if (savesSettings && mSettings.needsSaving()) {
-        Base::FileManager::requireUnchanged(mSettings.mDataFile,
-                                            mSettings.mFileState);  // before the first file
-    }
+    const bool savesSettings = mSettings.needsSaving() && isUpdated();
     const boost::filesystem::path file = propertyFile();
     std::optional<std::string> before;
-    if (savesSettings && !Base::FileManager::isMissing(file)) {
-        before = Base::FileManager::readFile(file);
+    if (savesSettings) {
+        // What others have changed is told before anything is written.
+        Base::FileManager::requireUnchanged(mSettings.mDataFile, mSettings.mFileState);
+        if (!Base::FileManager::isMissing(file)) {
+            before = Base::FileManager::readFile(file);
+        }
     }
     saveProperties();
     if (savesSettings) {
@@ -214,20 +213,18 @@ void Configuration::loadProperties() {
     }
     logVerbose("  Loading configuration's properties");
     if (!list.hasProperty(kDescription)) {
-        throw BadProperty(list.file(), kDescription, "is missing; it must be a text.");
+        failToTake(list.file(), kDescription, "is missing; it must be a text.");
     }
     std::string newDescription, newType = type, newCommonDepartment = commonDepartment;
     bool newDoFileCleanup = doFileCleanup;
     std::uint32_t newCleanupDays = cleanupDays;
-    takeProperty(list, kDescription, newDescription);
-    takeProperty(list, kType, newType);
-    takeProperty(list, kCommonDepartment, newCommonDepartment);
-    takeProperty(list, kDoFileCleanup, newDoFileCleanup);
-    takeProperty(list, kCleanupDays, newCleanupDays);
-    const auto& properties = boost::any_cast<const Base::PropertyList::Dictionary&>(*list.list());
-    if (std::any_of(properties.begin(), properties.end(),
-                    [](const auto& property) { return !knownProperties.contains(property.first); })) {
-        Base::FileManager::noteDamaged(list.file());
+    const std::size_t taken = takeProperty(list, kDescription, newDescription) +
+                              takeProperty(list, kType, newType) +
+                              takeProperty(list, kCommonDepartment, newCommonDepartment) +
+                              takeProperty(list, kDoFileCleanup, newDoFileCleanup) +
+                              takeProperty(list, kCleanupDays, newCleanupDays);
+    if (taken != boost::any_cast<const Base::PropertyList::Dictionary&>(*list.list()).size()) {
+        Base::FileManager::noteDamaged(list.file());  // nobody knows the others
     }
     mPropertiesState = list.fileState();
     description = std::move(newDescription);
@@ -270,16 +267,13 @@ void Configuration::createNXVersionDirectory() {
     Base::FileManager::setPermissions(made.path(), kDirectoryPermissions);
     unpackVersionFiles(archive, made.path());
     const auto previous = settingsFile(mPath / info.PreviousCadVersionDirectory);
-    if (!Base::FileManager::isMissing(previous)) {
+    const bool hasPrevious = !Base::FileManager::isMissing(previous);
+    if (hasPrevious) {
         const auto present = settingsFile(made.path());
         if (Base::FileManager::createDirectory(present.parent_path())) {
             Base::FileManager::setPermissions(present.parent_path(), kDirectoryPermissions);
         }
-        if (Base::FileManager::exists(present)) {
-            Base::FileManager::makeWritable(present);
-        }
         Base::FileManager::copyFile(previous, present);
-        Base::FileManager::makeWritable(present);  // also when the previous ones are closed
     }
     try {
         made.finish();
@@ -290,7 +284,7 @@ void Configuration::createNXVersionDirectory() {
         throw;
     }
     mSettings.mFileState = Base::FileState::missing();
-    if (!Base::FileManager::isMissing(previous)) {
+    if (hasPrevious || !mSettings.needsSaving()) {  // what the archive brings replaces no edits
         mSettings.load();
     }
 }

@@ -71,11 +71,12 @@ class KYM_EXPORT Configuration {
     void saveProperties();
 
     /// Makes the version directory of the present release from the installation's version files and takes
-    /// over the department's settings for the previous release. `std::runtime_error` when the version files
-    /// are not there or cannot be unpacked, or when the version directory exists already; errors of the file
-    /// system propagate. It is made under another name, which begins with a dot, and takes its place when it
-    /// is whole: after a failure, or when the process is killed, there is no version directory unless there
-    /// was one before.
+    /// over the department's settings for the previous release. Without any, settings that the version files
+    /// bring are read unless there are edits, whose `save` then throws `Base::FileChanged`.
+    /// `std::runtime_error` when the version files are not there or cannot be unpacked, or when the version
+    /// directory exists already; errors of the file system propagate. It is made under another name, which
+    /// begins with a dot, and takes its place when it is whole: after a failure, or when the process is
+    /// killed, there is no version directory unless there was one before.
     ///
     /// The working directory of the process is changed while this runs and is the old one afterwards.
     void createNXVersionDirectory();

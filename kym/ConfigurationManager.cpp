@@ -257,8 +257,10 @@ void ConfigurationManager::deleteConfiguration(int index) {
     const Configuration& deleted = *configuration(index);
     const boost::filesystem::path file = deleted.propertyFile();
     std::optional<std::string> properties;
-    if (!Base::FileManager::isMissing(file) && !Base::FileManager::isDirectory(file)) {
+    try {
         properties = Base::FileManager::readFile(file);
+    } catch (const boost::filesystem::filesystem_error&) {
+        // What cannot be read can be removed all the same.
     }
     try {
         // Without its properties, what an interruption leaves is no department that somebody would start
