@@ -6,6 +6,7 @@
 #include "base/Environment.h"
 #include "base/FileManager.h"
 #include "base/PropertyListFormat.h"
+#include "base/Text.h"
 #include "base/XmlFile.h"
 #include "base/platform/FileSystem.h"
 
@@ -36,14 +37,10 @@ boost::shared_ptr<boost::any> readRoot(const path& file, FileState& state) {
     }
 }
 
-std::string composeMessage(const std::string& file, int line, const std::string& reason) {
-    return file + (line > 0 ? ':' + std::to_string(line) : "") + ": " + reason;
-}
-
 }  // namespace
 
 PropertyListError::PropertyListError(const std::string& file, int line, const std::string& reason)
-    : BaseException(composeMessage(file, line, reason)), mLine(line) {}
+    : BaseException(Text::located(file, line) + reason), mLine(line) {}
 PropertyListError::~PropertyListError() = default;
 
 PropertyList::PropertyList() = default;

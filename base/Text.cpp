@@ -197,6 +197,10 @@ std::string readableLines(std::string_view text) {
     return result.append(text);
 }
 
+std::string located(const std::string& file, int line) {
+    return file + (line > 0 ? ':' + std::to_string(line) : "") + ": ";
+}
+
 std::string_view trimmed(std::string_view text) {
     while (!text.empty() && isBlank(text.front())) {
         text.remove_prefix(1);

@@ -33,6 +33,9 @@ void appendXmlAttribute(std::string& out, std::string_view text);
 std::string readable(std::string_view text, std::size_t longest = std::string_view::npos);
 std::string readableLines(std::string_view text);
 
+/// How a message about a file begins: "FILE:LINE: "; without a line that is not known, 0.
+std::string located(const std::string& file, int line);
+
 /// `text` without the XML white space at its ends.
 std::string_view trimmed(std::string_view text);
 inline bool isBlank(std::string_view text) {

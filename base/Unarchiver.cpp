@@ -13,17 +13,14 @@ namespace {
 
 using Kind = ArchiveReader::Kind;
 
-std::string composeMessage(const std::string& file, int line, const std::string& key,
-                           const std::string& reason) {
-    return file + (line > 0 ? ':' + std::to_string(line) : "") + ": " +
-           (key.empty() ? "" : "key '" + key + "': ") + reason;
-}
-
 }  // namespace
 
 ArchiveError::ArchiveError(const std::string& file, int line, const std::string& key,
                            const std::string& reason)
-    : BaseException(composeMessage(file, line, key, reason)), mFile(file), mLine(line), mKey(key) {}
+    : BaseException(Text::located(file, line) + (key.empty() ? "" : "key '" + key + "': ") + reason),
+      mFile(file),
+      mLine(line),
+      mKey(key) {}
 ArchiveError::~ArchiveError() = default;
 
 Unarchiver::Unarchiver(const boost::filesystem::path& file)

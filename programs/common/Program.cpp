@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <CLI/CLI.hpp>
+#include <boost/filesystem/fstream.hpp>
 
 #include "base/platform/Terminal.h"
 
@@ -57,5 +58,18 @@ int runProgram(CLI::App& program, int argc, char** argv, int (*statusOfSuccess)(
     } catch (const std::exception& error) {
         std::cerr << start << printableLines(error.what()) << '\n';
         return failed;
+    }
+}
+
+void writeResult(const std::string& text, const std::string& file) {
+    if (file.empty()) {
+        std::cout << text;
+        return;
+    }
+    boost::filesystem::ofstream out(file, std::ios::binary);
+    out << text;
+    out.close();
+    if (!out) {
+        throw std::runtime_error("The file " + nativeText(file) + " could not be written.");
     }
 }

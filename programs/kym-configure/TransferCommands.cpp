@@ -14,6 +14,7 @@
 #include "Commands.h"
 #include "LayerFile.h"
 #include "SiteChecks.h"
+#include "programs/common/Program.h"
 
 namespace {
 
@@ -35,18 +36,11 @@ void exportLayer(const Request& request) {
     Site site;
     const Layer layer = site.layer(request.layer);
     requireReadable(layer);
-    const std::string text = layerToJson(layer).document();
-    if (request.file.empty()) {
-        std::cout << text;
-        return;
+    writeResult(layerToJson(layer).document(), request.file);
+    if (!request.file.empty()) {
+        std::cout << "Wrote the layer " << printable(layer.path) << " into " << nativeText(request.file)
+                  << ".\n";
     }
-    boost::filesystem::ofstream out(request.file, std::ios::binary);
-    out << text;
-    out.close();
-    if (!out) {
-        throw std::runtime_error("The file " + nativeText(request.file) + " could not be written.");
-    }
-    std::cout << "Wrote the layer " << printable(layer.path) << " into " << nativeText(request.file) << ".\n";
 }
 
 using boost::json::value;

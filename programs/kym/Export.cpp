@@ -1,17 +1,15 @@
 #include "Export.h"
 
-#include <iostream>
 #include <memory>
-#include <stdexcept>
 #include <string>
 
 #include <CLI/CLI.hpp>
 #include <boost/algorithm/string/replace.hpp>
-#include <boost/filesystem/fstream.hpp>
 
 #include "Choice.h"
 #include "ScriptText.h"
 #include "programs/common/Json.h"
+#include "programs/common/Program.h"
 
 namespace {
 
@@ -24,21 +22,15 @@ struct Request {
 void exportEnvironment(const Request& request) {
     Departments departments;
     const Environment environment = Launchable(departments, request.choice).plan().environment;
-    std::string text = request.format == "batch" ? batchScript(environment)
-                       : request.format == "powershell"
-                           ? powerShellScript(environment)
-                           : Json::object({environment.begin(), environment.end()}).document();
-    if (request.file.empty()) {
-        std::cout << text;
+    if (request.format == "json") {
+        writeResult(Json::object({environment.begin(), environment.end()}).document(), request.file);
         return;
     }
-    if (request.format != "json") {
-        boost::replace_all(text, "\n", "\r\n");  // whichever system writes it, Windows reads it
+    std::string script = request.format == "batch" ? batchScript(environment) : powerShellScript(environment);
+    if (!request.file.empty()) {
+        boost::replace_all(script, "\n", "\r\n");  // whichever system writes it, Windows reads it
     }
-    boost::filesystem::ofstream out(request.file, std::ios::binary);
-    if (!out.write(text.data(), static_cast<std::streamsize>(text.size())).flush()) {
-        throw std::runtime_error("The file " + request.file + " cannot be written.");
-    }
+    writeResult(script, request.file);
 }
 
 }  // namespace
