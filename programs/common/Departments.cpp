@@ -73,9 +73,11 @@ void Departments::requireUsableName(const std::string& name) {
     }
 }
 
-std::string Departments::obstacleTo(const std::string& name) {
+std::string Departments::obstacleTo(const std::string& name, const std::string& renamed) {
     const fs::path directory = directoryOf(name);
-    return somethingStandsAt(directory)
+    boost::system::error_code ignored;
+    const bool isRenamed = !renamed.empty() && fs::equivalent(directory, directoryOf(renamed), ignored);
+    return somethingStandsAt(directory) && !isRenamed
                ? "Directory " + nativeText(directory) + " already exists." + adviceOnLeftOver(directory)
                : std::string();
 }

@@ -27,8 +27,9 @@ class Departments {
     /// `std::runtime_error` with the rule for a name that no department should get.
     static void requireUsableName(const std::string& name);
 
-    /// What keeps a new department from having that name, for the user; empty when nothing does.
-    static std::string obstacleTo(const std::string& name);
+    /// What keeps a new department, or the one that is `renamed`, from having that name, for the user; empty
+    /// when nothing does.
+    static std::string obstacleTo(const std::string& name, const std::string& renamed = {});
 
     /// Tells which departments have that one as their common department, which do not change with it.
     void tellWhoRefersTo(const std::string& name, const std::string& newName, std::ostream& out);

@@ -175,7 +175,8 @@ std::pair<std::string, std::string> splitLayer(const std::string& path) {
 }
 
 void requireReadable(const Layer& layer) {
-    if (!fs::exists(layer.file)) {
+    boost::system::error_code ignored;
+    if (fs::status(layer.file, ignored).type() == fs::file_not_found) {
         return;
     }
     Base::Unarchiver unarchiver(layer.file);

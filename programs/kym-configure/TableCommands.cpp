@@ -122,7 +122,7 @@ void setLayerCell(Site& site, const Table& table, int row, const Request& reques
     }
     const std::string before = layer.department->name();
     Departments::requireUsableName(request.value);
-    if (const std::string obstacle = Departments::obstacleTo(request.value); !obstacle.empty()) {
+    if (const std::string obstacle = Departments::obstacleTo(request.value, before); !obstacle.empty()) {
         throw std::runtime_error(obstacle);
     }
     std::cout << place(table, row) << "Name " << quoted(before) << " becomes " << quoted(request.value)

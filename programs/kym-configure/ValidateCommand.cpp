@@ -9,6 +9,7 @@
 #include <boost/filesystem/operations.hpp>
 
 #include "base/Unarchiver.h"
+#include "kym/Configuration.h"
 #include "kym/SystemInfo.h"
 
 #include "Checks.h"
@@ -47,11 +48,17 @@ bool load(const std::string& layer, const fs::path& file, const std::function<vo
 /// Which departments it is that keep the list of all from being read.
 void findUnreadableDepartments(Findings& findings) {
     for (const auto& entry : fs::directory_iterator(Kym::SystemInformation().localDepartmentsPath())) {
-        const fs::path file = entry.path() / ".dirinfo.plist";
-        if (fs::exists(file)) {
-            load(
-                "department/" + entry.path().filename().string(), file,
-                [&entry] { Kym::Configuration(entry.path(), true); }, findings);
+        const auto read = [&entry] {
+            try {
+                Kym::Configuration(entry.path(), true);
+            } catch (const Kym::InvalidConfiguration&) {
+                // no department; the list leaves it out, too
+            }
+        };
+        boost::system::error_code ignored;
+        if (fs::is_directory(entry.path(), ignored)) {
+            load("department/" + entry.path().filename().string(), entry.path() / ".dirinfo.plist", read,
+                 findings);
         }
     }
 }

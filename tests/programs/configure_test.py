@@ -103,6 +103,7 @@ class ConfigureTest(SiteTest):
         self.configure("set", "departments", "1", "Name", "shared", "--dry-run")
         self.assertEqual(self.configure("set", "departments", "1", "Name", "shared").splitlines()[0],
                          'departments row 1: Name "common" becomes "shared"')
+        self.configure("set", "departments", "2", "Name", "shared")  # its own directory is not in its way
         self.assertEqual(sorted(row[0] for row in self.rows("departments")), ["design", "shared"])
 
     def test_what_is_said_to_be_saved_is_kept_when_many_save(self):
@@ -239,12 +240,9 @@ class ConfigureTest(SiteTest):
             self.assertEqual([*shown[:2], shown[-1]], ["warning undefined-variable: site/variables/common row 4, Value",
                                                        "    No layer sets the variable \"B\".", "0 errors, 1 warning."])
             self.assertIn("site_settingsNx4.dat", shown[3])
-        self.configure("put", "site/winNxInstallPath", "Q:/none")
         self.configure("set", "plugin/machining/applications", "1", "Executable", "/none")
-        self.assertLessEqual({("warning", "undefined-variable", "site/variables/common", 4, "Value"),
-                              ("error", "cad-system-not-found", "site/winNxInstallPath", 0, ""),
-                              ("error", "executable-not-found", "plugin/machining/applications", 1, "Executable")},
-                             self.findings())
+        self.assertIn(("error", "executable-not-found", "plugin/machining/applications", 1, "Executable"),
+                      self.findings())
 
     def test_export_and_import_keep_everything(self):
         def describe(file, name, comment, kind):  # what the programs cannot edit

@@ -296,7 +296,7 @@ class KymTest(SiteTest):
                                  "--json")
 
         def test_says_what_could_not_be_written(self):
-            self.refused("/dev/full cannot be written", "kym", "export", "design", "report", "--format", "json",
+            self.refused("/dev/full could not be written", "kym", "export", "design", "report", "--format", "json",
                          "--output", "/dev/full")
             self.refused("/dev/full could not be written", "kym-configure", "export", "base", "/dev/full")
             with open("/dev/full", "wb") as full:
@@ -367,6 +367,7 @@ class KymTest(SiteTest):
             self.assertEqual(self.kym("prepare", "d\u00e9p"),
                              'The department "d\u00e9p" is prepared for the release "nx4"' + ending)
             self.assertTrue((release / "win64" / "udo").is_dir())
+        self.refused("control character", "kym", "create", "half", "--description", "\x01")
         self.assertEqual(self.kym("create"), 'Created the department "change_me".\n')
         self.refused("give it its name with kym rename change_me NAME", "kym", "create", "gears")
         self.assertEqual(self.kym("rename", "change_me", "later"), 'Renamed the department "change_me" to "later".\n')
