@@ -22,6 +22,7 @@ void BaseSettings::load() {
         mFileState = Base::FileState::missing();
         return;
     }
+    logInfo("Loading base settings file: ", mDataFile);
     Base::Unarchiver unarchiver(mDataFile);
     MemberReader members(unarchiver);
     members.readObject(commonVariablesKey, mCommonVariables);
@@ -36,6 +37,7 @@ void BaseSettings::save() {
     if (!needsSaving()) {
         return;
     }
+    logInfo("Saving base settings file: ", mDataFile);
     ApplicationMarks marks(mApplications);
     Base::Archiver archiver(mDataFile);
     encodeMember(archiver, commonVariablesKey, mCommonVariables);

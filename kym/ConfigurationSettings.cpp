@@ -37,6 +37,7 @@ void ConfigurationSettings::load() {
         mFileState = Base::FileState::missing();
         return;
     }
+    logInfo("Loading configuration settings file: ", mDataFile);
     try {
         Base::Unarchiver unarchiver(mDataFile);
         mFileState = unarchiver.fileState();
@@ -58,6 +59,7 @@ void ConfigurationSettings::save() {
     if (!needsSaving()) {
         return;
     }
+    logInfo("Saving configuration settings file: ", mDataFile);
     ApplicationMarks marks(mApplications);
     Base::Archiver archiver(mDataFile);
     encodeMember(archiver, kWorkDirectoryList, mWorkDirectories);

@@ -36,6 +36,7 @@ void PluginSettings::load() {
         mFileState = Base::FileState::missing();
         return;
     }
+    logInfo("Loading plugin settings file: ", mDataFile);
     Base::Unarchiver unarchiver(mDataFile);
     MemberReader members(unarchiver);
     members.readValue(kPluginType, pluginType);
@@ -51,6 +52,7 @@ void PluginSettings::save() {
     if (!needsSaving()) {
         return;
     }
+    logInfo("Saving plugin settings file: ", mDataFile);
     ApplicationMarks marks(mApplications);
     Base::Archiver archiver(mDataFile);
     archiver.encode(kPluginType, pluginType);

@@ -125,6 +125,7 @@ void PluginsManager::mergeEnvVariables(const Configuration* configuration,
 }
 
 void PluginsManager::mergeEnvVariables(const Configuration& configuration, VariableList& variables) const {
+    logInfo("Merging plugin variables");
     for (const PluginSettings& plugin : mPlugins) {
         if (applies(configuration, plugin)) {
             plugin.mergeEnvVariables(variables);
