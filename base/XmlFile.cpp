@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <boost/algorithm/string/predicate.hpp>
+#include <boost/container/small_vector.hpp>
 
 #include "base/FileManager.h"
 #include "base/Text.h"
@@ -101,16 +102,6 @@ void checkText(std::string_view text) {
     }
 }
 
-// Comparing each with each would take minutes where a damaged file has a hundred thousand of them.
-bool repeatsOneOfMany(pugi::xml_node element) {
-    std::vector<std::string_view> names;
-    for (const pugi::xml_attribute attribute : element.attributes()) {
-        names.emplace_back(attribute.name());
-    }
-    std::sort(names.begin(), names.end());
-    return std::adjacent_find(names.begin(), names.end()) != names.end();
-}
-
 }  // namespace
 
 XmlFile::Error::~Error() = default;
@@ -162,20 +153,16 @@ int XmlFile::lineAt(std::ptrdiff_t offset) const {
 }
 
 bool XmlFile::repeatsAttribute(pugi::xml_node element) {
-    constexpr int few = 8;
-    int count = 0;
-    for (pugi::xml_attribute one = element.first_attribute(); !isNone(one); one = one.next_attribute()) {
-        if (++count > few) {
-            return repeatsOneOfMany(element);
-        }
-        for (pugi::xml_attribute other = one.next_attribute(); !isNone(other);
-             other = other.next_attribute()) {
-            if (std::string_view(one.name()) == other.name()) {
-                return true;
-            }
-        }
+    pugi::xml_attribute one = element.first_attribute();
+    if (isNone(one) || isNone(one.next_attribute())) {
+        return false;
     }
-    return false;
+    boost::container::small_vector<std::string_view, 8> names;  // elements have no more
+    for (; !isNone(one); one = one.next_attribute()) {
+        names.emplace_back(one.name());
+    }
+    std::sort(names.begin(), names.end());
+    return std::adjacent_find(names.begin(), names.end()) != names.end();
 }
 
 bool XmlFile::holdsOnlyElements(pugi::xml_node element) {
