@@ -63,6 +63,8 @@ TEST(Task, SaysWhyItCannotStart) {
     EXPECT_EQ(failureOf(file.parent_path()), failedStart(file.parent_path()) + "it is a directory");
     EXPECT_EQ(failureOf(scratch / "gone.bat"),
               failedStart(scratch / "gone.bat") + "there is no such batch file");
+    const fs::path cutOff = scratch.folder().string() + std::string("\0x", 2);
+    EXPECT_NE(failureOf(file, cutOff).find("holds a NUL"), std::string::npos);
 }
 
 #if defined(_WIN32)
