@@ -35,7 +35,7 @@ struct Knowledge {
     FileState written;     // what this process wrote last
 };
 
-// Several threads may read and save files at once.
+// Files are read by several threads.
 struct KnownFiles {
     std::mutex mutex;
     std::map<path, Knowledge> files;
@@ -330,6 +330,10 @@ FileContent loadFile(const path& file) {
 }
 
 void replaceFile(const path& file, std::string_view content, FileState& state) {
+    if (content.size() > FileContent::sizeLimit) {
+        fail("Cannot replace a file by one that nobody could read", file,
+             make_error_code(errc::file_too_large));
+    }
     const path target = linkTarget(Platform::reachablePath(file));
     error_code error;
     const fs::file_status status = fs::status(target, error);

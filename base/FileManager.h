@@ -64,8 +64,8 @@ FileContent loadFile(const path& file);
 /// A symbolic link stays, and the file that it leads to is replaced. The target's permissions are kept (the
 /// mode, on a system that has one). A file that was reported with `noteDamaged` is first copied to
 /// "NAME.damaged", or to "NAME.damaged.1" and so on when something else stands there. An existing file that
-/// cannot be read or is write-protected is not replaced. `boost::filesystem::filesystem_error`, naming the
-/// file and the reason, on failure.
+/// cannot be read or is write-protected is not replaced, and no file is made that is too large to be read.
+/// `boost::filesystem::filesystem_error`, naming the file and the reason, on failure.
 void replaceFile(const path& file, std::string_view content);
 
 /// The same for a file of which `state` tells what it held when it was loaded or saved last; it then tells

@@ -93,6 +93,11 @@ TEST_F(FileManagerTest, RefusesWhatItCannotReplace) {
         EXPECT_EQ(FileManager::isReadable(name), there);
         EXPECT_EQ(FileManager::isExecutable(name), there);
     }
+    const std::size_t limit = Base::FileContent::sizeLimit;
+    EXPECT_THROW(replaceFile(folder / "large", std::string(limit + 1, 'x')), fs::filesystem_error);
+    replaceFile(folder / "large", "x");
+    fs::resize_file(folder / "large", limit + 1);
+    EXPECT_THROW(readFile(folder / "large"), fs::filesystem_error);
 }
 
 TEST_F(FileManagerTest, RemovesWhatKilledReplacementsLeftAndNothingElse) {
