@@ -237,7 +237,7 @@ std::vector<std::string> fillEnvironmentMap(VariableList&& variables,
                 }
                 value = expansion;
             } else {
-                value = entry.ownText ? std::move(*entry.ownText) : entry.value;
+                value = entry.ownText ? std::move(*entry.ownText) : std::string(entry.value);
             }
             entry.mayRefer = false;
             size += value.size();
