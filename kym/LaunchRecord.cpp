@@ -124,10 +124,11 @@ LaunchRecord::Parts LaunchRecord::expandedParts(const History& history, const En
                                                 const std::string& expanded) {
     const Merged& merged = history.entries.at(history.entry);
     Parts whole = {{expanded.size(), merged.step}};
-    mWork += merged.parts.size() * expanded.size();
-    if (mWork > workLimit) {
+    const std::size_t work = merged.parts.size() * expanded.size();
+    if (work > workLimit - mWork) {
         return whole;
     }
+    mWork += work;
     Parts parts;
     std::string together;
     try {
