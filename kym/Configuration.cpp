@@ -218,11 +218,11 @@ void Configuration::loadProperties() {
     std::string newDescription, newType = type, newCommonDepartment = commonDepartment;
     bool newDoFileCleanup = doFileCleanup;
     std::uint32_t newCleanupDays = cleanupDays;
-    const std::size_t taken = takeProperty(list, kDescription, newDescription) +
-                              takeProperty(list, kType, newType) +
-                              takeProperty(list, kCommonDepartment, newCommonDepartment) +
-                              takeProperty(list, kDoFileCleanup, newDoFileCleanup) +
-                              takeProperty(list, kCleanupDays, newCleanupDays);
+    std::size_t taken = takeProperty(list, kDescription, newDescription);
+    taken += takeProperty(list, kType, newType);
+    taken += takeProperty(list, kCommonDepartment, newCommonDepartment);
+    taken += takeProperty(list, kDoFileCleanup, newDoFileCleanup);
+    taken += takeProperty(list, kCleanupDays, newCleanupDays);
     if (taken != boost::any_cast<const Base::PropertyList::Dictionary&>(*list.list()).size()) {
         Base::FileManager::noteDamaged(list.file());  // nobody knows the others
     }
