@@ -489,9 +489,17 @@ TEST_F(Manager, RenamesADepartmentToAFreeNameThatWindowsCanHave) {
         renamed.save();
         EXPECT_TRUE(exists(site.departments() / name / "nx4/config/configSettings.dat")) << name;
     }
-    std::ofstream((site.departments() / "lpt/.dirinfo.plist").c_str()) << "somebody else's";
-    manager.configuration(1)->setNeedsSaving(true);
-    EXPECT_THROW(manager.configuration(1)->save(), Base::FileChanged) << "what was read is still remembered";
+    for (const auto& [name, file] :
+         {std::pair("c", ".dirinfo.plist"), {"lpt", "nx4/config/configSettings.dat"}}) {
+        manager.renameConfiguration(1, name);
+        Configuration& renamed = *manager.configuration(1);
+        std::ofstream((renamed.path() / file).c_str()) << "somebody else's";
+        renamed.setNeedsSaving(true);
+        renamed.settings()->setNeedsSaving(true);
+        EXPECT_THROW(renamed.save(), Base::FileChanged) << "what was read is still remembered: " << file;
+        Base::saveOverChanges(renamed.path() / file);
+        renamed.save();
+    }
     fs::remove_all(site.departments() / "lpt");
     EXPECT_THROW(manager.renameConfiguration(1, "d"), fs::filesystem_error);
     EXPECT_EQ(namesOf(manager), "a|lpt");
