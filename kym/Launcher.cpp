@@ -43,17 +43,14 @@ namespace {
 }
 
 /// The directory that the program starts in. When its text cannot be expanded, it stays as it is and
-/// `failure` tells why; without a place for that, the error is thrown.
+/// `failure` tells why.
 std::string startDirectory(const WorkDirectory* workDir, const Launcher::EnvironmentMap& env,
-                           std::string* failure) {
+                           std::string& failure) {
     std::string directory = workDir ? workDir->path : "${USERPROFILE}";
     try {
         Base::Environment::expandEnvVariables(directory, env);
     } catch (const Base::Environment::ExpansionError& error) {
-        if (!failure) {
-            throw;
-        }
-        *failure = error.what();
+        failure = error.what();
     }
     return directory;
 }
@@ -213,7 +210,10 @@ std::string Launcher::finish(const std::vector<std::string>& superseded, const W
                              EnvironmentMap& env, LaunchRecord* record) const {
     const std::string defaultsName = "UGII_LOCAL_USER_DEFAULTS";
     std::string failure;
-    const std::string directory = startDirectory(workDir, env, record ? &failure : nullptr);
+    const std::string directory = startDirectory(workDir, env, failure);
+    if (!failure.empty() && !record) {
+        throw Base::Environment::ExpansionError(failure);
+    }
     drop({""}, LaunchRecord::Change::invalidName, env, record);  // no program gets a variable without a name
     drop(superseded, LaunchRecord::Change::superseded, env, record);
     drop(otherSpellings(defaultsName, env), LaunchRecord::Change::superseded, env, record);
