@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <new>
 #include <stdexcept>
@@ -69,8 +70,8 @@ bool succeeded(const ReadHandle& handle, int result) {
     return result == ARCHIVE_OK;
 }
 
-// Into the working directory unless `directory` names another one.
-void extract(const boost::filesystem::path& file, const boost::filesystem::path& directory) {
+void forEachEntry(const boost::filesystem::path& file,
+                  const std::function<void(const ReadHandle&, archive_entry*)>& action) {
     const Base::Platform::Utf8Locale utf8;  // an archive may tell its names in UTF-8
     ReadHandle handle(archive_read_new());
     if (!handle) {
@@ -81,6 +82,32 @@ void extract(const boost::filesystem::path& file, const boost::filesystem::path&
     succeeded(handle, openArchive(handle.get(), file.c_str()));
     archive_entry* entry = nullptr;
     while (succeeded(handle, archive_read_next_header(handle.get(), &entry))) {
+        action(handle, entry);
+    }
+    if (archive_format(handle.get()) == ARCHIVE_FORMAT_EMPTY) {
+        throw std::runtime_error("Data file " + Base::FileManager::native(file) + " is empty.");
+    }
+}
+
+// Nothing of a gzip file is unpacked when it is damaged. What libarchive notices is told in its words.
+void checkCompressed(const boost::filesystem::path& file) {
+    try {
+        Base::checkGzip(file);
+    } catch (const std::runtime_error&) {
+        forEachEntry(file, [](const ReadHandle& handle, archive_entry*) {
+            const void* block = nullptr;
+            std::size_t size = 0;
+            la_int64_t offset = 0;
+            while (succeeded(handle, archive_read_data_block(handle.get(), &block, &size, &offset))) {
+            }
+        });
+        throw;
+    }
+}
+
+// Into the working directory unless `directory` names another one.
+void extract(const boost::filesystem::path& file, const boost::filesystem::path& directory) {
+    forEachEntry(file, [&directory](const ReadHandle& handle, archive_entry* entry) {
         if (!directory.empty()) {
             moveInto(entry, directory.native());
         }
@@ -92,10 +119,7 @@ void extract(const boost::filesystem::path& file, const boost::filesystem::path&
             archive_entry_unset_size(entry);
         }
         succeeded(handle, archive_read_extract(handle.get(), entry, kExtractFlags));
-    }
-    if (archive_format(handle.get()) == ARCHIVE_FORMAT_EMPTY) {
-        throw std::runtime_error("Data file " + Base::FileManager::native(file) + " is empty.");
-    }
+    });
 }
 
 }  // namespace
@@ -103,7 +127,7 @@ void extract(const boost::filesystem::path& file, const boost::filesystem::path&
 void unpackVersionFiles(const boost::filesystem::path& archive, const boost::filesystem::path& directory) {
     const boost::filesystem::path file = Base::Platform::reachablePath(boost::filesystem::absolute(archive));
     if (boost::filesystem::is_regular_file(file)) {  // what can be read twice
-        Base::checkGzip(file);
+        checkCompressed(file);
     }
     if (Base::Platform::reachablePath(directory) != directory) {
         extract(file, Base::Platform::boundlessPath(directory));  // too long for a working directory

@@ -286,12 +286,13 @@ TEST_F(Departments, LeaveNoHalfMadeVersionDirectory) {
     damaged.replace(20, 20, 20, '\xff');
     const std::string cutAmongFiles = Support::tar(entries, false).substr(0, 60'000);
     const fs::path before = fs::current_path();
-    for (const auto& [bytes, reason] : {std::pair(whole.substr(0, 60'000), "it ends too soon"),
-                                        {damaged, "damaged file: "},
+    for (const auto& [bytes, reason] : {std::pair(whole.substr(0, 60'000), "truncated gzip input"),
+                                        {damaged, "decompression failed"},
                                         {cutAmongFiles, "runcated"},
                                         {std::string(), "is empty"}}) {
         makeVersionFiles(bytes);
-        EXPECT_NE(messageOf([&] { department.createNXVersionDirectory(); }).find(reason), std::string::npos);
+        const std::string message = messageOf([&] { department.createNXVersionDirectory(); });
+        EXPECT_NE(message.find(reason), std::string::npos) << message;
         EXPECT_FALSE(exists(department.versionPath())) << reason;
         EXPECT_EQ(fs::current_path(), before) << reason;
     }
