@@ -210,7 +210,7 @@ std::string Launcher::finish(const std::vector<std::string>& superseded, const W
                              EnvironmentMap& env, LaunchRecord* record) const {
     const std::string defaultsName = "UGII_LOCAL_USER_DEFAULTS";
     std::string failure;
-    const std::string directory = startDirectory(workDir, env, failure);
+    std::string directory = startDirectory(workDir, env, failure);
     if (!failure.empty() && !record) {
         throw Base::Environment::ExpansionError(failure);
     }
