@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <functional>
 #include <map>
-#include <memory>
 #include <memory_resource>
 #include <optional>
 #include <string>

@@ -4,7 +4,6 @@
 #include <charconv>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/container/small_vector.hpp>

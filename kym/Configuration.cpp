@@ -1,6 +1,5 @@
 #include "kym/Configuration.h"
 
-#include <algorithm>
 #include <optional>
 #include <stdexcept>
 #include <utility>
