@@ -95,9 +95,12 @@ TEST_F(FileManagerTest, RefusesWhatItCannotReplace) {
     }
     const std::size_t limit = Base::FileContent::sizeLimit;
     EXPECT_THROW(replaceFile(folder / "large", std::string(limit + 1, 'x')), fs::filesystem_error);
-    replaceFile(folder / "large", "x");
+    Base::FileState state;
+    FileManager::replaceFile(folder / "large", "x", state);
     fs::resize_file(folder / "large", limit + 1);
     EXPECT_THROW(readFile(folder / "large"), fs::filesystem_error);
+    EXPECT_THROW(FileManager::replaceFile(folder / "large", "y", state), fs::filesystem_error);
+    EXPECT_EQ(fs::file_size(folder / "large"), limit + 1) << "it cannot be compared, so it is left";
 }
 
 TEST_F(FileManagerTest, RemovesWhatKilledReplacementsLeftAndNothingElse) {

@@ -75,8 +75,7 @@ TEST(Merge, RefusesShortTextsThatMakeALongOne) {
 
     const EnvironmentVariable start[] = {
         {"X", times(1'000'000, "x")}, {"X_PATH", "$X"}, {"X_PATH", "${X_PATH}Y"}};
-    const EnvironmentVariable doubled("X_PATH",
-                                      "$X_PATH$X_PATH");  // each "$X" of it ends in a reference to XY
+    const EnvironmentVariable doubled("X_PATH", "$X_PATH$X_PATH");  // in which each "$X" is a part of "$XY"
     Kym::LaunchRecord record;
     Kym::VariableList explained(&record);
     for (const EnvironmentVariable& variable : start) {
@@ -89,6 +88,10 @@ TEST(Merge, RefusesShortTextsThatMakeALongOne) {
     Kym::fillEnvironmentMap(std::move(explained), environment);
     EXPECT_EQ(environment.at("X_PATH"), times(2048, "$XY"));
     EXPECT_LT(Support::peakMemory() >> 20U, 1024U) << "more than one copy of a long text was made";
+    Kym::VariableList repeated(&record);
+    EXPECT_THAT([&] { repeated.mergeLayered(Variables(300, start[0])); },
+                testing::ThrowsMessage<std::runtime_error>(
+                    testing::HasSubstr("grows beyond 268435456 bytes at the variable X")));
 
     Variables many = {{"X", times(1'000'000, "x")}};
     for (int i = 0; i < 70; ++i) {
