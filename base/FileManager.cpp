@@ -35,7 +35,7 @@ struct Knowledge {
     FileState written;     // what this process wrote last
 };
 
-// Files are read by several threads.
+// Files are read by several threads, and saved by one.
 struct KnownFiles {
     std::mutex mutex;
     std::map<path, Knowledge> files;
@@ -397,8 +397,9 @@ bool createDirectory(const path& directory) {
 
 void ensureDirectory(const path& directory) {
     if (!FileManager::exists(directory)) {
-        createDirectory(directory);
-        setPermissions(directory, 0775);
+        if (createDirectory(directory)) {
+            setPermissions(directory, 0775);
+        }
     } else if (!isDirectory(directory)) {
         throw std::runtime_error("The path " + native(directory) + " is not a directory.\n");
     }

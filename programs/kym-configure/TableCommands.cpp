@@ -122,6 +122,10 @@ void setLayerCell(Site& site, const Table& table, int row, const Request& reques
     }
     const std::string before = layer.department->name();
     Departments::requireUsableName(request.value);
+    if (request.value == before) {
+        std::cout << "The department " << quoted(before) << " has that name already.\n";
+        return;
+    }
     if (const std::string obstacle = Departments::obstacleTo(request.value, before); !obstacle.empty()) {
         throw std::runtime_error(obstacle);
     }

@@ -103,7 +103,7 @@ class ConfigureTest(SiteTest):
         self.configure("set", "departments", "1", "Name", "shared", "--dry-run")
         self.assertEqual(self.configure("set", "departments", "1", "Name", "shared").splitlines()[0],
                          'departments row 1: Name "common" becomes "shared"')
-        self.configure("set", "departments", "2", "Name", "shared")  # its own directory is not in its way
+        self.assertIn("has that name already", self.configure("set", "departments", "2", "Name", "shared"))
         self.assertEqual(sorted(row[0] for row in self.rows("departments")), ["design", "shared"])
 
     def test_what_is_said_to_be_saved_is_kept_when_many_save(self):
