@@ -104,6 +104,8 @@ class ConfigureTest(SiteTest):
         self.assertEqual(self.configure("set", "departments", "1", "Name", "shared").splitlines()[0],
                          'departments row 1: Name "common" becomes "shared"')
         self.assertIn("has that name already", self.configure("set", "departments", "2", "Name", "shared"))
+        if ON_WINDOWS:  # where its own directory stands at the new name
+            self.assertIn('becomes "SHARED"', self.configure("set", "departments", "2", "Name", "SHARED", "--dry-run"))
         self.assertEqual(sorted(row[0] for row in self.rows("departments")), ["design", "shared"])
 
     def test_what_is_said_to_be_saved_is_kept_when_many_save(self):
